@@ -1,0 +1,116 @@
+// Sliding ring pattern over a motion picture.
+#include <Kavrix/FindSemiCircle.h>
+
+#include <Kavrix/KXarith.h>
+#include <Kavrix/KXelementwise.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+// Set cells of the flipped pattern that lie side by side: columns first .. last of row `row`.
+// They are kept as the three rows of a matrix, one column each.
+class Runs {
+public:
+    explicit Runs(const MatByte& pattern) : runs(Each(pattern, [](int, int, int, int) {}), 3)
+    {
+        Each(pattern, [this](int i, int row, int first, int last) {
+            runs(i, 0) = row;
+            runs(i, 1) = first;
+            runs(i, 2) = last;
+        });
+    }
+
+    int Count() const { return runs.dim1; }
+    int Row(int i) const { return runs(i, 0); }
+    int First(int i) const { return runs(i, 1); }
+    int Last(int i) const { return runs(i, 2); }
+
+private:
+    // Calls found(number, row, first, last) for each run and returns how many there are.
+    template <class F> static int Each(const MatByte& pattern, F found)
+    {
+        const int width = pattern.dim1, height = pattern.dim2;
+        int count = 0;
+        for (int l = 0; l < height; l++) {
+            const auto isSet = [&](int k) { return pattern(width - 1 - k, height - 1 - l) != 0; };
+            for (int k = 0; k < width; k++) {
+                if (!isSet(k)) continue;
+                const int first = k;
+                while (k + 1 < width && isSet(k + 1)) k++;
+                found(count++, l, first, k);
+            }
+        }
+        return count;
+    }
+
+    MatInt runs;
+};
+
+} // namespace
+
+// A row of the picture under a run of set cells is the difference of two running sums: the cost does not
+// depend on how wide the ring is. Runs of one cell take the picture itself.
+MatInt SumPattern(const MatShort& simg, const MatByte& pattern)
+{
+    MatInt output(simg.dim1 - pattern.dim1 + 1, simg.dim2 - pattern.dim2 + 1);
+    output.Fill(0);
+    if (output.dim1 < 1 || output.dim2 < 1) return output;
+
+    // before(x, y) = sum of simg(0 .. x - 1, y).
+    MatInt before(simg.dim1 + 1, simg.dim2);
+    for (int y = 0; y < simg.dim2; y++) {
+        int sum = before(0, y) = 0;
+        for (int x = 0; x < simg.dim1; x++) before(x + 1, y) = sum = WrapAdd<int>(sum, simg(x, y));
+    }
+
+    const Runs runs(pattern);
+    const auto segment = [&output](const auto& m, int k, int y) { return m(RNG(k, k + output.dim1 - 1), y); };
+    for (int n = 0; n < output.dim2; n++) {
+        const VecInt sums = output(RNG::All(), n);
+        for (int i = 0; i < runs.Count(); i++) {
+            const int y = n + runs.Row(i), first = runs.First(i), last = runs.Last(i);
+            if (first == last) {
+                Elementwise<int, short>(sums, segment(simg, first, y),
+                                        [](int& p, short q) { p = WrapAdd<int>(p, q); });
+            } else {
+                ElementwiseOver(
+                    ShapeOf(sums), [](int& p, int to, int from) { p = WrapAdd(p, WrapSub(to, from)); },
+                    ViewOf<int>(sums), ViewOf<int>(segment(before, last + 1, y)),
+                    ViewOf<int>(segment(before, first, y)));
+            }
+        }
+    }
+    return output;
+}
+
+int FindSemiCircle(const MatShort& mag_sh, float r1, float r2, float& f_cx, float& f_cy)
+{
+    const int rr = FloatToInt(std::rint(r2));
+    if (!(r2 == r2) || rr < 0 || std::int64_t{2} * rr + 1 > std::min(mag_sh.dim1, mag_sh.dim2)) {
+        f_cx = f_cy = -std::numeric_limits<float>::infinity();
+        return 0;
+    }
+
+    // The ring: one octant and its mirror images.
+    MatByte pattern(2 * rr + 1, 2 * rr + 1);
+    for (int i = 0; i <= rr; i++) {
+        for (int j = 0; j <= i; j++) {
+            const float radius2 = static_cast<float>(std::int64_t{i} * i + std::int64_t{j} * j);
+            const UBYTE val = r1 * r1 <= radius2 && radius2 <= r2 * r2 ? 255 : 0;
+            pattern(rr - i, rr - j) = pattern(rr + i, rr - j) = val;
+            pattern(rr + i, rr + j) = pattern(rr - i, rr + j) = val;
+            pattern(rr - j, rr - i) = pattern(rr + j, rr - i) = val;
+            pattern(rr + j, rr + i) = pattern(rr - j, rr + i) = val;
+        }
+    }
+
+    const MatInt result = SumPattern(mag_sh, pattern);
+    const int amy = Argmax(Max(result));
+    f_cx = static_cast<float>(Argmax(result(RNG::All(), amy)) + rr);
+    f_cy = static_cast<float>(amy + rr);
+    return 0;
+}

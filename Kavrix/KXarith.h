@@ -1,0 +1,98 @@
+// The arithmetic of single elements: what wraps, what truncates, what saturates. Everything that could be
+// undefined in the language is spelled out here once, so that every processor and compiler gives the same
+// bits.
+#ifndef KAVRIX_KXARITH_H
+#define KAVRIX_KXARITH_H
+
+#include <bit>
+#include <cstdint>
+#include <type_traits>
+
+/// Sum, difference and product cut to the width of T (two's complement wrap-around); plain for floats.
+template <class T> constexpr T WrapAdd(T a, T b)
+{
+    if constexpr (std::is_floating_point_v<T>) return a + b;
+    else return static_cast<T>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+template <class T> constexpr T WrapSub(T a, T b)
+{
+    if constexpr (std::is_floating_point_v<T>) return a - b;
+    else return static_cast<T>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+template <class T> constexpr T WrapMul(T a, T b)
+{
+    if constexpr (std::is_floating_point_v<T>) return a * b;
+    else return static_cast<T>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
+}
+
+/// The larger of x and -x, wrapped: the lowest value has no positive partner and stays.
+template <class T> constexpr T WrapAbs(T a) { return a < 0 ? WrapSub(T{0}, a) : a; }
+
+/// Integer quotient truncated towards zero. A zero divisor gives 0; the lowest value by -1 wraps to itself.
+/// For floats the plain quotient.
+template <class T> constexpr T Quotient(T a, T b)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return a / b;
+    } else {
+        if (b == 0) return 0;
+        if constexpr (std::is_signed_v<T>) {
+            if (b == -1) return WrapSub(T{0}, a);
+        }
+        return static_cast<T>(a / b);
+    }
+}
+
+/// Every bit inverted, of floats too.
+template <class T> constexpr T Inverted(T a)
+{
+    if constexpr (std::is_floating_point_v<T>) return std::bit_cast<T>(~std::bit_cast<std::uint32_t>(a));
+    else return static_cast<T>(~a);
+}
+
+/// Left shift that keeps the low bits. Counts outside 0 .. 31 give 0.
+template <class T> constexpr T ShiftLeft(T a, int n)
+{
+    return n < 0 || n > 31 ? T{0} : static_cast<T>(static_cast<std::uint32_t>(a) << n);
+}
+
+/// Right shift, rounding towards minus infinity. Counts outside 0 .. 31 give 0, or -1 for negative values.
+template <class T> constexpr T ShiftRight(T a, int n)
+{
+    return static_cast<T>(a >> (n < 0 || n > 31 ? 31 : n));
+}
+
+/// Float to integer: cut towards zero, held to the 32-bit range, not a number gives 0.
+template <class F> constexpr int FloatToInt(F f)
+{
+    static_assert(std::is_floating_point_v<F>);
+    if (f != f) return 0;
+    if (f >= F{2147483648.0}) return INT32_MAX;
+    if (f <= F{-2147483648.0}) return INT32_MIN;
+    return static_cast<int>(f);
+}
+
+/// The same into 0 .. 2^32 - 1: what is negative gives 0.
+template <class F> constexpr std::uint32_t FloatToUnsigned(F f)
+{
+    static_assert(std::is_floating_point_v<F>);
+    if (!(f > 0)) return 0;
+    if (f >= F{4294967296.0}) return UINT32_MAX;
+    return static_cast<std::uint32_t>(f);
+}
+
+/// One element as another element type: integers keep their low bits; floats become integers as above (for
+/// bytes through the unsigned range, so that negative values become 0) and then keep their low bits.
+template <class To, class From> constexpr To ElementCast(From a)
+{
+    if constexpr (std::is_floating_point_v<From> && std::is_integral_v<To>) {
+        if constexpr (std::is_unsigned_v<To>) return static_cast<To>(FloatToUnsigned(a));
+        else return static_cast<To>(FloatToInt(a));
+    } else {
+        return static_cast<To>(a);
+    }
+}
+
+#endif

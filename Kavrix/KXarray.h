@@ -1,0 +1,241 @@
+// The class templates behind the typed arrays. People name the classes of KXubyte.h, KXshort.h, KXint.h and
+// KXfloat.h; what these have in common stands here once. The bodies are in KXarray-inl.h and are compiled by
+// the family units only.
+//
+// Copying shares, assigning copies values: see KXcommon.h.
+#ifndef KAVRIX_KXARRAY_H
+#define KAVRIX_KXARRAY_H
+
+#include <Kavrix/KXcommon.h>
+
+#include <concepts>
+#include <cstddef>
+#include <type_traits>
+
+class KX_Byte;
+class VecByte;
+class MatByte;
+class CubByte;
+class KX_Short;
+class VecShort;
+class MatShort;
+class CubShort;
+class KX_Int;
+class VecInt;
+class MatInt;
+class KX_Float;
+class VecFloat;
+class MatFloat;
+class CubFloat;
+
+/// The concrete classes of an element type; `Source` is what a shaped array of it can be made from by
+/// sharing. Byte arrays take any array as a source and read its elements at byte positions: that compiles,
+/// and means something only for byte arrays.
+template <class T> struct Family;
+
+template <> struct Family<UBYTE> {
+    using Elem = KX_Byte;
+    using Vec = VecByte;
+    using Mat = MatByte;
+    using Cub = CubByte;
+    using Source = KX_Base;
+};
+
+template <> struct Family<short> {
+    using Elem = KX_Short;
+    using Vec = VecShort;
+    using Mat = MatShort;
+    using Cub = CubShort;
+    using Source = KX_Short;
+};
+
+template <> struct Family<int> {
+    using Elem = KX_Int;
+    using Vec = VecInt;
+    using Mat = MatInt;
+    using Cub = void; // there is no cube of ints
+    using Source = KX_Int;
+};
+
+template <> struct Family<float> {
+    using Elem = KX_Float;
+    using Vec = VecFloat;
+    using Mat = MatFloat;
+    using Cub = CubFloat;
+    using Source = KX_Float;
+};
+
+/// The cube class of T (or something derived of it), for the views that are cut from cubes.
+template <class C, class T>
+concept CubeOf = !std::is_void_v<typename Family<T>::Cub> && std::derived_from<C, typename Family<T>::Cub>;
+
+/// A value that a vector of T can be made of.
+template <class A, class T>
+concept ValueFor = std::is_arithmetic_v<A> &&(std::is_floating_point_v<T> || std::is_integral_v<A>);
+
+/// How many values the constructors of vectors take: 2 to 10; for ints 2 to 12, and 16.
+template <class T> constexpr bool IsValueCount(std::size_t n)
+{
+    return std::is_same_v<T, int> ? (n >= 2 && n <= 12) || n == 16 : n >= 2 && n <= 10;
+}
+
+/// Elements of type T in up to three dimensions.
+///
+/// Every operator walks the shape of its left operand and reads the right one at the same (x, y, z); shapes
+/// are not compared. Compound operators write in place, so that every view of the storage sees it; binary
+/// operators give a new dense array. Integers wrap to their width, they never saturate.
+template <class T> class Elem : public KX_Base {
+public:
+    using Self = typename Family<T>::Elem;
+
+    Elem();                         ///< empty: dim1 0, dim2 and dim3 1, no storage
+    Elem(int d1, int d2, int d3);   ///< new dense storage, not cleared
+    Elem(const Elem& b) = default;  ///< shares
+    Elem& operator=(const Elem& b); ///< copies values; without storage it first gets b's sizes
+
+    /// Dense, uncleared storage of that shape; see KX_Base::Resize_short.
+    void Resize(int d1) { Resize(d1, 1, 1); }
+    void Resize(int d1, int d2) { Resize(d1, d2, 1); }
+    void Resize(int d1, int d2, int d3);
+    void Resize(const Self& other); ///< to the sizes of `other`
+
+    void Fill(T value);
+    /// Copies dim1 * dim2 * dim3 consecutive values from `src` into the view, x fastest, then y, then z.
+    void ImportData(const T* src);
+
+    Self& operator+=(const Self& b);
+    Self& operator-=(const Self& b);
+    Self& operator/=(const Self& b); ///< integer quotient truncated towards zero; by zero gives 0
+    Self& ElementMul(const Self& b);
+    Self& operator+=(T s);
+    Self& operator*=(T s);
+    Self& operator/=(T s);
+
+    Self operator+(const Self& b) const;
+    Self operator-(const Self& b) const;
+    Self operator/(const Self& b) const;
+    Self operator+(T s) const;
+    Self operator*(T s) const;
+    Self operator/(T s) const;
+    Self operator~() const; ///< every bit inverted
+};
+
+/// What only integers have: shifts, and scaling by a float.
+template <class T> class IntElem : public Elem<T> {
+public:
+    using Self = typename Family<T>::Elem;
+    using Elem<T>::Elem, Elem<T>::operator*=, Elem<T>::operator/=, Elem<T>::operator*, Elem<T>::operator/;
+
+    /// Each element times (divided by) f in single precision, cut towards zero to 32 bits (held to their
+    /// range; to the unsigned range for bytes, so that negative results give 0), low bits kept: a byte 200
+    /// times 1.5f gives 44.
+    Self& operator*=(float f);
+    Self& operator/=(float f);
+    /// Right shifts round towards minus infinity. Counts of 32 and more, and negative ones, give 0 (-1 for a
+    /// negative value shifted right).
+    Self& operator>>=(int n);
+    Self& operator<<=(int n);
+
+    Self operator*(float f) const;
+    Self operator/(float f) const;
+    Self operator>>(int n) const;
+    Self operator<<(int n) const;
+};
+
+/// A vector: dim1 elements.
+template <class T> class Vec : public Family<T>::Elem {
+    using Element = typename Family<T>::Elem;
+
+public:
+    Vec() = default;
+    explicit Vec(int n);
+    explicit Vec(const RNG& r); ///< r.Size() elements; the position is not kept
+    Vec(const Vec& b) = default;
+    Vec& operator=(const Vec& b) = default;
+    Vec(const typename Family<T>::Source& a); ///< shares the first row of `a`
+
+    Vec(const typename Family<T>::Vec* v, RNG r);        ///< part of a vector, shared
+    Vec(const typename Family<T>::Mat* m, RNG r, int y); ///< part of row y, shared
+    Vec(const typename Family<T>::Mat* m, int x, RNG r); ///< part of column x, shared
+    template <CubeOf<T> C> Vec(const C* c, RNG r, int y, int z) { this->Cut(*c, sizeof(T), r, y, z); }
+    template <CubeOf<T> C> Vec(const C* c, int x, RNG r, int z) { this->Cut(*c, sizeof(T), x, r, z); }
+    template <CubeOf<T> C> Vec(const C* c, int x, int y, RNG r) { this->Cut(*c, sizeof(T), x, y, r); }
+
+    /// A new vector of these values in order: 2 to 10 of them, for ints 2 to 12 or 16.
+    template <ValueFor<T>... A>
+    requires(IsValueCount<T>(sizeof...(A))) Vec(A... a)
+    {
+        this->Allocate(sizeof(T), int{sizeof...(A)}, 1, 1);
+        const T values[] = {static_cast<T>(a)...};
+        this->ImportData(values);
+    }
+
+    /// Element i, 0 .. dim1 - 1; unchecked. The elements of a const vector can be written as well: constness
+    /// is that of the descriptor.
+    T& operator()(int i) const { return static_cast<T*>(this->p_data)[std::ptrdiff_t{i} * this->step1]; }
+    T& operator[](int i) const { return (*this)(i); }
+    typename Family<T>::Vec operator()(RNG r) const; ///< the elements of a range, shared
+};
+
+/// A matrix, or image: dim1 columns by dim2 rows.
+template <class T> class Mat : public Family<T>::Elem {
+    using Element = typename Family<T>::Elem;
+
+public:
+    Mat() = default;
+    Mat(int w, int h);
+    explicit Mat(const AOI& a); ///< of the area's size; the position is not kept
+    Mat(const Mat& b) = default;
+    Mat& operator=(const Mat& b) = default;
+    Mat(const typename Family<T>::Source& a); ///< shares the first plane of `a`: MatShort c = a + b;
+
+    Mat(const typename Family<T>::Mat* m, RNG rx, RNG ry); ///< a rectangle, shared
+    template <CubeOf<T> C> Mat(const C* c, RNG rx, RNG ry, int z) { this->Cut(*c, sizeof(T), rx, ry, z); }
+    template <CubeOf<T> C> Mat(const C* c, RNG rx, int y, RNG rz) { this->Cut(*c, sizeof(T), rx, y, rz); }
+    template <CubeOf<T> C> Mat(const C* c, int x, RNG ry, RNG rz) { this->Cut(*c, sizeof(T), x, ry, rz); }
+
+    /// Element in column x, row y; unchecked.
+    T& operator()(int x, int y) const
+    {
+        return static_cast<T*>(
+            this->p_data)[std::ptrdiff_t{x} * this->step1 + std::ptrdiff_t{y} * this->step2];
+    }
+    typename Family<T>::Mat operator()(RNG rx, RNG ry) const; ///< a rectangle, shared
+    typename Family<T>::Vec operator()(RNG rx, int y) const;  ///< part of row y, shared
+    typename Family<T>::Vec operator()(int x, RNG ry) const;  ///< part of column x, shared
+    typename Family<T>::Mat operator()(const AOI& a) const;   ///< a rectangle, shared
+};
+
+/// A cube, or sequence: dim3 frames of dim1 columns by dim2 rows.
+template <class T> class Cub : public Family<T>::Elem {
+    using Element = typename Family<T>::Elem;
+
+public:
+    Cub() = default;
+    using Family<T>::Elem::Elem;
+    explicit Cub(const VOI& v); ///< of the volume's size; the position is not kept
+    Cub(const Cub& b) = default;
+    Cub& operator=(const Cub& b) = default;
+    Cub(const typename Family<T>::Source& a); ///< shares all of `a`
+    Cub(const typename Family<T>::Mat& m);    ///< shares a matrix as a cube of one frame
+
+    Cub(const typename Family<T>::Cub* c, RNG rx, RNG ry, RNG rz); ///< a sub-cube, shared
+
+    /// Element in column x, row y, frame z; unchecked.
+    T& operator()(int x, int y, int z) const
+    {
+        return static_cast<T*>(
+            this->p_data)[std::ptrdiff_t{x} * this->step1 + std::ptrdiff_t{y} * this->step2 +
+                          std::ptrdiff_t{z} * this->step3];
+    }
+    typename Family<T>::Mat operator()(RNG rx, RNG ry, int z) const; ///< of frame z, shared
+    typename Family<T>::Mat operator()(RNG rx, int y, RNG rz) const; ///< of the x-z plane at row y, shared
+    typename Family<T>::Mat operator()(int x, RNG ry, RNG rz) const; ///< of the y-z plane at column x, shared
+    typename Family<T>::Vec operator()(RNG rx, int y, int z) const;  ///< along x, shared
+    typename Family<T>::Vec operator()(int x, RNG ry, int z) const;  ///< along y, shared
+    typename Family<T>::Vec operator()(int x, int y, RNG rz) const;  ///< along z, shared
+    typename Family<T>::Cub operator()(RNG rx, RNG ry, RNG rz) const; ///< a sub-cube, shared
+    typename Family<T>::Cub operator()(const VOI& v) const;           ///< a sub-cube, shared
+};
+
+#endif

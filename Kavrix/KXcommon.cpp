@@ -1,0 +1,357 @@
+// Fail-stop, trace stack, pixel formats, index ranges, and the array base.
+#include <Kavrix/KXcommon.h>
+
+#include <Kavrix/KXelementwise.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include <unistd.h>
+
+// ---------------------------------------------------------------------------------- diagnostics
+
+int Trace::level = 0;
+const char* Trace::msgarr[Trace::maxLevel];
+
+Trace::Trace(const char* name)
+{
+    if (level >= maxLevel) return;
+    msgarr[level] = name;
+    level++;
+}
+
+// A trace does not know whether its constructor was ignored: past 100 nested traces every surplus
+// destructor still pops one of the stored names, and the stack falls out of step. Kept so.
+Trace::~Trace()
+{
+    if (level >= 1) level--;
+}
+
+bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message)
+{
+    std::memset(line, 0xFF, sizeof line);
+
+    // The three innermost names, each with its depth; cut to the buffer.
+    char context[100] = "";
+    const int depth = Trace::getLevel();
+    for (int i = std::max(depth - 3, 0); i < depth; i++) {
+        const std::size_t used = std::strlen(context);
+        std::snprintf(context + used, sizeof context - used, " %d:%s", i, Trace::getMsg(i));
+    }
+
+    // The stamp is fixed: no clock is read, and two runs give the same line.
+    const short month = 1, day = 1, hour = 0, minute = 0, second = 0, millisecond = 0;
+
+    const std::size_t contextLength = std::strlen(context);
+    if (std::strlen(message) + contextLength > 139) {
+        if (contextLength > 119) return false;
+        message = "[message too long]";
+    }
+    std::snprintf(line, sizeof line, "%02d/%02d %02d:%02d:%02d.%03d > -999 Err%d in%s: %s", month, day, hour,
+                  minute, second, millisecond, errorCode, context, message);
+    return true;
+}
+
+namespace {
+
+// Sleeping, not spinning: the halted program must not burn the board's processor.
+[[noreturn]] void Halt()
+{
+    for (;;) pause();
+}
+
+} // namespace
+
+void error(int errorCode, const char* message)
+{
+    char line[errorLineSize];
+    if (ComposeErrorLine(line, errorCode, message)) std::fprintf(stderr, "%s\n", line);
+    Halt();
+}
+
+void gassert(unsigned line, const char* file)
+{
+    char text[80];
+    std::snprintf(text, sizeof text, "G-assertion failed! %s(%u)", file, line); // for a debugger; not printed
+    Halt();
+}
+
+int BytesPerPixel(int format)
+{
+    switch (format) {
+    case PIX_FMT_Y8: return 1;
+    case PIX_FMT_Y16:
+    case PIX_FMT_BAYER: return 2;
+    case PIX_FMT_FLOAT:
+    case PIX_FMT_Y32: return 4;
+    case PIX_FMT_RGB24:
+    case PIX_FMT_BGR24:
+    case PIX_FMT_HSV24: return 3;
+    default: return -1;
+    }
+}
+
+// ---------------------------------------------------------------------------------- index ranges
+
+namespace {
+
+[[noreturn]] void InvalidRange() { error(1, "RNG: Invalid range selection"); }
+
+} // namespace
+
+RNG::RNG(int from_, int to_) : from(from_), to(to_), step(1)
+{
+    if (from < 0 || to < from) InvalidRange();
+}
+
+RNG::RNG(int from_, int to_, int step_) : from(from_), to(to_), step(step_)
+{
+    if (from < 0 || to < 0 || step == 0 || (step > 0 ? to < from : to > from)) InvalidRange();
+}
+
+int RNG::Size() const
+{
+    if (step == 0) InvalidRange();
+    const std::int64_t span = std::int64_t{to} - from;
+    return static_cast<int>(std::abs(span) / std::abs(std::int64_t{step}) + 1);
+}
+
+bool RNG::inside(const RNG& outer) const
+{
+    return std::min(from, to) >= std::min(outer.from, outer.to) &&
+           std::max(from, to) <= std::max(outer.from, outer.to);
+}
+
+namespace {
+
+// Reads one number; `missing` where there is none before the next colon or the end.
+int RangeNumber(const char*& text, int missing)
+{
+    while (*text == ' ') text++;
+    int value = missing;
+    if (*text != ':' && *text != 0) {
+        char* end;
+        const long long number = std::strtoll(text, &end, 10);
+        if (end == text || number < INT32_MIN || number > INT32_MAX) InvalidRange();
+        value = static_cast<int>(number);
+        text = end;
+    }
+    while (*text == ' ') text++;
+    return value;
+}
+
+} // namespace
+
+RNG RNG::GetRng(const char* text)
+{
+    if (text == nullptr) InvalidRange();
+    const int none = INT32_MIN;
+    int parts[3] = {none, none, none};
+    int count = 0;
+    for (;;) {
+        parts[count++] = RangeNumber(text, none);
+        if (*text == 0) break;
+        if (*text != ':' || count == 3) InvalidRange();
+        text++;
+    }
+    const int from = parts[0] == none && count > 1 ? 0 : parts[0];
+    const int to = count == 1 ? from : parts[1] == none ? toEnd : parts[1];
+    if (count == 3 && parts[2] == none) InvalidRange();
+    return RNG(from, to, count == 3 ? parts[2] : 1);
+}
+
+bool AOI::inside(const AOI& outer) const { return rng1.inside(outer.rng1) && rng2.inside(outer.rng2); }
+
+bool VOI::inside(const VOI& outer) const
+{
+    return rng1.inside(outer.rng1) && rng2.inside(outer.rng2) && rng3.inside(outer.rng3);
+}
+
+// ---------------------------------------------------------------------------------- the array base
+
+KX_Base::KX_Base()
+    : p_data(nullptr), pblock(nullptr), step1(0), step2(0), step3(0), dim1(0), dim2(0), dim3(0),
+      poolObjType(0), myName{}
+{
+}
+
+KX_Base::KX_Base(const KX_Base& b)
+    : p_data(b.p_data), pblock(b.pblock), step1(b.step1), step2(b.step2), step3(b.step3), dim1(b.dim1),
+      dim2(b.dim2), dim3(b.dim3), poolObjType(b.poolObjType)
+{
+    std::memcpy(myName, b.myName, sizeof myName);
+    Datablock::addRef(this, pblock);
+}
+
+KX_Base::~KX_Base()
+{
+    Datablock::releaseRef(this, pblock);
+    pblock = nullptr;
+}
+
+void KX_Base::Share(const KX_Base& b)
+{
+    Datablock::addRef(this, b.pblock);
+    pblock = b.pblock;
+    p_data = b.p_data;
+    step1 = b.step1;
+    step2 = b.step2;
+    step3 = b.step3;
+    dim1 = b.dim1;
+    dim2 = b.dim2;
+    dim3 = b.dim3;
+    poolObjType = b.poolObjType;
+    std::memcpy(myName, b.myName, sizeof myName);
+}
+
+void KX_Base::Cut(const KX_Base& b, int width, Pick x, Pick y, Pick z)
+{
+    Pick* const picks[3] = {&x, &y, &z};
+    const int steps[3] = {b.step1, b.step2, b.step3};
+    const int sizes[3] = {b.dim1, b.dim2, b.dim3};
+    int newSteps[3] = {1, 0, 0}, newSizes[3] = {1, 1, 1}, used = 0;
+    std::ptrdiff_t offset = 0;
+    for (int d = 0; d < 3; d++) {
+        RNG& r = picks[d]->range;
+        offset += std::ptrdiff_t{r.from} * steps[d];
+        if (picks[d]->fixed) continue;
+        if (r.to == RNG::toEnd) r.to = sizes[d] - 1;
+        if (r.step == 0) InvalidRange();
+        newSteps[used] = static_cast<int>(std::int64_t{steps[d]} * r.step);
+        newSizes[used] = static_cast<int>((std::int64_t{r.to} - r.from) / r.step + 1);
+        used++;
+    }
+
+    Datablock::addRef(this, b.pblock);
+    pblock = b.pblock;
+    p_data = b.p_data;
+    if (p_data) p_B_data += offset * width;
+    step1 = newSteps[0];
+    step2 = newSteps[1];
+    step3 = newSteps[2];
+    dim1 = newSizes[0];
+    dim2 = newSizes[1];
+    dim3 = newSizes[2];
+}
+
+namespace {
+
+// d1 * d2 * d3 where a block can hold that many elements; -1, which no block can have, where the product is
+// negative or too large.
+int ElementCount(int d1, int d2, int d3)
+{
+    const std::int64_t plane = std::int64_t{d1} * d2; // |plane| <= 2^62
+    if (plane == 0 || d3 == 0) return 0;
+    if (plane < INT32_MIN || plane > INT32_MAX) return -1;
+    const std::int64_t count = plane * d3;
+    return count < 0 || count > INT32_MAX ? -1 : static_cast<int>(count);
+}
+
+// Rows of step2 elements and planes of step3; where a plane holds too many elements there is no storage.
+int PlaneStep(int d1, int d2) { return static_cast<int>(std::int64_t{d1} * d2); }
+
+} // namespace
+
+void KX_Base::Allocate(int width, int d1, int d2, int d3)
+{
+    pblock = Datablock::create(this, static_cast<unsigned short>(width), ElementCount(d1, d2, d3));
+    p_data = pblock->ptr;
+    dim1 = d1;
+    dim2 = d2;
+    dim3 = d3;
+    step1 = 1;
+    step2 = d1;
+    step3 = PlaneStep(d1, d2);
+}
+
+void KX_Base::Attach(void* data, int width, int w, int h)
+{
+    if (pblock) error(1, "Error: Already attached to data");
+    pblock = Datablock::create(this, static_cast<unsigned short>(width), 0); // a header only
+    pblock->ptr = p_data = data;
+    step1 = 1;
+    dim1 = w;
+    step2 = w;
+    dim2 = h;
+}
+
+void KX_Base::Detach()
+{
+    Datablock::releaseRef(this, pblock);
+    pblock = nullptr;
+    p_data = nullptr;
+    dim1 = dim2 = 0;
+}
+
+void KX_Base::SwapColumnsAndRows()
+{
+    std::swap(dim1, dim2);
+    std::swap(step1, step2);
+}
+
+KX_Base& KX_Base::operator=(const KX_Base& src)
+{
+    if (pblock == nullptr && src.pblock != nullptr) {
+        switch (src.pblock->itemsize) { // the width comes from the source: this side has no block to ask yet
+        case 1: Resize_ubyte(src.dim1, src.dim2, src.dim3); break;
+        case 2: Resize_short(src.dim1, src.dim2, src.dim3); break;
+        default: Resize_float(src.dim1, src.dim2, src.dim3);
+        }
+    }
+    if (pblock == nullptr || src.pblock == nullptr) return *this;
+    switch (src.pblock->itemsize == 4 ? 4 : pblock->itemsize) {
+    case 1: Elementwise<UBYTE, UBYTE>(*this, src, [](UBYTE& a, UBYTE b) { a = b; }); break;
+    case 2: Elementwise<short, short>(*this, src, [](short& a, short b) { a = b; }); break;
+    default: Elementwise<int, int>(*this, src, [](int& a, int b) { a = b; }); // floats bit by bit as well
+    }
+    return *this;
+}
+
+void KX_Base::ResizeBlock(unsigned short itemsize, int d1, int d2, int d3, const char* sharedMessage)
+{
+    if (pblock && dim1 == d1 && dim2 == d2 && dim3 == d3) return; // also keeps a view a view
+
+    const int count = ElementCount(d1, d2, d3);
+    if (pblock) {
+        if (pblock->nrefs != 1) error(1, sharedMessage);
+        if (pblock->len != count) {
+            Datablock::releaseRef(this, pblock);
+            pblock = nullptr;
+            if (d1 != 0 && d2 != 0) pblock = Datablock::create(this, itemsize, count);
+        }
+    } else if (d1 >= 1 && d2 >= 1 && d3 >= 1) {
+        pblock = Datablock::create(this, itemsize, count);
+    }
+    p_data = pblock ? pblock->ptr : nullptr;
+    dim1 = d1;
+    step1 = 1;
+    dim2 = d2;
+    step2 = d1;
+    dim3 = d3;
+    step3 = PlaneStep(d1, d2);
+}
+
+void KX_Base::Resize_ubyte(int d1, int d2, int d3)
+{
+    ResizeBlock(1, d1, d2, d3,
+                "Resize_ubyte: Object cannot be resized, data are referenced by another object");
+}
+
+void KX_Base::Resize_short(int d1, int d2, int d3)
+{
+    ResizeBlock(2, d1, d2, d3,
+                "Resize_short: Object cannot be resized, data are referenced by another object");
+}
+
+void KX_Base::Resize_int(int d1, int d2, int d3)
+{
+    ResizeBlock(4, d1, d2, d3, "Resize_int: Object cannot be resized, data are referenced by another object");
+}
+
+void KX_Base::Resize_float(int d1, int d2, int d3)
+{
+    ResizeBlock(4, d1, d2, d3,
+                "Resize_float: Object cannot be resized, data are referenced by another object");
+}

@@ -1,0 +1,18 @@
+// Element-wise comparisons of matrices.
+#ifndef KAVRIX_KXCOMPARE_INL_H
+#define KAVRIX_KXCOMPARE_INL_H
+
+#include <Kavrix/KXelementwise.h>
+#include <Kavrix/KXubyte.h>
+
+/// A new matrix of a's dim1 x dim2: `yes` where holds(a(x, y), b(x, y)), 0 elsewhere.
+template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b, F holds, UBYTE yes)
+{
+    MatByte r(a.dim1, a.dim2);
+    ElementwiseOver(
+        ShapeOf(r), [=](UBYTE& p, T q, T s) { p = holds(q, s) ? yes : 0; }, ViewOf<UBYTE>(r), ViewOf<T>(a),
+        ViewOf<T>(b));
+    return r;
+}
+
+#endif

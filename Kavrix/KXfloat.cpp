@@ -1,0 +1,8 @@
+// Construction, assignment and views of the arrays of KXfloat.h.
+#include <Kavrix/KXfloat.h>
+
+#include <Kavrix/KXarray-inl.h>
+
+template class Vec<float>;
+template class Mat<float>;
+template class Cub<float>;

@@ -1,0 +1,13 @@
+// Construction, assignment and views of the arrays of KXint.h.
+#include <Kavrix/KXint.h>
+
+#include <Kavrix/KXarray-inl.h>
+
+template class Vec<int>;
+template class Mat<int>;
+
+MatInt& MatInt::Trans()
+{
+    SwapColumnsAndRows();
+    return *this;
+}

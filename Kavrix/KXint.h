@@ -1,0 +1,61 @@
+// Arrays of signed 32-bit elements: sums of flow, histograms, votes, regions.
+#ifndef KAVRIX_KXINT_H
+#define KAVRIX_KXINT_H
+
+#include <Kavrix/KXarray.h>
+
+class KX_Int : public IntElem<int> {
+public:
+    using IntElem::IntElem, IntElem::operator+=, IntElem::operator-=;
+
+    KX_Int& operator+=(const KX_Short& b); ///< shorts widened with their sign
+    KX_Int& operator-=(const KX_Short& b);
+};
+
+extern template class Elem<int>;
+extern template class IntElem<int>;
+
+class VecInt : public Vec<int> {
+public:
+    using Vec::Vec;
+
+    /// Each element to its square root, rounded to nearest (ties to even); a negative one gives 0.
+    /// Returns this vector.
+    VecInt& sqrt();
+};
+
+class MatInt : public Mat<int> {
+public:
+    using Mat::Mat;
+
+    MatInt& Trans(); ///< columns and rows swapped without moving an element; returns this matrix
+};
+
+extern template class Vec<int>;
+extern template class Mat<int>;
+
+static_assert(sizeof(MatInt) == sizeof(KX_Base));
+
+// Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
+int Max(const VecInt& v);
+int Min(const VecInt& v);
+int Argmax(const VecInt& v);               ///< index of the first maximum
+int Argmin(const VecInt& v);               ///< index of the first minimum
+int Sum(const VecInt& v);                  ///< modulo 2^32
+int Dot(const VecInt& a, const VecInt& b); ///< sum of a(i) * b(i) over a's length, modulo 2^32
+VecInt Size(const VecInt& v);              ///< one element: dim1
+VecInt All(int value, int n);              ///< n times the value
+
+// Reductions of matrices: entry y belongs to row y.
+VecInt Max(const MatInt& m);
+VecInt Min(const MatInt& m);
+VecInt Argmax(const MatInt& m); ///< column of the row's first maximum
+VecInt Argmin(const MatInt& m);
+VecInt Sum(const MatInt& m);
+VecInt Size(const MatInt& m);                       ///< dim1, dim2
+MatInt All(int value, int w, int h);                ///< w x h times the value
+VecInt Diag(const MatInt& m);                       ///< m(i, i), min(dim1, dim2) of them
+MatInt Diag(const VecInt& v);                       ///< square, v on the diagonal, 0 elsewhere
+VecInt operator*(const MatInt& m, const VecInt& v); ///< entry x: sum over y of m(x, y) * v(y), wrapped
+
+#endif

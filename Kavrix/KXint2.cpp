@@ -1,0 +1,17 @@
+// Arithmetic of int arrays.
+#include <Kavrix/KXshort.h>
+
+#include <Kavrix/KXarray-inl.h>
+
+template class Elem<int>;
+template class IntElem<int>;
+
+KX_Int& KX_Int::operator+=(const KX_Short& b)
+{
+    return InPlace<short>(*this, b, [](int p, short q) { return WrapAdd<int>(p, q); });
+}
+
+KX_Int& KX_Int::operator-=(const KX_Short& b)
+{
+    return InPlace<short>(*this, b, [](int p, short q) { return WrapSub<int>(p, q); });
+}

@@ -1,0 +1,18 @@
+// Construction, assignment and views of the arrays of KXshort.h.
+#include <Kavrix/KXshort.h>
+
+#include <Kavrix/KXarray-inl.h>
+
+template class Vec<short>;
+template class Mat<short>;
+template class Cub<short>;
+
+MatShort& MatShort::Trans()
+{
+    SwapColumnsAndRows();
+    return *this;
+}
+
+void MatShort::Attach_to_raw_image(short* data, int w, int h) { Attach(data, sizeof *data, w, h); }
+
+void MatShort::Detach_from_raw_image() { Detach(); }

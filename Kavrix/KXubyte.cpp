@@ -1,0 +1,18 @@
+// Construction, assignment and views of the arrays of KXubyte.h.
+#include <Kavrix/KXubyte.h>
+
+#include <Kavrix/KXarray-inl.h>
+
+template class Vec<UBYTE>;
+template class Mat<UBYTE>;
+template class Cub<UBYTE>;
+
+MatByte& MatByte::Trans()
+{
+    SwapColumnsAndRows();
+    return *this;
+}
+
+void MatByte::Attach_to_raw_image(unsigned char* data, int w, int h) { Attach(data, sizeof *data, w, h); }
+
+void MatByte::Detach_from_raw_image() { Detach(); }

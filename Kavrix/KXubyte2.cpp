@@ -1,0 +1,149 @@
+// Arithmetic, bit operations and comparisons of byte arrays.
+#include <Kavrix/KXubyte.h>
+
+#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/KXcompare-inl.h>
+
+#include <cstring>
+
+template class Elem<UBYTE>;
+template class IntElem<UBYTE>;
+
+KX_Byte& KX_Byte::operator-=(UBYTE s)
+{
+    return InPlace(*this, [s](UBYTE p) { return WrapSub(p, s); });
+}
+
+namespace {
+
+constexpr auto bitAnd = [](UBYTE p, UBYTE q) -> UBYTE { return p & q; };
+constexpr auto bitOr = [](UBYTE p, UBYTE q) -> UBYTE { return p | q; };
+constexpr auto bitXor = [](UBYTE p, UBYTE q) -> UBYTE { return p ^ q; };
+constexpr auto greater = [](UBYTE p, UBYTE q) -> UBYTE { return p > q ? 255 : 0; };
+constexpr auto less = [](UBYTE p, UBYTE q) -> UBYTE { return p < q ? 255 : 0; };
+constexpr auto atLeast = [](UBYTE p, UBYTE q) -> UBYTE { return p >= q ? 255 : 0; };
+constexpr auto atMost = [](UBYTE p, UBYTE q) -> UBYTE { return p <= q ? 255 : 0; };
+
+// The rule with a scalar for its right operand.
+template <class F> auto With(UBYTE s, F f)
+{
+    return [s, f](UBYTE p) { return f(p, s); };
+}
+
+} // namespace
+
+KX_Byte& KX_Byte::operator&=(const KX_Byte& b) { return InPlace<UBYTE>(*this, b, bitAnd); }
+KX_Byte& KX_Byte::operator|=(const KX_Byte& b) { return InPlace<UBYTE>(*this, b, bitOr); }
+KX_Byte& KX_Byte::operator^=(const KX_Byte& b) { return InPlace<UBYTE>(*this, b, bitXor); }
+KX_Byte& KX_Byte::operator&=(UBYTE s) { return InPlace(*this, With(s, bitAnd)); }
+KX_Byte& KX_Byte::operator|=(UBYTE s) { return InPlace(*this, With(s, bitOr)); }
+KX_Byte& KX_Byte::operator^=(UBYTE s) { return InPlace(*this, With(s, bitXor)); }
+KX_Byte KX_Byte::operator&(const KX_Byte& b) const { return Computed(*this, b, bitAnd); }
+KX_Byte KX_Byte::operator|(const KX_Byte& b) const { return Computed(*this, b, bitOr); }
+KX_Byte KX_Byte::operator^(const KX_Byte& b) const { return Computed(*this, b, bitXor); }
+KX_Byte KX_Byte::operator&(UBYTE s) const { return Computed(*this, With(s, bitAnd)); }
+KX_Byte KX_Byte::operator|(UBYTE s) const { return Computed(*this, With(s, bitOr)); }
+KX_Byte KX_Byte::operator^(UBYTE s) const { return Computed(*this, With(s, bitXor)); }
+
+KX_Byte KX_Byte::operator>(const KX_Byte& b) const { return Computed(*this, b, greater); }
+KX_Byte KX_Byte::operator<(const KX_Byte& b) const { return Computed(*this, b, less); }
+KX_Byte KX_Byte::operator>(UBYTE s) const { return Computed(*this, With(s, greater)); }
+KX_Byte KX_Byte::operator<(UBYTE s) const { return Computed(*this, With(s, less)); }
+KX_Byte& KX_Byte::operator>=(const KX_Byte& b) { return InPlace<UBYTE>(*this, b, atLeast); }
+KX_Byte& KX_Byte::operator<=(const KX_Byte& b) { return InPlace<UBYTE>(*this, b, atMost); }
+KX_Byte& KX_Byte::operator>=(UBYTE s) { return InPlace(*this, With(s, atLeast)); }
+KX_Byte& KX_Byte::operator<=(UBYTE s) { return InPlace(*this, With(s, atMost)); }
+
+// ---------------------------------------------------------------------------------- matrices and cubes
+
+MatByte MatByte::operator==(const MatByte& b) const
+{
+    return Compared<UBYTE>(
+        *this, b, [](UBYTE p, UBYTE q) { return p == q; }, 1);
+}
+
+MatByte MatByte::operator!=(const MatByte& b) const
+{
+    return Compared<UBYTE>(
+        *this, b, [](UBYTE p, UBYTE q) { return p != q; }, 1);
+}
+
+namespace {
+
+// The signed 16-bit value at 16-bit position x * step1 + y * step2 behind the data pointer, whatever the
+// elements really are; 0 where its two bytes do not both lie in the storage block.
+short ShortAt(const MatByte& m, int x, int y)
+{
+    if (m.pblock == nullptr) return 0;
+    const UBYTE* const begin = static_cast<const UBYTE*>(m.pblock->ptr);
+    const std::int64_t blockBytes = std::int64_t{m.pblock->len} * m.pblock->itemsize;
+    const std::int64_t position =
+        m.p_B_data - begin + 2 * (std::int64_t{x} * m.step1 + std::int64_t{y} * m.step2);
+    if (position < 0 || position + 2 > blockBytes) return 0;
+    short value;
+    std::memcpy(&value, begin + position, sizeof value); // the position may be odd
+    return value;
+}
+
+// dim1 x dim2 answers about the 16-bit values of a and b.
+template <class F> MatByte ComparedAsShorts(const MatByte& a, const MatByte& b, F holds, UBYTE yes)
+{
+    MatByte r(a.dim1, a.dim2);
+    for (int y = 0; y < a.dim2; y++)
+        for (int x = 0; x < a.dim1; x++) r(x, y) = holds(ShortAt(a, x, y), ShortAt(b, x, y)) ? yes : 0;
+    return r;
+}
+
+} // namespace
+
+MatByte MatByte::operator>(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p > q; }, 255);
+}
+
+MatByte MatByte::operator<(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p < q; }, 255);
+}
+
+MatByte MatByte::operator>=(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p >= q; }, 255);
+}
+
+MatByte MatByte::operator<=(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p <= q; }, 255);
+}
+
+MatByte MatByte::operator&&(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p != 0 && q != 0; }, 1);
+}
+
+MatByte MatByte::operator||(const MatByte& b) const
+{
+    return ComparedAsShorts(
+        *this, b, [](short p, short q) { return p != 0 || q != 0; }, 1);
+}
+
+MatByte MatByte::operator!() const
+{
+    return ComparedAsShorts(
+        *this, *this, [](short p, short) { return p == 0; }, 1);
+}
+
+CubByte CubByte::operator==(const CubByte& b) const
+{
+    return Computed(*this, b, [](UBYTE p, UBYTE q) -> UBYTE { return p == q; });
+}
+
+CubByte CubByte::operator!=(const CubByte& b) const
+{
+    return Computed(*this, b, [](UBYTE p, UBYTE q) -> UBYTE { return p != q; });
+}

@@ -1,0 +1,19 @@
+// Opening and closing a file around its stream function.
+#ifndef KAVRIX_WITHFILE_H
+#define KAVRIX_WITHFILE_H
+
+#include <cstdio>
+
+/// Opens the file, hands its stream to f and closes it.
+/// \return 1 when the file does not open; 5 when f gave 0 but what it wrote could not be flushed; else what f
+///         gave
+template <class F> int WithFile(const char* fname, const char* mode, F f)
+{
+    std::FILE* const fp = std::fopen(fname, mode);
+    if (fp == nullptr) return 1;
+    const int result = f(fp);
+    const bool closed = std::fclose(fp) == 0;
+    return result == 0 && !closed ? 5 : result;
+}
+
+#endif
