@@ -1,0 +1,28 @@
+// The bytes of the picture files.
+#pragma once
+
+#include "Picture.h"
+
+#include <array>
+#include <vector>
+
+namespace reference {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The file that each writer makes. An empty picture gives an empty file.
+Bytes bmpByte(const Picture<std::uint8_t>& m);
+Bytes bmpColour(const std::array<Picture<std::uint8_t>, 3>& planes); ///< red, green, blue, of one size
+Bytes bmpShort(const Picture<std::int16_t>& m);
+Bytes bmpShort8bpp(const Picture<std::int16_t>& m, std::int16_t offset);
+
+struct BmpFile {
+    int result = 0;                ///< 0 or 4, as the reader returns it
+    int width = 0, height = 0;     ///< as the headers give them, 0 when refused before the resize
+    Picture<std::uint8_t> picture; ///< what was read, zeros behind a short read; empty for a size below 1
+};
+
+/// Reads an 8-bit file of at most a few megapixels into an array that was empty.
+BmpFile readBmpByte(const Bytes& file);
+
+} // namespace reference

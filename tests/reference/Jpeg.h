@@ -1,0 +1,10 @@
+// The bytes of the grey JPEG file, as libjpeg makes them.
+#pragma once
+
+#include "Files.h"
+
+namespace reference {
+
+Bytes jpegGrey(const Picture<std::uint8_t>& m, int quality);
+
+} // namespace reference
