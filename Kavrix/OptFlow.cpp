@@ -11,6 +11,7 @@
 #include <Kavrix/OptFlow.h>
 
 #include <Kavrix/KXarith.h>
+#include <Kavrix/KXclones.h>
 #include <Kavrix/KXelementwise.h>
 
 #include <algorithm>
@@ -21,7 +22,7 @@ namespace {
 // ---------------------------------------------------------------------------------- flow
 
 // 16 times the grey values: smoothed inside, as they are along the border.
-void PrepareFrame(const MatByte& frame, MatShort& prepared)
+KAVRIX_CLONES void PrepareFrame(const MatByte& frame, MatShort& prepared)
 {
     const int right = frame.dim1 - 1, bottom = frame.dim2 - 1;
     const auto copyTimes16 = [](const VecShort& to, const VecByte& from) {
@@ -35,49 +36,196 @@ void PrepareFrame(const MatByte& frame, MatShort& prepared)
     inside.Smooth(frame);
 }
 
-// e = rule(the four corners of each cell in P, the older frame; the four in N, the newer one) / 4.
-// The corners come in the order (x, y), (x+1, y), (x, y+1), (x+1, y+1). No sum leaves 16 bits.
-template <class F> void Derivative(MatShort& e, const MatShort& P, const MatShort& N, F rule)
-{
-    const auto corner = [&e](const MatShort& m, int dx, int dy) {
-        return ViewOf<short>(m(RNG(dx, e.dim1 - 1 + dx), RNG(dy, e.dim2 - 1 + dy)));
-    };
-    ElementwiseOver(
-        ShapeOf(e),
-        [rule](short& p, int p00, int p10, int p01, int p11, int n00, int n10, int n01, int n11) {
-            p = static_cast<short>(rule(p00, p10, p01, p11, n00, n10, n01, n11) >> 2);
-        },
-        ViewOf<short>(e), corner(P, 0, 0), corner(P, 1, 0), corner(P, 0, 1), corner(P, 1, 1), corner(N, 0, 0),
-        corner(N, 1, 0), corner(N, 0, 1), corner(N, 1, 1));
-}
+// The functions on rows below are the inner loops of the flow. Their rows never overlap.
 
-// Den += (E / 8)^2, 16 bits on purpose: the square of a shifted derivative past 181 wraps, and so does the
-// sum, and the flow relies on it.
-void AddSquare(MatShort& Den, const MatShort& E)
+// Derivatives and denominator of n cells, from two rows of the older frame, P, and of the newer one, N.
+// No sum of derivatives leaves 16 bits. Den has 16 bits on purpose: the square of a shifted derivative past
+// 181 wraps, and so does the sum, and the flow relies on it.
+KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short* __restrict P1,
+                                 const short* __restrict N0, const short* __restrict N1, short* __restrict Ex,
+                                 short* __restrict Ey, short* __restrict Et, short* __restrict Den)
 {
-    Elementwise<short, short>(Den, E, [](short& den, short e) {
-        const short scaled = ShiftRight(e, 3);
-        den = WrapAdd(den, WrapMul(scaled, scaled));
-    });
-}
-
-// a / b, truncated, for a b that is neither 0 nor -1. The quotient of two 32-bit integers that is not whole
-// lies at least 1/|b| >= 2^-31 |a/b| away from the next whole number, far more than a double rounds: cutting
-// the double quotient gives the integer quotient, and compilers have vector instructions for it.
-int QuotientByDouble(int a, short b) { return static_cast<int>(static_cast<double>(a) / b); }
-
-// One row of a relaxation sweep: u and v from the averages ua and va. Den wraps, and still is never 0 nor -1:
-// it is 25 plus two squares, modulo 65536. For 0 the two squares would have to be 3 modulo 4, and squares are
-// 0 or 1 there; for -1 they would have to be 6 modulo 8, and squares are 0, 1 or 4 there.
-void RelaxRow(int n, const short* ua, const short* va, const short* Ex, const short* Ey, const short* Et,
-              const short* Den, short* u, short* v)
-{
+    const short alpha2 = 25;
     for (int x = 0; x < n; x++) {
-        const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
-        u[x] = static_cast<short>(ua[x] - QuotientByDouble(WrapMul<int>(num, Ex[x]), Den[x]));
-        v[x] = static_cast<short>(va[x] - QuotientByDouble(WrapMul<int>(num, Ey[x]), Den[x]));
+        // Both frames together, at the four corners; then the change from one to the other.
+        const short s00 = WrapAdd(P0[x], N0[x]), s10 = WrapAdd(P0[x + 1], N0[x + 1]);
+        const short s01 = WrapAdd(P1[x], N1[x]), s11 = WrapAdd(P1[x + 1], N1[x + 1]);
+        const short t0 = WrapAdd(WrapSub(N0[x], P0[x]), WrapSub(N0[x + 1], P0[x + 1]));
+        const short t1 = WrapAdd(WrapSub(N1[x], P1[x]), WrapSub(N1[x + 1], P1[x + 1]));
+        const short down = WrapSub(s11, s00), across = WrapSub(s10, s01);
+        Ex[x] = static_cast<short>(WrapAdd(down, across) >> 2);
+        Ey[x] = static_cast<short>(WrapSub(down, across) >> 2);
+        Et[x] = static_cast<short>(WrapAdd(t0, t1) >> 2);
+        const short ex = static_cast<short>(Ex[x] >> 3), ey = static_cast<short>(Ey[x] >> 3);
+        Den[x] = WrapAdd(alpha2, WrapAdd(WrapMul(ex, ex), WrapMul(ey, ey)));
     }
 }
+
+// The neighbour averages of n cells from three rows of flow, which begin one column left of the cells: edge
+// neighbours weigh 1/6, corners 1/12, rounded as in MatShort::LapAve.
+KAVRIX_CLONES void AverageRow(int n, const short* __restrict above, const short* __restrict middle,
+                              const short* __restrict below, short* __restrict average)
+{
+    for (int x = 0; x < n; x++) {
+        const short corners = static_cast<short>(above[x] + above[x + 2] + below[x] + below[x + 2]);
+        const short sum =
+            static_cast<short>((corners >> 1) + middle[x] + middle[x + 2] + above[x + 1] + below[x + 1]);
+        average[x] = static_cast<short>(sum / 6);
+    }
+}
+
+// One row of the first sweep, from zero flow: u = -(Et Ex) / Den, truncated.
+// The products stay below 4080^2 < 2^24, so that they are exact as floats; and a float quotient, cut, is the
+// integer quotient: one that is not whole falls short of the next whole number k by at least 1/|Den|, and the
+// rounding, at most k 2^-24, reaches that only for products of 2^24 - 1 and more.
+KAVRIX_CLONES void FirstSweepRow(int n, const short* __restrict Ex, const short* __restrict Ey,
+                                 const short* __restrict Et, const short* __restrict Den, short* __restrict u,
+                                 short* __restrict v)
+{
+    for (int x = 0; x < n; x++) {
+        const float den = Den[x];
+        u[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ex[x]) / den));
+        v[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ey[x]) / den));
+    }
+}
+
+// One row of a later sweep, from the averages ua and va.
+// Both quotients come from one reciprocal in double, a little too large: q = a (1 + 2^-40) / Den with an
+// error below |q| 2^-50. A whole quotient is thus never missed from below. Any other falls short of the next
+// whole number by at least 1/|Den| >= |q| 2^-31, which the excess of |q| 2^-40 does not reach.
+//
+// Den wraps, and still is never 0 nor -1 (where the lowest number would have no quotient): it is 25 plus two
+// squares, modulo 65536. For 0 the squares would have to be 3 modulo 4 together, and squares are 0 or 1
+// there; for -1 they would have to be 6 modulo 8, and squares are 0, 1 or 4 there.
+KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __restrict va,
+                            const short* __restrict Ex, const short* __restrict Ey,
+                            const short* __restrict Et, const short* __restrict Den, short* __restrict u,
+                            short* __restrict v)
+{
+    const double slightlyMoreThanOne = 1.0 + 0x1p-40;
+    for (int x = 0; x < n; x++) {
+        const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
+        const double reciprocal = slightlyMoreThanOne / Den[x];
+        u[x] = static_cast<short>(ua[x] - static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal));
+        v[x] = static_cast<short>(va[x] - static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal));
+    }
+}
+
+// The checkpoints of a pair of frames. They are asked before the pair is computed, since a pair goes into the
+// sums row by row: an abort never leaves part of one there.
+bool PairIsCancelled(int hgh, int nrIters)
+{
+    const auto cancelled = [](int times) {
+        for (int i = 0; i < times; i++)
+            if (TestQ()) return true;
+        return false;
+    };
+    const int stepsBefore = 6;                 // the frame, three derivatives, two halves of the denominator
+    const int rowsOfASweep = (hgh + 98) / 100; // one for every 100 rows of hgh - 1 or part of them
+    if (cancelled(stepsBefore)) return true;
+    for (int iter = 1; iter <= nrIters; iter++)
+        if (cancelled(rowsOfASweep + 1)) return true;
+    return false;
+}
+
+// The flow of one pair of frames after another, in rows that stay in the processor's nearest cache.
+//
+// Sweep k needs the rows y - 1, y, y + 1 of sweep k - 1. So the sweeps follow each other at a distance of one
+// row, each a step behind the one before, with the derivatives in front:
+//
+//     step s:   derivatives of row s | sweep 1, row s - 1 | sweep 2, row s - 2 | ... | added to the sums
+//
+// Of every sweep only the last 4 rows of flow are kept, of the derivatives one row for each sweep and one
+// more.
+class RowWiseFlow {
+public:
+    RowWiseFlow(int wid, int hgh, int nrIters)
+        : rows(hgh - 1), cells(wid - 1), sweeps(nrIters), kept(std::min(nrIters, rows - 1) + 1),
+          active(std::min(nrIters, rows + 1)), Ex(cells, kept), Ey(cells, kept), Et(cells, kept),
+          Den(cells, kept), u_ave(cells), v_ave(cells), u(wid + 1, 4, active), v(wid + 1, 4, active)
+    {
+    }
+
+    // Adds the flow from the prepared frame P to N.
+    void AddPair(const MatShort& P, const MatShort& N, MatInt& u_sum, MatInt& v_sum)
+    {
+        for (std::int64_t step = 0; step < std::int64_t{rows} + sweeps; step++) {
+            if (step < rows) Derive(P, N, static_cast<int>(step));
+            const int first = static_cast<int>(std::max<std::int64_t>(step - rows + 1, 1));
+            const int last = static_cast<int>(std::min<std::int64_t>(step, sweeps));
+            for (int k = first; k <= last; k++) {
+                const int y = static_cast<int>(step - k);
+                Sweep(k, y);
+                if (k < sweeps) continue;
+                if (y == 0) AddRow(0, u_sum, v_sum);
+                AddRow(y + 1, u_sum, v_sum);
+                if (y == rows - 1) AddRow(rows + 1, u_sum, v_sum);
+            }
+        }
+    }
+
+private:
+    // Flow row j (cell row j - 1) of sweep k; 0 and rows + 1 are the frame.
+    short* U(int k, int j) const { return &u(0, j % 4, k % active); }
+    short* V(int k, int j) const { return &v(0, j % 4, k % active); }
+
+    void Derive(const MatShort& P, const MatShort& N, int y)
+    {
+        const int i = y % kept;
+        DerivativeRow(cells, &P(0, y), &P(0, y + 1), &N(0, y), &N(0, y + 1), &Ex(0, i), &Ey(0, i), &Et(0, i),
+                      &Den(0, i));
+    }
+
+    void Sweep(int k, int y)
+    {
+        const int i = y % kept, j = y + 1;
+        short *const uRow = U(k, j), *const vRow = V(k, j);
+        if (k == 1) {
+            FirstSweepRow(cells, &Ex(0, i), &Ey(0, i), &Et(0, i), &Den(0, i), uRow + 1, vRow + 1);
+        } else {
+            AverageRow(cells, U(k - 1, j - 1), U(k - 1, j), U(k - 1, j + 1), &u_ave(0));
+            AverageRow(cells, V(k - 1, j - 1), V(k - 1, j), V(k - 1, j + 1), &v_ave(0));
+            SweepRow(cells, &u_ave(0), &v_ave(0), &Ex(0, i), &Ey(0, i), &Et(0, i), &Den(0, i), uRow + 1,
+                     vRow + 1);
+        }
+
+        // The frame is uneven on purpose: u gets its top and bottom rows, v its left and right columns. The
+        // left and right columns of u and the top and bottom rows of v are 0 and enter the next averages, and
+        // the sums, as zeros.
+        uRow[0] = uRow[cells + 1] = 0;
+        vRow[0] = vRow[1];
+        vRow[cells + 1] = vRow[cells];
+        if (y == 0) FrameRow(k, 0, uRow);
+        if (y == rows - 1) FrameRow(k, rows + 1, uRow);
+    }
+
+    void FrameRow(int k, int j, const short* uNeighbour)
+    {
+        std::copy_n(uNeighbour, cells + 2, U(k, j));
+        std::fill_n(V(k, j), cells + 2, short{0});
+    }
+
+    void AddRow(int j, MatInt& u_sum, MatInt& v_sum)
+    {
+        const auto add = [width = cells + 2](const MatInt& sum, int y, short* row) {
+            Strided<int> to = ViewOf<int>(sum);
+            to.data = to.Row(y, 0);
+            ElementwiseOver(
+                {width, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, to,
+                Strided<short>{row, 1, 0, 0});
+        };
+        add(u_sum, j, U(sweeps, j));
+        add(v_sum, j, V(sweeps, j));
+    }
+
+    const int rows, cells; // of derivatives
+    const int sweeps;
+    const int kept;   // rows of derivatives
+    const int active; // sweeps that are under way at a time, and one more
+    MatShort Ex, Ey, Et, Den;
+    VecShort u_ave, v_ave;
+    CubShort u, v; // (wid + 1) x 4 rows x sweeps
+};
 
 } // namespace
 
@@ -89,69 +237,41 @@ int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters)
     if (!fits(u_sum) || !fits(v_sum)) return -1;
 
     MatShort prepared[2] = {{wid, hgh}, {wid, hgh}}; // frame t in prepared[t % 2]
-    MatShort Ex(wid - 1, hgh - 1), Ey(wid - 1, hgh - 1), Et(wid - 1, hgh - 1), Den(wid - 1, hgh - 1);
-    MatShort u_ave(wid - 1, hgh - 1), v_ave(wid - 1, hgh - 1);
-    MatShort u(wid + 1, hgh + 1), v(wid + 1, hgh + 1);
-
+    RowWiseFlow flow(wid, hgh, std::max(nrIters, 1));
     if (len > 0) PrepareFrame(ori(RNG::All(), RNG::All(), 0), prepared[0]);
     if (TestQ()) return 1;
 
     for (int t = 0; t < len - 1; t++) {
-        const MatShort &P = prepared[t % 2], &N = prepared[(t + 1) % 2];
+        if (PairIsCancelled(hgh, nrIters)) return 1;
         PrepareFrame(ori(RNG::All(), RNG::All(), t + 1), prepared[(t + 1) % 2]);
-        if (TestQ()) return 1;
-
-        // Derivatives.
-        Derivative(Ex, P, N, [](int p00, int p10, int p01, int p11, int n00, int n10, int n01, int n11) {
-            return p10 + p11 + n10 + n11 - p00 - p01 - n00 - n01;
-        });
-        if (TestQ()) return 1;
-        Derivative(Ey, P, N, [](int p00, int p10, int p01, int p11, int n00, int n10, int n01, int n11) {
-            return p11 + p01 + n11 + n01 - p10 - p00 - n10 - n00;
-        });
-        if (TestQ()) return 1;
-        Derivative(Et, P, N, [](int p00, int p10, int p01, int p11, int n00, int n10, int n01, int n11) {
-            return n10 + n11 + n00 + n01 - p10 - p11 - p00 - p01;
-        });
-        if (TestQ()) return 1;
-
-        // Denominator.
-        const short alpha2 = 25;
-        Den.Fill(alpha2);
-        AddSquare(Den, Ex);
-        if (TestQ()) return 1;
-        AddSquare(Den, Ey);
-        if (TestQ()) return 1;
-
-        // Relaxation from zero flow. All cells of a sweep are updated from the averages of the sweep before.
-        u.Fill(0);
-        v.Fill(0);
-        for (int iter = 1; iter <= nrIters; iter++) {
-            u_ave.LapAve(u);
-            v_ave.LapAve(v);
-            for (int y = 0; y <= hgh - 2; y++) {
-                RelaxRow(wid - 1, &u_ave(0, y), &v_ave(0, y), &Ex(0, y), &Ey(0, y), &Et(0, y), &Den(0, y),
-                         &u(1, y + 1), &v(1, y + 1));
-                if (y % 100 == 0 && TestQ()) return 1;
-            }
-
-            // The frame is uneven on purpose: u gets its top and bottom rows, v its left and right columns.
-            // The left and right columns of u and the top and bottom rows of v stay 0 and enter the next
-            // averages, and the sums, as zeros.
-            const RNG inner(1, wid - 1);
-            u(inner, 0) = u(inner, 1);
-            u(inner, hgh) = u(inner, hgh - 1);
-            v(0, RNG::All()) = v(1, RNG::All());
-            v(wid, RNG::All()) = v(wid - 1, RNG::All());
-            if (TestQ()) return 1;
-        }
-        u_sum += u;
-        v_sum += v;
+        if (nrIters >= 1) flow.AddPair(prepared[t % 2], prepared[(t + 1) % 2], u_sum, v_sum);
     }
     return TestQ() ? 1 : 0;
 }
 
 // ---------------------------------------------------------------------------------- normalisation
+
+namespace {
+
+// Scaled components and their magnitude. The products keep their upper 12 bits: the components lie within
+// -2048..2047 and the sum of their squares stays below 2^24, where the square root in single precision, cut,
+// is that in double precision, cut: the root of a number that is no square lies further below the next whole
+// number than single precision rounds.
+KAVRIX_CLONES void ScaleFlow(const MatInt& u_sum, const MatInt& v_sum, int factor, MatShort& u_sum_sh,
+                             MatShort& v_sum_sh, MatShort& mag_sh)
+{
+    ElementwiseOver(
+        ShapeOf(u_sum),
+        [factor](short& us, short& vs, short& mag, int u, int v) {
+            us = static_cast<short>(WrapMul(factor, u) >> 20);
+            vs = static_cast<short>(WrapMul(factor, v) >> 20);
+            mag = static_cast<short>(static_cast<int>(std::sqrt(static_cast<float>(us * us + vs * vs))));
+        },
+        ViewOf<short>(u_sum_sh), ViewOf<short>(v_sum_sh), ViewOf<short>(mag_sh), ViewOf<int>(u_sum),
+        ViewOf<int>(v_sum));
+}
+
+} // namespace
 
 void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatShort& v_sum_sh,
              MatShort& mag_sh)
@@ -175,17 +295,7 @@ void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatSh
         return;
     }
 
-    // The products keep their upper 12 bits: the components lie within -2048..2047, their squares in 24 bits.
-    const int factor = 2000000000 / maxv;
-    ElementwiseOver(
-        ShapeOf(u_sum),
-        [factor](short& us, short& vs, short& mag, int u, int v) {
-            us = static_cast<short>(WrapMul(factor, u) >> 20);
-            vs = static_cast<short>(WrapMul(factor, v) >> 20);
-            mag = static_cast<short>(std::sqrt(static_cast<double>(WrapAdd<int>(us * us, vs * vs))));
-        },
-        ViewOf<short>(u_sum_sh), ViewOf<short>(v_sum_sh), ViewOf<short>(mag_sh), ViewOf<int>(u_sum),
-        ViewOf<int>(v_sum));
+    ScaleFlow(u_sum, v_sum, 2000000000 / maxv, u_sum_sh, v_sum_sh, mag_sh);
 }
 
 // ---------------------------------------------------------------------------------- histograms
@@ -194,8 +304,15 @@ void CumHistogram(const MatShort& img, VecInt& chist)
 {
     if (chist.dim1 < 1) return;
     const int last = chist.dim1 - 1;
+    // Neighbours are counted in different tables: they are often equal, and one counter's increments would
+    // wait for each other.
+    MatInt tables(chist.dim1, 4);
+    tables.Fill(0);
+    Elementwise<short>(img, [counts = &tables(0, 0), length = chist.dim1, i = 0u](short p) mutable {
+        counts[static_cast<int>(i++ % 4) * length + std::clamp(p + 2048, 0, length - 1)]++;
+    });
     chist.Fill(0);
-    Elementwise<short>(img, [&chist, last](short p) { chist(std::clamp(p + 2048, 0, last))++; });
+    for (int i = 0; i < 4; i++) chist += tables(RNG::All(), i);
     for (int k = 1; k <= last; k++) chist(k) = WrapAdd(chist(k), chist(k - 1));
 }
 
@@ -266,6 +383,29 @@ float Length(short u, short v)
     return std::sqrt(uf * uf + vf * vf);
 }
 
+std::uint32_t Square(short u, short v)
+{
+    return static_cast<std::uint32_t>(u * u) + static_cast<std::uint32_t>(v * v);
+}
+
+// The square from which on Length(u, v) >= thld, for a whole threshold: compared in integers, since the
+// square is exact as a float up to 2^24, and thresholds, at most 2047, have smaller ones.
+std::uint32_t LeastSquare(float thld) { return thld > 0 ? static_cast<std::uint32_t>(thld * thld) : 0; }
+
+// strong(x, y) = 1 where the square is at least `enough`, else 0; count(x) = how many in column x.
+KAVRIX_CLONES void FindStrong(const MatShort& u_sum, const MatShort& v_sum, std::uint32_t enough,
+                              MatByte& strong, VecInt& count)
+{
+    ElementwiseOver(
+        ShapeOf(strong), [enough](UBYTE& p, short u, short v) { p = Square(u, v) >= enough; },
+        ViewOf<UBYTE>(strong), ViewOf<short>(u_sum), ViewOf<short>(v_sum));
+    count.Fill(0);
+    Strided<int> everyRow = ViewOf<int>(count);
+    everyRow.step2 = 0;
+    ElementwiseOver(
+        ShapeOf(strong), [](int& n, UBYTE p) { n += p; }, everyRow, ViewOf<UBYTE>(strong));
+}
+
 // What both forms of the vote share. voteOf(votes, x, y, u, v, n) casts the votes of one strong pixel.
 // The pixels vote column by column, x outermost: the float sums depend on that order. The strong pixels are
 // found row by row, as they lie in memory, and sorted into their columns.
@@ -284,21 +424,20 @@ int Vote(const MatShort& u_sum, const MatShort& v_sum, MatShort& hough_sh, float
         static_cast<float>(PercThreshold(chist, static_cast<float>(1.0 - 250.0 / pixels)) - 2048);
     if (TestQ()) return 1;
 
+    MatByte strong(wid, hgh);
     VecInt end(wid); // first the number of strong pixels of each column, then where its list ends
-    end.Fill(0);
-    const auto eachStrong = [&](auto visit) {
-        for (int y = 0; y < hgh; y++)
-            for (int x = 0; x < wid; x++)
-                if (Length(u_sum(x, y), v_sum(x, y)) >= thld) visit(x, y);
-    };
-    eachStrong([&end](int x, int) { end(x)++; });
+    FindStrong(u_sum, v_sum, LeastSquare(thld), strong, end);
     int total = 0;
     for (int x = 0; x < wid; x++) {
         total += end(x);
         end(x) = total - end(x);
     }
     VecInt rows(total);
-    eachStrong([&](int x, int y) { rows(end(x)++) = y; });
+    for (int y = 0; y < hgh; y++) {
+        const UBYTE *const row = &strong(0, y), *const rowEnd = row + wid;
+        for (const UBYTE* p = row; (p = std::find(p, rowEnd, 1)) != rowEnd; p++)
+            rows(end(static_cast<int>(p - row))++) = y;
+    }
 
     Votes votes(wid, hgh);
     for (int x = 0, i = 0; x < wid; x++) {
