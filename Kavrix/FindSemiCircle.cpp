@@ -2,6 +2,7 @@
 #include <Kavrix/FindSemiCircle.h>
 
 #include <Kavrix/KXarith.h>
+#include <Kavrix/KXclones.h>
 #include <Kavrix/KXelementwise.h>
 
 #include <algorithm>
@@ -50,6 +51,22 @@ private:
     MatInt runs;
 };
 
+// sums(x) += to(x) - from(x), for n entries that do not overlap.
+KAVRIX_CLONES void AddDifference(int n, int* __restrict sums, const int* __restrict to,
+                                 const int* __restrict from)
+{
+    for (int x = 0; x < n; x++) sums[x] = WrapAdd(sums[x], WrapSub(to[x], from[x]));
+}
+
+// The same for two runs at once.
+KAVRIX_CLONES void AddDifferences(int n, int* __restrict sums, const int* __restrict to1,
+                                  const int* __restrict from1, const int* __restrict to2,
+                                  const int* __restrict from2)
+{
+    for (int x = 0; x < n; x++)
+        sums[x] = WrapAdd(sums[x], WrapAdd(WrapSub(to1[x], from1[x]), WrapSub(to2[x], from2[x])));
+}
+
 } // namespace
 
 // A row of the picture under a run of set cells is the difference of two running sums: the cost does not
@@ -68,19 +85,22 @@ MatInt SumPattern(const MatShort& simg, const MatByte& pattern)
     }
 
     const Runs runs(pattern);
-    const auto segment = [&output](const auto& m, int k, int y) { return m(RNG(k, k + output.dim1 - 1), y); };
+    const auto to = [&](int i, int n) { return &before(runs.Last(i) + 1, n + runs.Row(i)); };
+    const auto from = [&](int i, int n) { return &before(runs.First(i), n + runs.Row(i)); };
+    const auto isWide = [&runs](int i) { return i < runs.Count() && runs.First(i) < runs.Last(i); };
     for (int n = 0; n < output.dim2; n++) {
-        const VecInt sums = output(RNG::All(), n);
+        int* const sums = &output(0, n);
         for (int i = 0; i < runs.Count(); i++) {
-            const int y = n + runs.Row(i), first = runs.First(i), last = runs.Last(i);
-            if (first == last) {
-                Elementwise<int, short>(sums, segment(simg, first, y),
-                                        [](int& p, short q) { p = WrapAdd<int>(p, q); });
+            if (isWide(i) && isWide(i + 1)) { // two in one pass over the sums
+                AddDifferences(output.dim1, sums, to(i, n), from(i, n), to(i + 1, n), from(i + 1, n));
+                i++;
+            } else if (isWide(i)) {
+                AddDifference(output.dim1, sums, to(i, n), from(i, n));
             } else {
-                ElementwiseOver(
-                    ShapeOf(sums), [](int& p, int to, int from) { p = WrapAdd(p, WrapSub(to, from)); },
-                    ViewOf<int>(sums), ViewOf<int>(segment(before, last + 1, y)),
-                    ViewOf<int>(segment(before, first, y)));
+                const int first = runs.First(i);
+                Elementwise<int, short>(output(RNG::All(), n),
+                                        simg(RNG(first, first + output.dim1 - 1), n + runs.Row(i)),
+                                        [](int& p, short q) { p = WrapAdd<int>(p, q); });
             }
         }
     }
