@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 /// Sum, difference and product cut to the width of T (two's complement wrap-around); plain for floats.
@@ -42,6 +43,28 @@ template <class T> constexpr T Quotient(T a, T b)
             if (b == -1) return WrapSub(T{0}, a);
         }
         return static_cast<T>(a / b);
+    }
+}
+
+/// The quotient by one and the same scalar, as a function of the element, without the processor's slow
+/// integer division. A quotient of integers that is not whole lies at least 1/|s| away from the next whole
+/// number, which is more than a float (for elements of up to 16 bits) or double (for 32 bits) rounds: cut, it
+/// is the integer quotient. Division by 0 becomes division by infinity and gives 0; by -1 a change of sign.
+template <class T> constexpr auto QuotientBy(T s)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return [s](T p) { return p / s; };
+    } else {
+        using Real = std::conditional_t<(sizeof(T) < 4), float, double>;
+        const bool minusOne = std::is_signed_v<T> && s == static_cast<T>(-1);
+        const Real divisor = s == 0     ? std::numeric_limits<Real>::infinity()
+                             : minusOne ? Real{1}
+                                        : static_cast<Real>(s);
+        const int sign = minusOne ? -1 : 0; // (q ^ -1) - -1 is -q
+        return [divisor, sign](T p) {
+            const int q = static_cast<int>(static_cast<Real>(p) / divisor);
+            return static_cast<T>(WrapSub(q ^ sign, sign));
+        };
     }
 }
 

@@ -106,10 +106,7 @@ template <class T> auto Elem<T>::operator*=(T s) -> Self&
     return InPlace(*this, [s](T p) { return WrapMul(p, s); });
 }
 
-template <class T> auto Elem<T>::operator/=(T s) -> Self&
-{
-    return InPlace(*this, [s](T p) { return Quotient(p, s); });
-}
+template <class T> auto Elem<T>::operator/=(T s) -> Self& { return InPlace(*this, QuotientBy(s)); }
 
 template <class T> auto Elem<T>::operator+(const Self& b) const -> Self
 {
@@ -136,10 +133,7 @@ template <class T> auto Elem<T>::operator*(T s) const -> Self
     return Computed(*this, [s](T p) { return WrapMul(p, s); });
 }
 
-template <class T> auto Elem<T>::operator/(T s) const -> Self
-{
-    return Computed(*this, [s](T p) { return Quotient(p, s); });
-}
+template <class T> auto Elem<T>::operator/(T s) const -> Self { return Computed(*this, QuotientBy(s)); }
 
 template <class T> auto Elem<T>::operator~() const -> Self
 {

@@ -104,8 +104,10 @@ int MatByte::ReadBMP(std::FILE* fin)
     }
 
     // The last pixel of each row keeps its palette index: the palette is applied to width - 1 of them.
-    // Grey files, where entry i is grey value i, do not show it.
-    for (int y = 0; y < h.height; y++)
+    // Grey files, where entry i is grey value i, do not show it, and need no second pass.
+    bool changesValues = false;
+    for (int i = 0; i < 256; i++) changesValues |= red[i] != i;
+    for (int y = 0; y < h.height && changesValues; y++)
         for (int x = 0; x < h.width - 1; x++) (*this)(x, y) = red[(*this)(x, y)];
     return loaded;
 }

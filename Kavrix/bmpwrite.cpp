@@ -5,6 +5,7 @@
 #include <Kavrix/WithFile.h>
 #include <Kavrix/bmpformat.h>
 
+#include <bit>
 #include <cstring>
 
 namespace {
@@ -134,7 +135,10 @@ int MatShort::WriteBMP(std::FILE* fout) const
 {
     if (IsEmpty(*this)) return emptyArray;
     return WriteFile(fout, *this, PIX_FMT_Y16, 12, WriteMasks, [this](int y, unsigned char* p) {
-        for (int x = 0; x < dim1; x++) p = PutLittleEndian(p, (*this)(x, y));
+        if (step1 == 1 && std::endian::native == std::endian::little)
+            std::memcpy(p, &(*this)(0, y), sizeof(short) * static_cast<std::size_t>(dim1));
+        else
+            for (int x = 0; x < dim1; x++) p = PutLittleEndian(p, (*this)(x, y));
     });
 }
 
