@@ -4,8 +4,9 @@
 #include <Kavrix/Convert_Bs.h>
 #include <Kavrix/FindSemiCircle.h>
 #include <Kavrix/KXarith.h>
+#include <Kavrix/KXclones.h>
+#include <Kavrix/KXelementwise.h>
 #include <Kavrix/OptFlow.h>
-#include <Kavrix/SelectRank.h>
 
 #include <algorithm>
 #include <cmath>
@@ -63,37 +64,65 @@ int Mask(CubByte seq, VecInt iroi, VecInt* oroiArr, int oroiCount)
 
 namespace {
 
-// The values of one pixel over all frames go into `workplace`, of the element type's vector class.
-template <class V, class C, class M> void Background(C& seq, M& background, int percentile)
+// For every pixel the smallest value that more than k frames do not exceed, which is the value of rank k. It
+// is found bit by bit from the top, for a row of pixels at a time: a bit is set where no more than k frames
+// lie below the value that it begins. Every step is the same for all pixels, so that rows are done in
+// vectors, which selecting pixel by pixel does not allow.
+template <class T> inline void RankOfEachPixel(const KX_Base& seq, const KX_Base& background, int k)
 {
-    background.Resize(seq.dim1, seq.dim2);
-    const int seqLen = seq.dim3;
-    if (seqLen < 1) {
-        background.Fill(0);
-        return;
-    }
-    const int k =
-        static_cast<int>(std::clamp<std::int64_t>(std::int64_t{seqLen} * percentile / 100, 0, seqLen - 1));
-    V workplace(seqLen);
-    for (int row = 0; row < seq.dim2; row++) {
-        for (int col = 0; col < seq.dim1; col++) {
-            for (int i = 0; i < seqLen; i++) workplace(i) = seq(col, row, i);
-            background(col, row) = SelectRank(workplace, seqLen, k);
+    const Shape row{seq.dim1, 1, 1};
+    VecInt value(seq.dim1), below(seq.dim1);
+    for (int y = 0; y < seq.dim2; y++) {
+        const auto at = [y](Strided<T> view, int z) {
+            view.data = view.Row(y, z);
+            return view;
+        };
+        value.Fill(std::numeric_limits<T>::lowest());
+        for (int bit = 1 << (8 * sizeof(T) - 1); bit > 0; bit /= 2) {
+            below.Fill(0);
+            for (int z = 0; z < seq.dim3; z++) {
+                ElementwiseOver(
+                    row, [bit](int& n, int v, T pixel) { n += pixel < v + bit; }, ViewOf<int>(below),
+                    ViewOf<int>(value), at(ViewOf<T>(seq), z));
+            }
+            Elementwise<int, int>(value, below, [bit, k](int& v, int n) { v += n <= k ? bit : 0; });
         }
+        ElementwiseOver(
+            row, [](T& p, int v) { p = static_cast<T>(v); }, at(ViewOf<T>(background), 0),
+            ViewOf<int>(value));
     }
+}
+
+KAVRIX_CLONES void RankOfEachByte(const CubByte& seq, const MatByte& background, int k)
+{
+    RankOfEachPixel<UBYTE>(seq, background, k);
+}
+
+KAVRIX_CLONES void RankOfEachShort(const CubShort& seq, const MatShort& background, int k)
+{
+    RankOfEachPixel<short>(seq, background, k);
+}
+
+int RankOf(int percentile, int seqLen)
+{
+    return static_cast<int>(std::clamp<std::int64_t>(std::int64_t{seqLen} * percentile / 100, 0, seqLen - 1));
 }
 
 } // namespace
 
 void GetBackground(CubByte& seq, MatByte& background, int percentile)
 {
-    Background<VecByte>(seq, background, percentile);
+    background.Resize(seq.dim1, seq.dim2);
+    if (seq.dim3 < 1) background.Fill(0);
+    else RankOfEachByte(seq, background, RankOf(percentile, seq.dim3));
 }
 
 void GetBackground(CubShort& seq, MatShort& background, int percentile)
 {
     Trace trace("GetBackground");
-    Background<VecShort>(seq, background, percentile);
+    background.Resize(seq.dim1, seq.dim2);
+    if (seq.dim3 < 1) background.Fill(0);
+    else RankOfEachShort(seq, background, RankOf(percentile, seq.dim3));
 }
 
 // ---------------------------------------------------------------------------------- marks
