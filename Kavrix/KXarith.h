@@ -61,7 +61,7 @@ template <class T> constexpr auto QuotientBy(T s)
                              : minusOne ? Real{1}
                                         : static_cast<Real>(s);
         const int sign = minusOne ? -1 : 0; // (q ^ -1) - -1 is -q
-        return [divisor, sign](T p) {
+        return [=](T p) {
             const int q = static_cast<int>(static_cast<Real>(p) / divisor);
             return static_cast<T>(WrapSub(q ^ sign, sign));
         };
