@@ -191,6 +191,13 @@ public:
     static void Convert_if(const KX_Base& src, KX_Base& dst);
     static void Convert_fi(const KX_Base& src, KX_Base& dst);
 
+    /// Dumps the array to a stream, for inspection outside the program; all numbers little-endian: "idc_",
+    /// `poolObjType`, `myName`, the low 16 bits of each size, then the elements, x fastest, in the width of
+    /// the block's elements. Writes are not checked.
+    /// \return 0 written (only the header when a size is below 1); 1 there is no storage behind the sizes, or
+    ///         no stream
+    int Write(std::FILE* fp) const;
+
 protected:
     /// What a sub-view takes of one dimension: a range, or a fixed index that contributes no dimension.
     class Pick {

@@ -62,6 +62,13 @@ public:
     void SobelX(const MatShort& m);  ///< right column - left column, weighted 1 2 1, + 2048
     void SobelY(const MatShort& m);  ///< lower row - upper row, weighted 1 2 1, + 2048
 
+    /// As for bytes, with 16-bit sums and divisor: from eight passes on the divisor is 0. See MatByte.
+    MatShort FastFilter(int nr_passes);
+
+    /// As for bytes; see MatByte.
+    void DrawCross(short x, short y, short color, char style);
+    void DrawLine(short x1, short y1, short x2, short y2, short color);
+
     /// As for bytes, with shorts; see MatByte.
     void Attach_to_raw_image(short* data, int w, int h);
     void Detach_from_raw_image();

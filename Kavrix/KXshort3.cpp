@@ -1,6 +1,7 @@
-// Reductions and ordering of short arrays.
+// Reductions and ordering of short arrays and drawing into short pictures.
 #include <Kavrix/KXshort.h>
 
+#include <Kavrix/KXdraw-inl.h>
 #include <Kavrix/KXreduce-inl.h>
 #include <Kavrix/SelectRank.h>
 
@@ -81,3 +82,12 @@ void SortRange(VecShort& v, int lo, int hi)
 void VecShort::sort() { SortRange(*this, 0, dim1 - 1); }
 
 void VecShort::sort(short lo, short hi) { SortRange(*this, lo, hi); }
+
+// ---------------------------------------------------------------------------------- drawing
+
+void MatShort::DrawCross(short x, short y, short color, char style) { Marker(*this, x, y, color, style); }
+
+void MatShort::DrawLine(short x1, short y1, short x2, short y2, short color)
+{
+    Line(*this, x1, y1, x2, y2, color);
+}

@@ -75,6 +75,19 @@ public:
     void Attach_to_raw_image(unsigned char* data, int w, int h);
     void Detach_from_raw_image(); ///< back to an empty matrix; the buffer is left alone
 
+    /// Binomial smoothing in place by nr_passes sums of neighbours along x and y each; the result is the
+    /// returned view, (W - nr_passes) x (H - nr_passes) anchored at (0, 0); outside of it partial sums stay.
+    /// Sums and the divisor 4^nr_passes have 8 bits and wrap: for one to three passes over dark pictures.
+    /// From four passes on the divisor is 0 and so is the result. A negative count and one that leaves no
+    /// pixel stop with "RNG: Invalid range selection".
+    MatByte FastFilter(int nr_passes);
+
+    /// Sets the pixels of a marker around column x, row y: '+' and 'x' crosses of 13 pixels, 'o' a ring of
+    /// 16, drawn only where 3 pixels lie free on every side; any other style the single pixel.
+    void DrawCross(short x, short y, UBYTE color, char style);
+    /// Sets the pixels of a digital line, both ends included; those outside the picture are left out.
+    void DrawLine(short x1, short y1, short x2, short y2, UBYTE color);
+
     /// Reads an uncompressed 8-bit BMP; see bmpread.h.
     int ReadBMP(const char* fname);
     int ReadBMP(std::FILE* fin);
@@ -84,6 +97,15 @@ public:
     /// Writes a grey baseline JPEG; see jpegwrite.h.
     int WriteJPG(const char* fname, int quality) const;
     int WriteJPG(std::FILE* outfile, int quality) const;
+
+    /// Plain bytes, a minimal TIFF and the IMG form; see rawfiles.h. All of them stop at any failure.
+    void ReadRAW(const char* fname, int nskip, int ncols, int nrows);
+    void ReadRAW(std::FILE* fp, int nskip, int ncols, int nrows);
+    void WriteRAW(const char* fname, int nskip) const;
+    void WriteRAW(std::FILE* fp, int nskip) const;
+    void WriteTIFF(const char* fname) const;
+    void WriteTIFF(std::FILE* fout) const;
+    void load_from_image_file(const char* fname);
 };
 
 class CubByte : public Cub<UBYTE> {

@@ -1,6 +1,14 @@
-// Reductions of byte arrays.
+// Reductions of byte arrays and drawing into byte pictures.
 #include <Kavrix/KXubyte.h>
 
+#include <Kavrix/KXdraw-inl.h>
 #include <Kavrix/KXreduce-inl.h>
 
 UBYTE Dot(const VecByte& a, const VecByte& b) { return DotOf(a, b); }
+
+void MatByte::DrawCross(short x, short y, UBYTE color, char style) { Marker(*this, x, y, color, style); }
+
+void MatByte::DrawLine(short x1, short y1, short x2, short y2, UBYTE color)
+{
+    Line(*this, x1, y1, x2, y2, color);
+}

@@ -6,6 +6,7 @@
 #include <Kavrix/Convert_si.h>
 #include <Kavrix/Datablock.h>
 #include <Kavrix/FindSemiCircle.h>
+#include <Kavrix/Imgproc.h>
 #include <Kavrix/KXcommon.h>
 #include <Kavrix/KXfloat.h>
 #include <Kavrix/KXint.h>
@@ -16,5 +17,6 @@
 #include <Kavrix/bmpread.h>
 #include <Kavrix/bmpwrite.h>
 #include <Kavrix/jpegwrite.h>
+#include <Kavrix/rawfiles.h>
 
 #endif
