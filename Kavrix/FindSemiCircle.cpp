@@ -51,6 +51,14 @@ private:
     MatInt runs;
 };
 
+// sums(x) += picture(x), for n entries at a distance of `step`.
+KAVRIX_CLONES void AddCells(int n, int* sums, short* picture, int step)
+{
+    ElementwiseOver(
+        {n, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, Strided<int>{sums, 1, 0, 0},
+        Strided<short>{picture, step, 0, 0});
+}
+
 // sums(x) += to(x) - from(x), for n entries that do not overlap.
 KAVRIX_CLONES void AddDifference(int n, int* __restrict sums, const int* __restrict to,
                                  const int* __restrict from)
@@ -80,8 +88,12 @@ MatInt SumPattern(const MatShort& simg, const MatByte& pattern)
     // before(x, y) = sum of simg(0 .. x - 1, y).
     MatInt before(simg.dim1 + 1, simg.dim2);
     for (int y = 0; y < simg.dim2; y++) {
-        int sum = before(0, y) = 0;
-        for (int x = 0; x < simg.dim1; x++) before(x + 1, y) = sum = WrapAdd<int>(sum, simg(x, y));
+        int sum = 0;
+        before(0, y) = 0;
+        for (int x = 0; x < simg.dim1; x++) {
+            sum = WrapAdd<int>(sum, simg(x, y));
+            before(x + 1, y) = sum;
+        }
     }
 
     const Runs runs(pattern);
@@ -97,10 +109,7 @@ MatInt SumPattern(const MatShort& simg, const MatByte& pattern)
             } else if (isWide(i)) {
                 AddDifference(output.dim1, sums, to(i, n), from(i, n));
             } else {
-                const int first = runs.First(i);
-                Elementwise<int, short>(output(RNG::All(), n),
-                                        simg(RNG(first, first + output.dim1 - 1), n + runs.Row(i)),
-                                        [](int& p, short q) { p = WrapAdd<int>(p, q); });
+                AddCells(output.dim1, sums, &simg(runs.First(i), n + runs.Row(i)), simg.step1);
             }
         }
     }
