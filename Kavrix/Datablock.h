@@ -1,4 +1,5 @@
-// The storage under every array: one reference-counted block holds a header and, behind it, the elements.
+/// \file
+/// The storage under every array: one reference-counted block holds a header and, behind it, the elements.
 #ifndef KAVRIX_DATABLOCK_H
 #define KAVRIX_DATABLOCK_H
 
@@ -13,8 +14,8 @@ public:
     int len;                 ///< number of elements; 0 for an attached buffer
     unsigned short itemsize; ///< bytes per element: 1, 2 or 4
     unsigned short nrefs;    ///< number of arrays whose `pblock` is this block, at most 65535
-    Datablock* prev;         ///< neighbours in the list of live blocks
-    Datablock* next;
+    Datablock* prev;         ///< the block made before this one, of those that live; null for the first
+    Datablock* next;         ///< the block made after it; null for the last
 
     static unsigned mem;     ///< bytes in live blocks, 20 for each header included
     static unsigned maxMem;  ///< the highest value that `mem` has had
@@ -30,6 +31,7 @@ public:
     /// \param user      the array that asks; not used
     /// \param itemsize  bytes per element
     /// \param len       number of elements
+    /// \return the block, at the end of the list; its `ptr` lies behind the header, in the same allocation
     static Datablock* create(KX_Base* user, unsigned short itemsize, int len);
 
     /// One more array uses the block. A null block is ignored.
@@ -40,8 +42,8 @@ public:
     /// The buffer behind an attached block stays the caller's.
     static void releaseRef(KX_Base* user, Datablock* pblock);
 
-    static unsigned memUsed() { return mem; }
-    static unsigned maxMemUsed() { return maxMem; }
+    static unsigned memUsed() { return mem; }       ///< bytes in live blocks
+    static unsigned maxMemUsed() { return maxMem; } ///< the most that it has been
 };
 
 #endif

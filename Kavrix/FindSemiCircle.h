@@ -1,4 +1,5 @@
-// Search for the ring on which the motion lies.
+/// \file
+/// Search for the ring on which the motion lies.
 #ifndef KAVRIX_FINDSEMICIRCLE_H
 #define KAVRIX_FINDSEMICIRCLE_H
 
@@ -10,8 +11,8 @@
 /// \param mag_sh      W x H picture, of the motion's magnitude for instance; read only
 /// \param r1, r2      inner and outer radius in pixels, both included
 /// \param f_cx, f_cy  the centre in pixels of mag_sh, whole numbers; at least rint(r2) from every side. Both
-///                    minus infinity when the picture is smaller than 2 * rint(r2) + 1 either way, or when r2
-///                    is negative or not a number.
+///                    minus infinity when the picture is smaller than 2 * rint(r2) + 1 either way, or when
+///                    rint(r2) is negative or r2 not a number.
 /// \return 0 always
 int FindSemiCircle(const MatShort& mag_sh, float r1, float r2, float& f_cx, float& f_cy);
 

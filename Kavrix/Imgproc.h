@@ -1,4 +1,5 @@
-// Filters. The 3 x 3 ones are members of MatShort, the box filters in place of MatByte and MatShort.
+/// \file
+/// Filters. The 3 x 3 ones are members of MatShort, the box filters in place of MatByte and MatShort.
 #ifndef KAVRIX_IMGPROC_H
 #define KAVRIX_IMGPROC_H
 
@@ -9,9 +10,11 @@
 /// Output (x, y) covers the input window that starts at (x, y); each pass makes the picture one pixel
 /// smaller. The sums are 16 bits and wrap; they are divided by the kernel's sum, truncating, once after the
 /// passes along x when there are more than 7 passes in all, and at the end. A divisor that has wrapped to 0
-/// gives 0. \param uimg      W x H grey values; left untouched \param v_passes  passes along x (the columns),
-/// despite the name \param h_passes  passes along y \return a view, anchored at (0, 0), of new storage. No
-/// pixel left: "RNG: Invalid range selection".
+/// gives 0. A count that leaves no pixel stops with "RNG: Invalid range selection".
+/// \param uimg      W x H grey values; left untouched
+/// \param v_passes  passes along x (the columns), despite the name
+/// \param h_passes  passes along y
+/// \return new picture of (W - |v_passes|) x (H - |h_passes|), a view anchored at (0, 0) of its storage
 MatShort FastFilter(MatByte uimg, int v_passes, int h_passes);
 
 #endif

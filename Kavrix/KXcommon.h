@@ -1,13 +1,14 @@
-// The common ground of the library: the fail-stop and its trace stack, pixel formats, index ranges, and the
-// array base that every vector, matrix and cube is built on.
-//
-// The rule of the house: COPYING an array SHARES its elements, ASSIGNING COPIES their VALUES.
-//
-//     MatShort a = b;        // a second view: writing a(0, 0) changes b(0, 0)
-//     a = b;                 // the values of b go into the storage that a has
-//     img(rx, ry) = b;       // the values of b go into that rectangle of img
-//
-// Passing by value, returning and cutting sub-views copy a descriptor, so they share as well.
+/// \file
+/// The common ground of the library: the fail-stop and its trace stack, pixel formats, index ranges, and the
+/// array base that every vector, matrix and cube is built on.
+///
+/// The rule of the house: COPYING an array SHARES its elements, ASSIGNING COPIES their VALUES.
+///
+///     MatShort a = b;        // a second view: writing a(0, 0) changes b(0, 0)
+///     a = b;                 // the values of b go into the storage that a has
+///     img(rx, ry) = b;       // the values of b go into that rectangle of img
+///
+/// Passing by value, returning and cutting sub-views copy a descriptor, so they share as well.
 #ifndef KAVRIX_KXCOMMON_H
 #define KAVRIX_KXCOMMON_H
 
@@ -18,6 +19,7 @@
 
 static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(float) == 4, "element widths are fixed");
 
+/// The element of pictures, 0 to 255.
 using UBYTE = unsigned char;
 
 // ---------------------------------------------------------------------------------- diagnostics
@@ -26,6 +28,8 @@ using UBYTE = unsigned char;
 /// sleeps for ever. There is nothing to catch and no way back: a machine must not go on with wrong numbers.
 /// The line reads "01/01 00:00:00.000 > -999 Err1 in 0:OF_Norm: RNG: Invalid range selection": a fixed time
 /// stamp, the code, the three innermost traced routines with their depth, the message.
+/// \param errorCode  shown in the line; the library's own is 1
+/// \param message    shown in the line; see ComposeErrorLine for those that are too long
 [[noreturn]] void error(int errorCode, const char* message);
 
 /// Length of the buffer that holds an error line, its terminating 0 included.
@@ -37,7 +41,8 @@ inline constexpr int errorLineSize = 180;
 /// \return whether `line` holds a text that ends with 0
 bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message);
 
-/// Stops the program for good, silently, after a failed assertion.
+/// Stops the program for good, silently, after a failed assertion. The two arguments tell where it stands,
+/// for a debugger.
 [[noreturn]] void gassert(unsigned line, const char* file);
 
 /// Marks the routine that is running, for the error line: a local object at the top of the routine.
@@ -49,25 +54,25 @@ public:
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
-    static int getLevel() { return level; }
+    static int getLevel() { return level; }                ///< number of names on the stack
     static const char* getMsg(int i) { return msgarr[i]; } ///< name number i, 0 the outermost; unchecked
 
-    static constexpr int maxLevel = 100;
-    static int level; ///< number of names on the stack
-    static const char* msgarr[maxLevel];
+    static constexpr int maxLevel = 100; ///< room on the stack
+    static int level;                    ///< number of names on the stack
+    static const char* msgarr[maxLevel]; ///< the names, the outermost first
 };
 
 /// What a pixel is made of.
 enum PIX_FMT {
-    PIX_FMT_NONE = 0,
-    PIX_FMT_Y8 = 1,
-    PIX_FMT_Y16 = 2,
-    PIX_FMT_FLOAT = 3,
-    PIX_FMT_RGB24 = 4,
-    PIX_FMT_BGR24 = 5,
-    PIX_FMT_HSV24 = 6,
-    PIX_FMT_BAYER = 7,
-    PIX_FMT_Y32 = 8
+    PIX_FMT_NONE = 0,  ///< no format
+    PIX_FMT_Y8 = 1,    ///< grey, 8 bits
+    PIX_FMT_Y16 = 2,   ///< grey, 16 bits
+    PIX_FMT_FLOAT = 3, ///< grey, a 32-bit float
+    PIX_FMT_RGB24 = 4, ///< red, green, blue, 8 bits each
+    PIX_FMT_BGR24 = 5, ///< blue, green, red, 8 bits each
+    PIX_FMT_HSV24 = 6, ///< hue, saturation, value, 8 bits each
+    PIX_FMT_BAYER = 7, ///< one colour behind each pixel's filter, 16 bits
+    PIX_FMT_Y32 = 8    ///< grey, 32 bits
 };
 
 /// Bytes of one pixel of a `PIX_FMT`: 1 to 4; -1 for `PIX_FMT_NONE` and for numbers that are no format.
@@ -80,17 +85,20 @@ int BytesPerPixel(int format);
 /// `RNG(0, 2147483647)` is the whole dimension.
 class RNG {
 public:
-    static constexpr int toEnd = 2147483647;
+    static constexpr int toEnd = 2147483647; ///< as a `to`: the last index, whichever that is
 
+    /// First index; last one, included if the steps meet it, or `toEnd`; distance from one index to the next.
+    /// @{
     int from, to, step;
+    /// @}
 
     /// Step 1. Stops with "RNG: Invalid range selection" unless 0 <= from <= to.
     RNG(int from, int to);
     /// A range that steps, downwards when `step` is negative. Stops with "RNG: Invalid range selection" when
     /// `step` is 0, an end is negative, or `to` lies on the wrong side of `from`.
     RNG(int from, int to, int step);
-    RNG(const RNG&) = default;
-    RNG& operator=(const RNG&) = default;
+    RNG(const RNG&) = default;            ///< the same indices
+    RNG& operator=(const RNG&) = default; ///< the same indices
 
     /// The whole of a dimension.
     static RNG All() { return RNG(0, toEnd); }
@@ -108,30 +116,40 @@ public:
 /// An area of interest: columns `rng1`, rows `rng2`.
 class AOI {
 public:
+    /// Columns and rows.
+    /// @{
     RNG rng1, rng2;
+    /// @}
 
+    /// Columns fromX .. toX, rows fromY .. toY, ends included.
+    /// Stops with "RNG: Invalid range selection" as RNG(from, to) does.
     AOI(int fromX, int toX, int fromY, int toY) : rng1(fromX, toX), rng2(fromY, toY) {}
-    AOI(const RNG& x, const RNG& y) : rng1(x), rng2(y) {}
-    AOI(const AOI&) = default;
-    AOI& operator=(const AOI&) = default;
+    AOI(const RNG& x, const RNG& y) : rng1(x), rng2(y) {} ///< of two ranges
+    AOI(const AOI&) = default;                            ///< the same area
+    AOI& operator=(const AOI&) = default;                 ///< the same area
 
-    bool inside(const AOI& outer) const; ///< in both directions
+    bool inside(const AOI& outer) const; ///< whether it is RNG::inside in both directions
 };
 
 /// A volume of interest: columns `rng1`, rows `rng2`, frames `rng3`.
 class VOI {
 public:
+    /// Columns, rows and frames.
+    /// @{
     RNG rng1, rng2, rng3;
+    /// @}
 
+    /// Columns fromX .. toX, rows fromY .. toY, frames fromZ .. toZ, ends included.
+    /// Stops with "RNG: Invalid range selection" as RNG(from, to) does.
     VOI(int fromX, int toX, int fromY, int toY, int fromZ, int toZ)
         : rng1(fromX, toX), rng2(fromY, toY), rng3(fromZ, toZ)
     {
     }
-    VOI(const RNG& x, const RNG& y, const RNG& z) : rng1(x), rng2(y), rng3(z) {}
-    VOI(const VOI&) = default;
-    VOI& operator=(const VOI&) = default;
+    VOI(const RNG& x, const RNG& y, const RNG& z) : rng1(x), rng2(y), rng3(z) {} ///< of three ranges
+    VOI(const VOI&) = default;                                                   ///< the same volume
+    VOI& operator=(const VOI&) = default;                                        ///< the same volume
 
-    bool inside(const VOI& outer) const; ///< in all three directions
+    bool inside(const VOI& outer) const; ///< whether it is RNG::inside in all three directions
 };
 
 // ---------------------------------------------------------------------------------- the array base
@@ -143,24 +161,35 @@ public:
 class KX_Base {
 public:
     union { // one address, read by the element type
+        /// Where element (0, 0, 0) lies, as a pointer to any, byte, short, int and float elements; null
+        /// without storage.
+        /// @{
         void* p_data;
         UBYTE* p_B_data;
         short* p_s_data;
         int* p_i_data;
         float* p_f_data;
+        /// @}
     };
-    Datablock* pblock;       ///< the block this view lives in, or null
-    int step1, step2, step3; ///< strides in elements
-    int dim1, dim2, dim3;    ///< sizes
-    char poolObjType;        ///< object type for dumps
-    char myName[13];         ///< name for dumps
+    Datablock* pblock; ///< the block this view lives in, or null
+    /// Strides: elements from one column, row and frame to the next.
+    /// @{
+    int step1, step2, step3;
+    /// @}
+    /// Sizes: columns, rows and frames.
+    /// @{
+    int dim1, dim2, dim3;
+    /// @}
+    char poolObjType; ///< object type for dumps
+    char myName[13];  ///< name for dumps
 
     KX_Base();                 ///< all zero: no storage, no size
     KX_Base(const KX_Base& b); ///< a second view of the same elements
-    ~KX_Base();
+    ~KX_Base();                ///< the last array of a block frees it
 
     /// Copies values over this view's shape, in the element width of `src`'s block.
-    /// Without storage it is first given `src`'s shape and width. Shapes are not compared.
+    /// Without storage it is first given `src`'s shape and width. Shapes are not compared: a smaller `src` is
+    /// read beyond its end. Every array that shares the storage sees the new values.
     KX_Base& operator=(const KX_Base& src);
 
     /// Gives dense, uncleared storage of d1 x d2 x d3 elements of 1, 2, 4, 4 bytes.
@@ -168,16 +197,21 @@ public:
     /// "Resize_ubyte: Object cannot be resized, data are referenced by another object" (and so on).
     /// Storage of the right number of elements is kept and reshaped, its contents unchanged.
     /// A shape with a size below 1 gives an array without storage where there was none.
+    /// @{
     void Resize_ubyte(int d1, int d2, int d3);
     void Resize_short(int d1, int d2, int d3);
     void Resize_int(int d1, int d2, int d3);
     void Resize_float(int d1, int d2, int d3);
+    /// @}
 
     /// Conversions between element types, source first, over the source's shape; B byte, s short, i int,
     /// f float. A destination without storage gets the source's shape; one that has storage is not checked.
     /// Widening keeps the value; narrowing keeps the low bits (256 becomes 0, 40000 becomes -25536 as a
     /// short); a float is cut towards zero, held to the 32-bit range (to 0 .. 2^32 - 1 for bytes, not a
     /// number gives 0), and then its low bits are kept.
+    /// The elements' types are those of the name, whatever the blocks hold: use the overloads of Convert,
+    /// which know the types.
+    /// @{
     static void Convert_Bs(const KX_Base& src, KX_Base& dst);
     static void Convert_sB(const KX_Base& src, KX_Base& dst);
     static void Convert_Bi(const KX_Base& src, KX_Base& dst);
@@ -190,6 +224,7 @@ public:
     static void Convert_fs(const KX_Base& src, KX_Base& dst);
     static void Convert_if(const KX_Base& src, KX_Base& dst);
     static void Convert_fi(const KX_Base& src, KX_Base& dst);
+    /// @}
 
     /// Dumps the array to a stream, for inspection outside the program; all numbers little-endian: "idc_",
     /// `poolObjType`, `myName`, the low 16 bits of each size, then the elements, x fastest, in the width of
@@ -202,10 +237,10 @@ protected:
     /// What a sub-view takes of one dimension: a range, or a fixed index that contributes no dimension.
     class Pick {
     public:
-        Pick(const RNG& r) : range(r), fixed(false) {}
-        Pick(int index) : range(0, 0), fixed(true) { range.from = index; }
-        RNG range;
-        bool fixed;
+        Pick(const RNG& r) : range(r), fixed(false) {}                     ///< a range
+        Pick(int index) : range(0, 0), fixed(true) { range.from = index; } ///< an index
+        RNG range;                                                         ///< the index is its `from`
+        bool fixed;                                                        ///< whether it is an index
     };
 
     /// Makes this array, which has no block yet, a view of all of `b`: same elements, strides, sizes, name.
@@ -216,6 +251,7 @@ protected:
     /// Makes this array a w x h view of the caller's memory, elements of `width` bytes; it must have no
     /// block, else "Error: Already attached to data".
     void Attach(void* data, int width, int w, int h);
+    /// Drops the block and becomes an array of 0 columns and 0 rows.
     void Detach();
     /// Swaps dim1 with dim2 and step1 with step2.
     void SwapColumnsAndRows();

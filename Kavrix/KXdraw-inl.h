@@ -10,7 +10,7 @@
 /// Sets m(x, y) where it lies in the picture.
 template <class T> void SetInside(const Mat<T>& m, int x, int y, T color)
 {
-    if (0 <= x && x < m.dim1 && 0 <= y && y < m.dim2) m(x, y) = color;
+    if (m.p_data && 0 <= x && x < m.dim1 && 0 <= y && y < m.dim2) m(x, y) = color;
 }
 
 /// The marker `style` at (x, y): '+', 'x' and 'o' wholly or not at all, 3 pixels to each side; else one
@@ -21,7 +21,7 @@ template <class T> void Marker(const Mat<T>& m, int x, int y, T color, char styl
         SetInside(m, x, y, color);
         return;
     }
-    if (x < 3 || x > m.dim1 - 4 || y < 3 || y > m.dim2 - 4) return;
+    if (!m.p_data || x < 3 || x > m.dim1 - 4 || y < 3 || y > m.dim2 - 4) return;
     if (style == 'o') {
         static const signed char ring[16][2] = {{3, 0},  {3, 1},  {2, 2},  {1, 3},   {0, 3},   {-1, 3},
                                                 {-2, 2}, {-3, 1}, {-3, 0}, {-3, -1}, {-2, -2}, {-1, -3},

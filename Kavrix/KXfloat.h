@@ -1,9 +1,12 @@
-// Arrays of 32-bit floats: parameters.
+/// \file
+/// Arrays of 32-bit floats: parameters.
 #ifndef KAVRIX_KXFLOAT_H
 #define KAVRIX_KXFLOAT_H
 
 #include <Kavrix/KXint.h>
 
+/// Floats in up to three dimensions: what VecFloat, MatFloat and CubFloat have in common, and what their
+/// operators give.
 class KX_Float : public Elem<float> {
 public:
     using Elem::Elem;
@@ -11,18 +14,21 @@ public:
 
 extern template class Elem<float>;
 
+/// A vector of floats; see Vec.
 class VecFloat : public Vec<float> {
 public:
     using Vec::Vec;
 
-    VecFloat& sqrt(); ///< each element to its square root; returns this vector
+    VecFloat& sqrt(); ///< each element to its square root, of negative ones not a number; returns this vector
 };
 
+/// A matrix of floats, dim1 columns by dim2 rows; see Mat.
 class MatFloat : public Mat<float> {
 public:
     using Mat::Mat;
 };
 
+/// A cube of floats: dim3 frames; see Cub.
 class CubFloat : public Cub<float> {
 public:
     using Cub::Cub;
@@ -35,13 +41,13 @@ extern template class Cub<float>;
 static_assert(sizeof(MatFloat) == sizeof(KX_Base));
 
 // Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
-float Max(const VecFloat& v);
-float Min(const VecFloat& v);
+float Max(const VecFloat& v);                    ///< largest element
+float Min(const VecFloat& v);                    ///< smallest element
 int Argmax(const VecFloat& v);                   ///< index of the first maximum
 int Argmin(const VecFloat& v);                   ///< index of the first minimum
-float Sum(const VecFloat& v);                    ///< in single precision, in index order
-float Dot(const VecFloat& a, const VecFloat& b); ///< likewise, over a's length
+float Sum(const VecFloat& v);                    ///< sum in single precision, in index order
+float Dot(const VecFloat& a, const VecFloat& b); ///< sum of a(i) * b(i) likewise, over a's length
 VecInt Size(const VecFloat& v);                  ///< one element: dim1
-VecFloat All(float value, int n);                ///< n times the value
+VecFloat All(float value, int n);                ///< new vector: n times the value
 
 #endif

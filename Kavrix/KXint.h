@@ -1,20 +1,24 @@
-// Arrays of signed 32-bit elements: sums of flow, histograms, votes, regions.
+/// \file
+/// Arrays of signed 32-bit elements: sums of flow, histograms, votes, regions.
 #ifndef KAVRIX_KXINT_H
 #define KAVRIX_KXINT_H
 
 #include <Kavrix/KXarray.h>
 
+/// Ints in up to three dimensions: what VecInt and MatInt have in common, and what their operators give.
+/// Sums, differences and products wrap.
 class KX_Int : public IntElem<int> {
 public:
     using IntElem::IntElem, IntElem::operator+=, IntElem::operator-=;
 
-    KX_Int& operator+=(const KX_Short& b); ///< shorts widened with their sign
-    KX_Int& operator-=(const KX_Short& b);
+    KX_Int& operator+=(const KX_Short& b); ///< adds shorts, widened with their sign, in place
+    KX_Int& operator-=(const KX_Short& b); ///< subtracts shorts, widened with their sign, in place
 };
 
 extern template class Elem<int>;
 extern template class IntElem<int>;
 
+/// A vector of ints; see Vec.
 class VecInt : public Vec<int> {
 public:
     using Vec::Vec;
@@ -24,6 +28,7 @@ public:
     VecInt& sqrt();
 };
 
+/// A matrix of ints, dim1 columns by dim2 rows; see Mat.
 class MatInt : public Mat<int> {
 public:
     using Mat::Mat;
@@ -37,25 +42,25 @@ extern template class Mat<int>;
 static_assert(sizeof(MatInt) == sizeof(KX_Base));
 
 // Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
-int Max(const VecInt& v);
-int Min(const VecInt& v);
+int Max(const VecInt& v);                  ///< largest element
+int Min(const VecInt& v);                  ///< smallest element
 int Argmax(const VecInt& v);               ///< index of the first maximum
 int Argmin(const VecInt& v);               ///< index of the first minimum
-int Sum(const VecInt& v);                  ///< modulo 2^32
+int Sum(const VecInt& v);                  ///< sum, modulo 2^32
 int Dot(const VecInt& a, const VecInt& b); ///< sum of a(i) * b(i) over a's length, modulo 2^32
 VecInt Size(const VecInt& v);              ///< one element: dim1
-VecInt All(int value, int n);              ///< n times the value
+VecInt All(int value, int n);              ///< new vector: n times the value
 
 // Reductions of matrices: entry y belongs to row y.
-VecInt Max(const MatInt& m);
-VecInt Min(const MatInt& m);
-VecInt Argmax(const MatInt& m); ///< column of the row's first maximum
-VecInt Argmin(const MatInt& m);
-VecInt Sum(const MatInt& m);
-VecInt Size(const MatInt& m);                       ///< dim1, dim2
-MatInt All(int value, int w, int h);                ///< w x h times the value
-VecInt Diag(const MatInt& m);                       ///< m(i, i), min(dim1, dim2) of them
-MatInt Diag(const VecInt& v);                       ///< square, v on the diagonal, 0 elsewhere
+VecInt Max(const MatInt& m);                        ///< largest element of each row
+VecInt Min(const MatInt& m);                        ///< smallest element of each row
+VecInt Argmax(const MatInt& m);                     ///< column of the row's first maximum
+VecInt Argmin(const MatInt& m);                     ///< column of the row's first minimum
+VecInt Sum(const MatInt& m);                        ///< sum of each row, modulo 2^32
+VecInt Size(const MatInt& m);                       ///< two elements: dim1, dim2
+MatInt All(int value, int w, int h);                ///< new matrix: w x h times the value
+VecInt Diag(const MatInt& m);                       ///< new vector: m(i, i), min(dim1, dim2) of them
+MatInt Diag(const VecInt& v);                       ///< new square matrix: v on the diagonal, 0 elsewhere
 VecInt operator*(const MatInt& m, const VecInt& v); ///< entry x: sum over y of m(x, y) * v(y), wrapped
 
 #endif

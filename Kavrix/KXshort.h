@@ -1,20 +1,24 @@
-// Arrays of signed 16-bit elements: prepared frames, derivatives, flow, motion and vote pictures.
+/// \file
+/// Arrays of signed 16-bit elements: prepared frames, derivatives, flow, motion and vote pictures.
 #ifndef KAVRIX_KXSHORT_H
 #define KAVRIX_KXSHORT_H
 
 #include <Kavrix/KXint.h>
 #include <Kavrix/KXubyte.h>
 
+/// Shorts in up to three dimensions: what VecShort, MatShort and CubShort have in common, and what their
+/// operators give. Sums, differences and products wrap: 32767 + 1 is -32768.
 class KX_Short : public IntElem<short> {
 public:
     using IntElem::IntElem, IntElem::operator+=;
 
-    KX_Short& operator+=(const KX_Byte& b); ///< bytes widened by zeros
+    KX_Short& operator+=(const KX_Byte& b); ///< adds bytes, widened by zeros, in place; returns this array
 };
 
 extern template class Elem<short>;
 extern template class IntElem<short>;
 
+/// A vector of shorts; see Vec.
 class VecShort : public Vec<short> {
 public:
     using Vec::Vec;
@@ -23,7 +27,7 @@ public:
     /// Returns this vector.
     VecShort& sqrt();
 
-    /// The element of rank p * dim1 / 100 (a 16-bit number, held to 0 .. dim1 - 1), 0 the smallest.
+    /// The element of rank p * dim1 / 100 (a 16-bit number, held to 0 to dim1 - 1), 0 the smallest.
     /// Reorders the elements: hand in a copy of the values to keep their order. Not for empty vectors.
     /// C. A. R. Hoare, "Algorithm 65: Find", Communications of the ACM 4 (1961), p. 321.
     short percentile(int p);
@@ -31,59 +35,70 @@ public:
     /// Ascending, in place.
     /// C. A. R. Hoare, "Quicksort", The Computer Journal 5 (1962), pp. 10-16.
     void sort();
-    void sort(short lo, short hi); ///< only the indices lo .. hi
+    void sort(short lo, short hi); ///< the same for the indices lo to hi only
 };
 
+/// A matrix of shorts: a picture of dim1 columns and dim2 rows; see Mat.
 class MatShort : public Mat<short> {
 public:
     using Mat::Mat;
 
     MatShort& Trans(); ///< columns and rows swapped without moving an element; returns this matrix
 
-    /// Element-wise comparisons of this matrix's dim1 x dim2 elements: 255 where they hold, 0 elsewhere.
+    /// Element-wise comparisons of this matrix's dim1 x dim2 elements, into a new matrix: 255 where they
+    /// hold, 0 elsewhere.
+    /// @{
     MatByte operator==(const MatShort& b) const;
     MatByte operator!=(const MatShort& b) const;
     MatByte operator>(const MatShort& b) const;
     MatByte operator<(const MatShort& b) const;
     MatByte operator>=(const MatShort& b) const;
     MatByte operator<=(const MatShort& b) const;
-    MatByte operator&&(const MatShort& b) const; ///< both not 0
-    MatByte operator||(const MatShort& b) const; ///< at least one not 0
-    MatByte operator!() const;                   ///< is 0
+    /// @}
+    MatByte operator&&(const MatShort& b) const; ///< 255 where both are not 0, 0 elsewhere; a new matrix
+    MatByte operator||(const MatShort& b) const; ///< 255 where either is not 0, 0 elsewhere; a new matrix
+    MatByte operator!() const;                   ///< 255 where the element is 0, 0 elsewhere; a new matrix
 
     /// 3 x 3 filters: this matrix becomes the filtered inside of the W x H picture `m`, (W-2) x (H-2), so
     /// that (x, y) here belongs to (x+1, y+1) there. This matrix is empty or has just that shape; it must not
-    /// share storage with `m`. A picture below 3 x 3 stops with "RNG: Invalid range selection". See
-    /// Imgproc.cpp.
-    void Smooth(const MatByte& m);   ///< binomial, not normalised: 16 times the grey value, 0 .. 4080
+    /// share storage with `m`. A picture below 3 x 3 stops with "RNG: Invalid range selection".
+    /// @{
+    void Smooth(const MatByte& m);   ///< binomial, not normalised: 16 times the grey value, 0 to 4080
     void Smooth(const MatShort& m);  ///< binomial, normalised; for values up to 4080
     void LapAve(const MatShort& m);  ///< average of the neighbours: edges 1/6, corners 1/12 each
     void Laplace(const MatShort& m); ///< LapAve - centre + 2048
     void SobelX(const MatShort& m);  ///< right column - left column, weighted 1 2 1, + 2048
     void SobelY(const MatShort& m);  ///< lower row - upper row, weighted 1 2 1, + 2048
+    /// @}
 
-    /// As for bytes, with 16-bit sums and divisor: from eight passes on the divisor is 0. See MatByte.
+    /// As MatByte::FastFilter, with 16-bit sums and divisor: from eight passes on the divisor is 0.
     MatShort FastFilter(int nr_passes);
 
-    /// As for bytes; see MatByte.
-    void DrawCross(short x, short y, short color, char style);
-    void DrawLine(short x1, short y1, short x2, short y2, short color);
+    void DrawCross(short x, short y, short color, char style);          ///< as MatByte::DrawCross
+    void DrawLine(short x1, short y1, short x2, short y2, short color); ///< as MatByte::DrawLine
 
-    /// As for bytes, with shorts; see MatByte.
-    void Attach_to_raw_image(short* data, int w, int h);
-    void Detach_from_raw_image();
+    void Attach_to_raw_image(short* data, int w, int h); ///< as MatByte::Attach_to_raw_image, with shorts
+    void Detach_from_raw_image();                        ///< as MatByte::Detach_from_raw_image
 
-    /// Reads a 16-bit bit-field BMP; see bmpread.h. What WriteBMP writes reads back only at even widths.
+    /// Reads a 16-bit bit-field BMP and takes its size; see bmpread.h for the results. What WriteBMP writes
+    /// reads back only at even widths.
+    /// @{
     int ReadBMP(const char* fname);
     int ReadBMP(std::FILE* fin);
-    /// Writes the elements as they are as a 16-bit BMP; see bmpwrite.h.
+    /// @}
+    /// Writes the elements as they are as a 16-bit BMP; see bmpwrite.h for the results.
+    /// @{
     int WriteBMP(const char* fname) const;
     int WriteBMP(std::FILE* fout) const;
-    /// Writes (element + offset) >> 4, its low 8 bits, as an 8-bit grey BMP; see bmpwrite.h.
+    /// @}
+    /// Writes (element + offset) >> 4, its low 8 bits, as an 8-bit grey BMP; see bmpwrite.h for the results.
+    /// @{
     int WriteBMP8bpp(const char* fname, short offset) const;
     int WriteBMP8bpp(std::FILE* fout, short offset) const;
+    /// @}
 };
 
+/// A cube of shorts: dim3 frames; see Cub.
 class CubShort : public Cub<short> {
 public:
     using Cub::Cub;
@@ -96,26 +111,26 @@ extern template class Cub<short>;
 static_assert(sizeof(MatShort) == sizeof(KX_Base));
 
 // Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
-short Max(const VecShort& v);
-short Min(const VecShort& v);
+short Max(const VecShort& v);                    ///< largest element
+short Min(const VecShort& v);                    ///< smallest element
 int Argmax(const VecShort& v);                   ///< index of the first maximum
 int Argmin(const VecShort& v);                   ///< index of the first minimum
-short Sum(const VecShort& v);                    ///< modulo 2^16
+short Sum(const VecShort& v);                    ///< sum, modulo 2^16
 short Dot(const VecShort& a, const VecShort& b); ///< sum of a(i) * b(i) over a's length, modulo 2^16
 VecInt Size(const VecShort& v);                  ///< one element: dim1
-VecShort All(short value, int n);                ///< n times the value
+VecShort All(short value, int n);                ///< new vector: n times the value
 
 // Reductions of matrices: entry y belongs to row y.
-VecShort Max(const MatShort& m);
-VecShort Min(const MatShort& m);
-VecInt Argmax(const MatShort& m); ///< column of the row's first maximum
-VecInt Argmin(const MatShort& m);
-VecShort Sum(const MatShort& m);
-VecInt Size(const MatShort& m);                           ///< dim1, dim2
-MatShort All(short value, int w, int h);                  ///< w x h times the value
-VecShort Diag(const MatShort& m);                         ///< m(i, i), min(dim1, dim2) of them
-MatShort Diag(const VecShort& v);                         ///< square, v on the diagonal, 0 elsewhere
+VecShort Max(const MatShort& m);         ///< largest element of each row
+VecShort Min(const MatShort& m);         ///< smallest element of each row
+VecInt Argmax(const MatShort& m);        ///< column of the row's first maximum
+VecInt Argmin(const MatShort& m);        ///< column of the row's first minimum
+VecShort Sum(const MatShort& m);         ///< sum of each row, modulo 2^16
+VecInt Size(const MatShort& m);          ///< two elements: dim1, dim2
+MatShort All(short value, int w, int h); ///< new matrix: w x h times the value
+VecShort Diag(const MatShort& m);        ///< new vector: m(i, i), min(dim1, dim2) of them
+MatShort Diag(const VecShort& v);        ///< new square matrix: v on the diagonal, 0 elsewhere
 VecShort operator*(const MatShort& m, const VecShort& v); ///< entry x: sum over y of m(x, y) * v(y), wrapped
-MatShort Abs(const MatShort& m);                          ///< absolute values; -32768 stays
+MatShort Abs(const MatShort& m);                          ///< new matrix of the absolute values; -32768 stays
 
 #endif

@@ -1,4 +1,5 @@
-// Arrays of unsigned 8-bit elements: grey pictures, frame sequences, colour cubes of three planes.
+/// \file
+/// Arrays of unsigned 8-bit elements: grey pictures, frame sequences, colour cubes of three planes.
 #ifndef KAVRIX_KXUBYTE_H
 #define KAVRIX_KXUBYTE_H
 
@@ -6,61 +7,75 @@
 
 #include <cstdio>
 
+/// Bytes in up to three dimensions: what VecByte, MatByte and CubByte have in common, and what their
+/// operators give. Sums, differences and products are kept modulo 256.
 class KX_Byte : public IntElem<UBYTE> {
 public:
     using IntElem::IntElem, IntElem::operator+=, IntElem::operator-=;
 
-    KX_Byte& operator-=(UBYTE s);
+    KX_Byte& operator-=(UBYTE s); ///< subtracts one value, modulo 256, in place; returns this array
 
-    /// Bit by bit, in place.
+    /// And, or, exclusive or, bit by bit, in place; returns this array.
+    /// @{
     KX_Byte& operator&=(const KX_Byte& b);
     KX_Byte& operator|=(const KX_Byte& b);
     KX_Byte& operator^=(const KX_Byte& b);
     KX_Byte& operator&=(UBYTE s);
     KX_Byte& operator|=(UBYTE s);
     KX_Byte& operator^=(UBYTE s);
+    /// @}
+    /// And, or, exclusive or, bit by bit, as a new dense array.
+    /// @{
     KX_Byte operator&(const KX_Byte& b) const;
     KX_Byte operator|(const KX_Byte& b) const;
     KX_Byte operator^(const KX_Byte& b) const;
     KX_Byte operator&(UBYTE s) const;
     KX_Byte operator|(UBYTE s) const;
     KX_Byte operator^(UBYTE s) const;
+    /// @}
 
-    /// Comparisons, 255 where they hold and 0 elsewhere. The strict ones give a new array. `>=` and `<=` are
-    /// compound operators like `&=`: they write the answer over THIS array and return it.
+    /// The strict comparisons give a new array of 255 where they hold and 0 elsewhere.
     KX_Byte operator>(const KX_Byte& b) const;
-    KX_Byte operator<(const KX_Byte& b) const;
-    KX_Byte operator>(UBYTE s) const;
-    KX_Byte operator<(UBYTE s) const;
+    KX_Byte operator<(const KX_Byte& b) const; ///< 255 where this element is the smaller, 0 elsewhere; new
+    KX_Byte operator>(UBYTE s) const;          ///< 255 where the element is larger than s, 0 elsewhere; new
+    KX_Byte operator<(UBYTE s) const;          ///< 255 where the element is smaller than s, 0 elsewhere; new
+    /// `>=` and `<=` are compound operators like `&=`: they write the answer, 255 where it holds and 0
+    /// elsewhere, over THIS array and return it.
     KX_Byte& operator>=(const KX_Byte& b);
-    KX_Byte& operator<=(const KX_Byte& b);
-    KX_Byte& operator>=(UBYTE s);
-    KX_Byte& operator<=(UBYTE s);
+    KX_Byte& operator<=(const KX_Byte& b); ///< 255 where it is not the larger one, else 0; over THIS array
+    KX_Byte& operator>=(UBYTE s);          ///< 255 where the element is at least s, else 0; over THIS array
+    KX_Byte& operator<=(UBYTE s);          ///< 255 where the element is at most s, else 0; over THIS array
 };
 
 extern template class Elem<UBYTE>;
 extern template class IntElem<UBYTE>;
 
+/// A vector of bytes; see Vec.
 class VecByte : public Vec<UBYTE> {
 public:
     using Vec::Vec;
 };
 
+/// A matrix of bytes: a grey picture of dim1 columns and dim2 rows; see Mat.
 class MatByte : public Mat<UBYTE> {
 public:
     using Mat::Mat;
-    using KX_Byte::operator>, KX_Byte::operator<, KX_Byte::operator>=, KX_Byte::operator<=;
 
-    /// Swaps columns and rows by swapping sizes and strides; no element moves. Returns this matrix.
+    /// Swaps columns and rows of this view by swapping sizes and strides; no element moves, and other views
+    /// of the storage stay as they are. Returns this matrix.
     MatByte& Trans();
 
     /// Element-wise comparisons of this matrix's dim1 x dim2 elements, into a new matrix.
     /// `==` and `!=` compare the bytes and give 1 or 0.
+    /// @{
     MatByte operator==(const MatByte& b) const;
     MatByte operator!=(const MatByte& b) const;
+    /// @}
     /// The ordering (255 or 0) and logical (1 or 0) operators read both matrices as the short ones do: signed
     /// 16-bit values, in this machine's byte order, at 16-bit positions, byte address data + 2 * (x * step1 +
     /// y * step2). That is their settled behaviour. A position that leaves the storage block reads as 0.
+    /// The result is a new matrix of this one's dim1 x dim2.
+    /// @{
     MatByte operator>(const MatByte& b) const;
     MatByte operator<(const MatByte& b) const;
     MatByte operator>=(const MatByte& b) const;
@@ -68,6 +83,16 @@ public:
     MatByte operator&&(const MatByte& b) const;
     MatByte operator||(const MatByte& b) const;
     MatByte operator!() const;
+    /// @}
+
+    /// With a scalar as for any byte array: bytes are compared. `>` and `<` give a new array, `>=` and `<=`
+    /// write over THIS matrix.
+    /// @{
+    KX_Byte operator>(UBYTE s) const { return KX_Byte::operator>(s); }
+    KX_Byte operator<(UBYTE s) const { return KX_Byte::operator<(s); }
+    KX_Byte& operator>=(UBYTE s) { return KX_Byte::operator>=(s); }
+    KX_Byte& operator<=(UBYTE s) { return KX_Byte::operator<=(s); }
+    /// @}
 
     /// Makes this matrix, which must have no storage ("Error: Already attached to data"), a w x h view of the
     /// caller's bytes, row after row. The buffer stays the caller's and must outlive all views. An attached
@@ -88,43 +113,75 @@ public:
     /// Sets the pixels of a digital line, both ends included; those outside the picture are left out.
     void DrawLine(short x1, short y1, short x2, short y2, UBYTE color);
 
-    /// Reads an uncompressed 8-bit BMP; see bmpread.h.
+    /// Reads an uncompressed 8-bit BMP and takes its size; see bmpread.h for the results. A shared matrix of
+    /// another size halts the program; one of the same size is written, and all that share it see it.
+    /// @{
     int ReadBMP(const char* fname);
     int ReadBMP(std::FILE* fin);
-    /// Writes an 8-bit grey BMP; see bmpwrite.h.
+    /// @}
+    /// Writes an 8-bit grey BMP; see bmpwrite.h for the results.
+    /// @{
     int WriteBMP(const char* fname) const;
     int WriteBMP(std::FILE* fout) const;
-    /// Writes a grey baseline JPEG; see jpegwrite.h.
+    /// @}
+    /// Writes a grey baseline JPEG of quality 1 to 100; see jpegwrite.h for the results and for views that
+    /// cannot be written.
+    /// @{
     int WriteJPG(const char* fname, int quality) const;
     int WriteJPG(std::FILE* outfile, int quality) const;
+    /// @}
 
-    /// Plain bytes, a minimal TIFF and the IMG form; see rawfiles.h. All of them stop at any failure.
+    /// Becomes ncols x nrows and reads plain bytes, row after row, behind `nskip` bytes that are passed over.
+    /// Any failure stops the program; see rawfiles.h.
+    /// @{
     void ReadRAW(const char* fname, int nskip, int ncols, int nrows);
     void ReadRAW(std::FILE* fp, int nskip, int ncols, int nrows);
+    /// @}
+    /// Writes plain bytes, COLUMN after column, behind `nskip` bytes of the file "header.tif". Any failure
+    /// stops the program; see rawfiles.h.
+    /// @{
     void WriteRAW(const char* fname, int nskip) const;
     void WriteRAW(std::FILE* fp, int nskip) const;
+    /// @}
+    /// Writes a minimal uncompressed TIFF. Any failure stops the program; see rawfiles.h.
+    /// @{
     void WriteTIFF(const char* fname) const;
     void WriteTIFF(std::FILE* fout) const;
+    /// @}
+    /// Reads a file named .IMG or .img and takes its size. Any failure stops the program; see rawfiles.h.
     void load_from_image_file(const char* fname);
 };
 
+/// A cube of bytes: a sequence of grey frames, or a colour picture of three planes red, green, blue; see Cub.
 class CubByte : public Cub<UBYTE> {
 public:
     using Cub::Cub;
 
-    /// 1 where the elements are equal (differ), 0 elsewhere, in a new cube.
+    /// 1 where the elements are equal (differ), 0 elsewhere, in a new cube of this one's shape.
+    /// @{
     CubByte operator==(const CubByte& b) const;
     CubByte operator!=(const CubByte& b) const;
+    /// @}
 
-    /// Reads a 24-bit BMP into three planes red, green, blue; see bmpread.h.
+    /// Reads a 24-bit BMP into three planes red, green, blue and takes its size; see bmpread.h for the
+    /// results. Only files whose rows are padded (widths that are no multiple of 4) load, and only into an
+    /// empty cube.
+    /// @{
     int ReadBMP(const char* fname);
     int ReadBMP(std::FILE* fin);
-    /// Writes three planes red, green, blue as a 24-bit BMP; see bmpwrite.h.
+    /// @}
+    /// Writes three planes red, green, blue as a 24-bit BMP, which ReadBMP does not read back; see bmpwrite.h
+    /// for the results.
+    /// @{
     int WriteBMP(const char* fname) const;
     int WriteBMP(std::FILE* fout) const;
-    /// Writes a colour JPEG of width x height from the samples of plane 0 onwards; see jpegwrite.h.
+    /// @}
+    /// Writes a colour JPEG of width x height from the samples of plane 0 onwards, of quality 1 to 100; see
+    /// jpegwrite.h for the results.
+    /// @{
     int WriteJPG(const char* fname, int quality) const;
     int WriteJPG(std::FILE* outfile, int quality) const;
+    /// @}
 };
 
 extern template class Vec<UBYTE>;

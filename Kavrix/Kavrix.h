@@ -1,4 +1,5 @@
-// The whole library in one include.
+/// \file
+/// The whole library in one include.
 #ifndef KAVRIX_KAVRIX_H
 #define KAVRIX_KAVRIX_H
 

@@ -106,8 +106,10 @@ KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __re
     for (int x = 0; x < n; x++) {
         const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
         const double reciprocal = slightlyMoreThanOne / Den[x];
-        u[x] = static_cast<short>(ua[x] - static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal));
-        v[x] = static_cast<short>(va[x] - static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal));
+        u[x] =
+            static_cast<short>(WrapSub<int>(ua[x], static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal)));
+        v[x] =
+            static_cast<short>(WrapSub<int>(va[x], static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal)));
     }
 }
 
@@ -279,8 +281,10 @@ void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatSh
     Trace trace("OF_Norm");
     u_sum_sh.Resize(u_sum.dim1, u_sum.dim2);
     v_sum_sh.Resize(v_sum.dim1, v_sum.dim2);
-    const Datablock* const before = mag_sh.pblock;
-    const bool kept = before && before->len == v_sum.dim1 * v_sum.dim2;
+    // Resizing keeps storage of the same shape or of the same number of elements.
+    const bool sameShape = mag_sh.dim1 == v_sum.dim1 && mag_sh.dim2 == v_sum.dim2 && mag_sh.dim3 == 1;
+    const bool kept =
+        mag_sh.pblock && (sameShape || mag_sh.pblock->len == std::int64_t{v_sum.dim1} * v_sum.dim2);
     mag_sh.Resize(v_sum.dim1, v_sum.dim2);
 
     int maxv = 0;

@@ -1,4 +1,5 @@
-// Motion between frames, and the centre of rotation that it points to.
+/// \file
+/// Motion between frames, and the centre of rotation that it points to.
 #ifndef KAVRIX_OPTFLOW_H
 #define KAVRIX_OPTFLOW_H
 
@@ -20,7 +21,7 @@
 int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters);
 
 /// Scales summed flow to 16 bits by one factor for both components, so that the largest absolute value
-/// becomes about 1907, and gives the magnitude of the scaled flow, 0 .. about 2697.
+/// becomes about 1907, and gives the magnitude of the scaled flow, 0 to about 2697.
 /// \param u_sum, v_sum        W x H sums of flow; read only
 /// \param u_sum_sh, v_sum_sh  resized to W x H; the scaled components
 /// \param mag_sh              resized to W x H; the magnitude. Without any flow it keeps the content that
@@ -29,7 +30,9 @@ void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatSh
              MatShort& mag_sh);
 
 /// Cumulative histogram: chist(k) becomes the number of pixels of at most k - 2048, smaller values counting
-/// in bin 0, larger ones in the last bin. The length of chist, 4096 for the whole range, is the caller's.
+/// in bin 0, larger ones in the last bin.
+/// \param img    W x H values, for instance of OF_Norm; read only
+/// \param chist  its length, 4096 for the whole range, is the caller's; earlier counts are overwritten
 void CumHistogram(const MatShort& img, VecInt& chist);
 
 /// The bin at which a cumulative histogram crosses `fraction` (0..1) of its total: for fractions above 0.5
@@ -52,7 +55,8 @@ int OpticalFlowPostprocAlt(const MatShort& u_sum, const MatShort& v_sum, int len
                            float r3f, float ang_speed, MatShort& hough_sh, float& cx, float& cy);
 
 /// As OpticalFlowPostprocAlt, but each pixel votes once for every whole radius from r1 to r2, and the voted
-/// point moves on by each radius in turn: its distance is the sum of the radii so far.
+/// point moves on by each radius in turn: its distance is the sum of the radii so far. Shapes, units and
+/// results are those of OpticalFlowPostprocAlt.
 int OpticalFlowPostprocA2(const MatShort& u_sum, const MatShort& v_sum, int len, float r1, float r2,
                           float ang_speed, MatShort& hough_sh, float& cx, float& cy);
 

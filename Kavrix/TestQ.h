@@ -1,4 +1,5 @@
-// The cancellation query of the motion functions.
+/// \file
+/// The cancellation query of the motion functions.
 #ifndef KAVRIX_TESTQ_H
 #define KAVRIX_TESTQ_H
 

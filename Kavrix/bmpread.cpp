@@ -4,6 +4,8 @@
 #include <Kavrix/WithFile.h>
 #include <Kavrix/bmpformat.h>
 
+#include <algorithm>
+
 namespace {
 
 enum { loaded = 0, noFile = 1, otherDepth = 2, notAccepted = 4 };
@@ -98,7 +100,8 @@ int MatByte::ReadBMP(std::FILE* fin)
     const std::uint32_t imageSize =
         h.imageSize != 0 ? h.imageSize : width * static_cast<std::uint32_t>(h.height);
     const std::uint32_t padding = RowPadding(h, imageSize, width);
-    for (int y = h.height - 1; y >= 0 && step1 == 1; y--) { // rows of a view with gaps are not read
+    const int rows = std::max(h.height, 0);
+    for (int y = rows - 1; y >= 0 && step1 == 1; y--) { // rows of a view with gaps are not read
         if (h.width < 0 || !ReadBytes(fin, &(*this)(0, y), width)) return notAccepted;
         Skip(fin, padding);
     }
@@ -107,7 +110,7 @@ int MatByte::ReadBMP(std::FILE* fin)
     // Grey files, where entry i is grey value i, do not show it, and need no second pass.
     bool changesValues = false;
     for (int i = 0; i < 256; i++) changesValues |= red[i] != i;
-    for (int y = 0; y < h.height && changesValues; y++)
+    for (int y = 0; y < rows && changesValues; y++)
         for (int x = 0; x < h.width - 1; x++) (*this)(x, y) = red[(*this)(x, y)];
     return loaded;
 }

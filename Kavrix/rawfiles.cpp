@@ -1,6 +1,7 @@
 // RAW, TIFF and IMG files.
 #include <Kavrix/rawfiles.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -67,7 +68,7 @@ void MatByte::WriteRAW(std::FILE* fp, int nskip) const
         for (int i = 0; i < nskip; i++) PutByte(std::getc(header) & 0xFF, fp, rawWriteFailed);
         std::fclose(header);
     }
-    for (int x = 0; x < dim1; x++) // column by column, unlike ReadRAW
+    for (int x = 0; x < dim1 && p_data; x++) // column by column, unlike ReadRAW
         for (int y = 0; y < dim2; y++) PutByte((*this)(x, y), fp, rawWriteFailed);
 }
 
@@ -93,7 +94,9 @@ void MatByte::WriteTIFF(const char* fname) const
 void MatByte::WriteTIFF(std::FILE* fout) const
 {
     if (fout == nullptr) error(1, cannotOpenTiff);
-    const auto width = static_cast<std::uint32_t>(dim1), height = static_cast<std::uint32_t>(dim2);
+    // Sizes without storage behind them are written as an empty picture.
+    const auto width = static_cast<std::uint32_t>(p_data ? dim1 : 0);
+    const auto height = static_cast<std::uint32_t>(p_data ? dim2 : 0);
     const std::uint32_t pixels = 154, pixelsEnd = pixels + width * height;
     const std::uint32_t resolutionX = pixelsEnd + pixelsEnd % 2, resolutionY = resolutionX + 8;
 
@@ -133,7 +136,7 @@ void MatByte::WriteTIFF(std::FILE* fout) const
         }
     }
 
-    for (int y = 0; y < dim2; y++)
+    for (int y = 0; y < dim2 && p_data; y++)
         for (int x = 0; x < dim1; x++) PutByte((*this)(x, y), fout, tiffWriteFailed);
     if (pixelsEnd % 2 != 0) std::putc(0, fout);
     for (int i = 0; i < 2; i++) { // both resolutions
@@ -143,6 +146,46 @@ void MatByte::WriteTIFF(std::FILE* fout) const
 }
 
 // ---------------------------------------------------------------------------------- IMG
+
+namespace {
+
+// Whether `text` comes next; what does not match is left for the next read.
+bool Matches(std::FILE* fp, const char* text)
+{
+    for (; *text; text++) {
+        const int c = std::getc(fp);
+        if (c == *text) continue;
+        std::ungetc(c, fp);
+        return false;
+    }
+    return true;
+}
+
+void SkipBlanks(std::FILE* fp)
+{
+    int c;
+    do c = std::getc(fp);
+    while (c != EOF && std::strchr(" \t\n\v\f\r", c) && c != 0);
+    std::ungetc(c, fp);
+}
+
+// A decimal number, held to the int range. Whether there was one.
+bool ReadNumber(std::FILE* fp, std::int64_t& number)
+{
+    SkipBlanks(fp);
+    const bool negative = Matches(fp, "-");
+    if (!negative) Matches(fp, "+");
+    std::int64_t value = 0;
+    bool digits = false;
+    int c;
+    for (; (c = std::getc(fp)) >= '0' && c <= '9'; digits = true)
+        value = std::min<std::int64_t>(10 * value + (c - '0'), std::int64_t{INT32_MAX} + 1);
+    std::ungetc(c, fp);
+    if (digits) number = negative ? -value : value;
+    return digits;
+}
+
+} // namespace
 
 void MatByte::load_from_image_file(const char* fname)
 {
@@ -158,9 +201,11 @@ void MatByte::load_from_image_file(const char* fname)
     if (std::strcmp(suffix, ".IMG") != 0 && std::strcmp(suffix, ".img") != 0)
         fail("load_from_image_file: file format not recognized");
 
-    // A first line of another form leaves sizes at 0. At most 18 digits: no number overflows.
-    long long width = 0, height = 0;
-    static_cast<void>(std::fscanf(fp, "image %18lld*%18lld*8\r\n", &width, &height));
+    // A first line of another form leaves the sizes at 0 from where it differs.
+    std::int64_t width = 0, height = 0;
+    if (Matches(fp, "image") && ReadNumber(fp, width) && Matches(fp, "*") && ReadNumber(fp, height) &&
+        Matches(fp, "*8"))
+        SkipBlanks(fp);
 
     char line[1025];
     do {

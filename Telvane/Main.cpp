@@ -131,12 +131,12 @@ public:
     explicit FileNames(const char* suffix)
     {
         for (int i = 0; i < maxImages; i++)
-            std::snprintf(names[i], sizeof names[i], "img%d%s", i + 1, suffix);
+            std::snprintf(names[i], sizeof names[i], "img%d%.4s", i + 1, suffix);
     }
     const char* operator[](int i) const { return names[i]; }
 
 private:
-    char names[maxImages][16];
+    char names[maxImages][24];
 };
 
 MatByte FrameOf(const CubByte& seq, int i) { return seq(RNG::All(), RNG::All(), i); }

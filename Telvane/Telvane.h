@@ -30,9 +30,10 @@ void GetBackground(CubShort& seq, MatShort& background, int percentile);
 /// \param roiNr        1..4; only checked
 /// \param seq          W x H x N, the frames of the input region; read only
 /// \param use_periods  false: the flow of the whole sequence; true: of the runs of frames that `periods`
-/// joins \param periods      an entry of 1 joins its frame to the next one \param iroi         5 elements,
-/// the input region in full-frame pixels: left, top, W, H, 1 \param params       14 elements: 14, 0, cx, cy,
-/// wid, hgh, innerR, outerR, R3, ang1, ang2, tooth angle,
+///                     joins
+/// \param periods      an entry of 1 joins its frame to the next one
+/// \param iroi         5 elements, the input region in full-frame pixels: left, top, W, H, 1
+/// \param params       14 elements: 14, 0, cx, cy, wid, hgh, innerR, outerR, R3, ang1, ang2, tooth angle,
 ///                     angSpd, bkgCorr; pixels and degrees. The output region is wid x hgh with the centre at
 ///                     (cx, cy); a negative R3 selects the ring search; angSpd below 0 is counter-clockwise;
 ///                     a negative bkgCorr asks for the background of that percentile. The angles are

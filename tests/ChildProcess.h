@@ -131,7 +131,7 @@ public:
             dup2(fileno(in), STDIN_FILENO);
             dup2(outEnd.Get(), STDOUT_FILENO);
             dup2(errEnd.Get(), STDERR_FILENO);
-            body();
+            [&body]() noexcept { body(); }(); // an exception must not get back into the test program
             std::fflush(stdout);
             _exit(0);
         }
@@ -248,7 +248,7 @@ inline FailStop WatchUntilHalt(const std::function<void()>& body, std::chrono::s
     long ticks = -1;
     int quietChecks = 0;
     while (Clock::now() < deadline) {
-        const auto pause = std::chrono::milliseconds(50);
+        const auto pause = std::chrono::milliseconds(20);
         const auto begin = Clock::now();
         const bool came = child.Read(pause);
         if (!came && child.Ended()) {
@@ -266,7 +266,7 @@ inline FailStop WatchUntilHalt(const std::function<void()>& body, std::chrono::s
         quietChecks = asleep && !came && now == ticks ? quietChecks + 1 : 0;
         ticks = now;
         // Without a line it may still be on its way to one.
-        if (quietChecks >= (child.err.empty() ? 10 : 4)) {
+        if (quietChecks >= (child.err.empty() ? 25 : 6)) {
             stop.halted = true;
             stop.state = "halted";
             break;
