@@ -1,0 +1,55 @@
+// A camera that hands out known bytes and writes down how it is called.
+
+#include <raspicam/raspicam.h>
+
+#include "Film.h"
+
+#include <cstdio>
+#include <string>
+
+namespace raspicam {
+
+namespace {
+
+void Note(const std::string& call)
+{
+    if (std::FILE* log = std::fopen(filmLog, "a")) {
+        std::fprintf(log, "%s\n", call.c_str());
+        std::fclose(log);
+    }
+}
+
+} // namespace
+
+RaspiCam::RaspiCam() { Note("constructed"); }
+
+RaspiCam::~RaspiCam() { Note("destroyed"); }
+
+bool RaspiCam::open(bool startCapture)
+{
+    Note(startCapture ? "open(true)" : "open(false)");
+    return true;
+}
+
+bool RaspiCam::grab()
+{
+    Note("grab");
+    grabs++;
+    return true;
+}
+
+unsigned char* RaspiCam::getImageBufferData() const
+{
+    Note("data");
+    buffer.resize(filmWidth * filmHeight * 3);
+    for (std::size_t i = 0; i < buffer.size(); i++) buffer[i] = FilmByte(grabs, i);
+    return buffer.data();
+}
+
+std::size_t RaspiCam::getImageBufferSize() const
+{
+    Note("size");
+    return buffer.size();
+}
+
+} // namespace raspicam
