@@ -1,0 +1,31 @@
+# shellcheck shell=bash
+# Shared by the scripts; to be sourced. Goes to the project's root, so that they work from everywhere.
+
+export LC_ALL=C
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
+
+# A generator named by the environment need not be installed; make is.
+unset CMAKE_GENERATOR
+
+# How many jobs run at once: one for each core, and not more than there is memory for at 1 GB a compiler.
+jobs_at_once() {
+    awk -v cores="$(nproc)" '
+        $1 == "MemAvailable:" { fit = int($2 / 1000000) }
+        END { print fit < 1 ? 1 : fit < cores ? fit : cores }' /proc/meminfo
+}
+
+# configure <preset> [<cmake option>...]: the build folder build/<preset>, with the simulated camera.
+# CMake's many lines are shown only when it fails.
+configure() {
+    local log
+    if ! log=$(cmake --preset "$1" -DTELVANE_CAMERA=simulated "${@:2}" 2>&1); then
+        echo "$log" >&2
+        return 1
+    fi
+}
+
+# The project's C++ files, wherever they lie; build folders and hidden ones are none of it.
+cpp_files() {
+    find . \( -path ./build -o -path './.*' \) -prune -o \
+        -type f \( -name '*.cpp' -o -name '*.h' \) -printf '%P\n' | sort
+}

@@ -1,0 +1,16 @@
+#!/bin/bash
+# Makes the reference pages of Kavrix: scripts/docs.sh
+#
+# Installs what is missing on Debian 12 (as root or through sudo) and builds the target docs in build/docs;
+# nothing is compiled. Exit status 0 when every public name is documented and Doxygen warned of nothing.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/install-packages.sh g++ make cmake libjpeg-dev doxygen
+
+log=$(cmake -S . -B build/docs -DTELVANE_CAMERA=simulated -DTELVANE_TESTS=OFF 2>&1) || {
+    echo "$log" >&2
+    exit 1
+}
+cmake --build build/docs --target docs
+echo "The pages begin at $PWD/build/docs/docs/html/index.html"
