@@ -1,0 +1,33 @@
+#!/bin/bash
+# Static checks; a finding is an error. Everything, the tests too, is compiled by clang++ as well with warnings as
+# errors. clang-tidy and cppcheck read the program, the library and the tools around them; not the tests, whose
+# macros cost clang-tidy a quarter of an hour and stop cppcheck.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/install-packages.sh clang clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev libgtest-dev libbenchmark-dev pkg-config
+
+jobs=$(jobs_at_once)
+folder=build/clang
+
+echo "clang++"
+# Nothing of it is run: without optimisation it compiles fastest.
+configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DTELVANE_WERROR=ON \
+    -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON
+cmake --build "$folder" --parallel "$jobs" -- --no-print-directory --silent
+
+echo "clang-tidy"
+cpp_files | grep '\.cpp$' | grep -v '^tests/' |
+    xargs --max-procs="$jobs" --max-args=1 clang-tidy -p "$folder" --quiet 2>&1 |
+    sed '/warnings generated\.$/d' # of the system's headers
+
+echo "cppcheck"
+cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inline-suppr \
+    --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
+    --library=posix -I. -Icamera/simulated \
+    --template='{file}:{line}: {severity}: {message} [{id}]' \
+    Kavrix Telvane camera simulator
+echo "shellcheck"
+shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh .ci/run
+
+echo "no findings"

@@ -1,0 +1,97 @@
+#!/bin/bash
+# Shows Telvane at work: scripts/demo.sh
+#
+# Installs what is missing on Debian 12 (as root or through sudo), builds Telvane and wheelsim into
+# build/release, draws a sequence of a wheel whose centre is known, and lets Telvane find it: from files by
+# both methods, and once from the simulated camera. Exit status 0 when every run found its centre.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+scripts/install-packages.sh g++ make cmake libjpeg-dev
+
+# The tests need more packages. They stay as they are where the folder is configured with them, and are left
+# out everywhere else.
+options=()
+if ! grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt; then
+    options=(-DTELVANE_TESTS=OFF)
+fi
+configure release "${options[@]}"
+cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim
+
+root=$PWD
+demo=$root/build/demo
+rm -rf "$demo"
+mkdir -p "$demo"
+failed=0
+
+# The text after <name>= in what wheelsim printed.
+value() { sed -n "s/^$1=//p" "$demo/scene.txt"; }
+
+# draw <folder> <what> <wheelsim option>...: frames into that folder of the demo, where the next runs take place.
+draw() {
+    echo
+    echo "== $2"
+    frames=$demo/$1
+    "$root/build/release/simulator/wheelsim" --out "$frames" "${@:3}" | tee "$demo/scene.txt"
+}
+
+# run <name> <title> <the larger error that passes> <Telvane command line>
+run() {
+    local name=$1 title=$2 limit=$3 command=$4 start end status=0
+    echo
+    echo "== $title"
+    echo "$command"
+    start=$EPOCHREALTIME
+    # Telvane writes its pictures into the current folder. The command line is made of words without blanks.
+    # shellcheck disable=SC2086
+    (cd "$frames" && "$root/build/release/Telvane/Telvane" ${command#Telvane }) 2>&1 |
+        tee "$demo/$name.txt" || status=$?
+    end=$EPOCHREALTIME
+    [[ ! -e $frames/detected.jpg ]] || mv "$frames/detected.jpg" "$demo/detected-$name.jpg"
+
+    # The centre found is the output region's corner and the place of the centre within it that was asked for:
+    # the positional arguments are the last 16 words, the centre's place the third and fourth of them.
+    awk -v title="$title" -v truth="$(value TRUE_CENTRE)" -v command="$command" -v status="$status" \
+        -v limit="$limit" -v seconds="$(awk "BEGIN { print $end - $start }")" '
+        $0 == "RESULT=0" { found = 1 }
+        /^OROI=\[/ { split($0, region, /[[,\]]/) }
+        END {
+            split(truth, t, ",")
+            n = split(command, word, " ")
+            x = region[2] + word[n - 13]
+            y = region[3] + word[n - 12]
+            error = sqrt((x - t[1]) ^ 2 + (y - t[2]) ^ 2)
+            ok = status == 0 && found && 2 in region && error <= limit
+            printf "%-36s %-14s ", title, t[1] ", " t[2]
+            if (2 in region) printf "%-14s %6.2f px  (%g allowed)", x ", " y, error, limit
+            else printf "%-14s %31s", "none", ""
+            printf "  %5.2f s%s\n", seconds, ok ? "" : "  FAILED"
+            exit !ok
+        }' "$demo/$name.txt" >>"$demo/table.txt" || failed=$((failed + 1))
+}
+
+# Half the width of the ring between the radii of a command line.
+half_ring() { awk '{ print ($(NF - 10) - $(NF - 11)) / 2 }' <<<"$1"; }
+
+draw files "A wheel whose centre is known" --centre 583.7,446.2 --inner 224 --outer 258 --teeth 36 --speed -0.45
+votes=$(value VOTES)
+run votes "files, flow voting (R3 = 0)" "$(half_ring "$votes")" "$votes"
+run ring "files, ring search (R3 = -1)" 2 "$(value RING)"
+
+# The simulated camera films wheelsim's default scene; one frame is enough to learn where its centre lies.
+draw camera "The wheel before the simulated camera" --count 1
+votes=$(value VOTES)
+run camera "simulated camera, flow voting" "$(half_ring "$votes")" "${votes/-l 1/-n 15}"
+
+echo
+printf '%-36s %-14s %-14s %-24s %s\n' Run "True centre" "Found centre" Error Time
+cat "$demo/table.txt"
+echo
+echo "The first frame of each run, with the result marked on it:"
+for name in votes ring camera; do
+    [[ ! -e $demo/detected-$name.jpg ]] || echo "  $demo/detected-$name.jpg"
+done
+((failed == 0)) || {
+    echo "$failed of 3 runs did not find the centre" >&2
+    exit 1
+}
