@@ -163,7 +163,11 @@ public:
 template <class T> class IntElem : public Elem<T> {
 public:
     using Self = typename Family<T>::Elem; ///< KX_Short where T is short
-    using Elem<T>::Elem, Elem<T>::operator*=, Elem<T>::operator/=, Elem<T>::operator*, Elem<T>::operator/;
+    using Elem<T>::Elem;
+    using Elem<T>::operator*=;
+    using Elem<T>::operator/=;
+    using Elem<T>::operator*;
+    using Elem<T>::operator/;
 
     /// Each element times (divided by) f in single precision, cut towards zero to 32 bits (held to their
     /// range; to the unsigned range for bytes, so that negative results give 0), low bits kept: a byte 200

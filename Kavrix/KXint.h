@@ -9,7 +9,9 @@
 /// Sums, differences and products wrap.
 class KX_Int : public IntElem<int> {
 public:
-    using IntElem::IntElem, IntElem::operator+=, IntElem::operator-=;
+    using IntElem::IntElem;
+    using IntElem::operator+=;
+    using IntElem::operator-=;
 
     KX_Int& operator+=(const KX_Short& b); ///< adds shorts, widened with their sign, in place
     KX_Int& operator-=(const KX_Short& b); ///< subtracts shorts, widened with their sign, in place

@@ -10,7 +10,8 @@
 /// operators give. Sums, differences and products wrap: 32767 + 1 is -32768.
 class KX_Short : public IntElem<short> {
 public:
-    using IntElem::IntElem, IntElem::operator+=;
+    using IntElem::IntElem;
+    using IntElem::operator+=;
 
     KX_Short& operator+=(const KX_Byte& b); ///< adds bytes, widened by zeros, in place; returns this array
 };

@@ -11,7 +11,9 @@
 /// operators give. Sums, differences and products are kept modulo 256.
 class KX_Byte : public IntElem<UBYTE> {
 public:
-    using IntElem::IntElem, IntElem::operator+=, IntElem::operator-=;
+    using IntElem::IntElem;
+    using IntElem::operator+=;
+    using IntElem::operator-=;
 
     KX_Byte& operator-=(UBYTE s); ///< subtracts one value, modulo 256, in place; returns this array
 

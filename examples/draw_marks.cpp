@@ -25,7 +25,7 @@ int main(int argc, char* argv[])
     }
     // Coordinates of marks have 16 bits; this is for pictures up to 32767 pixels wide and high.
     const short right = short(picture.dim1 - 1), bottom = short(picture.dim2 - 1);
-    const short cx = right / 2, cy = bottom / 2;
+    const short cx = static_cast<short>(right / 2), cy = static_cast<short>(bottom / 2);
     const UBYTE white = 255, light = 200, black = 0;
 
     // A frame, 4 pixels from the edge. Both ends of a line are drawn.

@@ -1,0 +1,99 @@
+// The same steps pass by pass, for comparison.
+#include "Motion.h"
+
+#include <reference/Detection.h>
+#include <reference/Filters.h>
+#include <reference/Flow.h>
+#include <reference/Ring.h>
+#include <reference/Votes.h>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+using reference::Picture;
+
+template <class T, class M> Picture<T> Plain(const M& m)
+{
+    Picture<T> picture(m.dim1, m.dim2);
+    for (int y = 0; y < m.dim2; y++)
+        for (int x = 0; x < m.dim1; x++) picture.at(x, y) = m(x, y);
+    return picture;
+}
+
+reference::Sequence PlainFrames(int count)
+{
+    const CubByte frames = BenchFrames(count);
+    reference::Sequence seq(frames.dim1, frames.dim2, count);
+    for (int i = 0; i < count; i++)
+        seq.setFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
+    return seq;
+}
+
+void FlowOfAPair(benchmark::State& state)
+{
+    const reference::Sequence pair = PlainFrames(2);
+    Picture<std::int32_t> u(pair.w + 1, pair.h + 1), v(pair.w + 1, pair.h + 1);
+    for (auto _ : state) benchmark::DoNotOptimize(reference::opticalFlow12Alt(pair, u, v, 2));
+}
+BENCHMARK(FlowOfAPair)->Name("flow of a pair/plain")->Unit(benchmark::kMillisecond);
+
+void Norm(benchmark::State& state)
+{
+    const auto uSum = Plain<std::int32_t>(Motion15().u_sum), vSum = Plain<std::int32_t>(Motion15().v_sum);
+    Picture<std::int16_t> u, v, mag;
+    for (auto _ : state) {
+        reference::ofNorm(uSum, vSum, u, v, mag);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(Norm)->Name("OF_Norm/plain")->Unit(benchmark::kMillisecond);
+
+void Votes(benchmark::State& state)
+{
+    const auto u = Plain<std::int16_t>(Motion15().u_sum_sh), v = Plain<std::int16_t>(Motion15().v_sum_sh);
+    Picture<std::int16_t> hough;
+    float cx, cy;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            reference::opticalFlowPostprocAlt(u, v, 14, benchInnerR, benchOuterR, 0, 1, hough, cx, cy));
+}
+BENCHMARK(Votes)->Name("OpticalFlowPostprocAlt/plain")->Unit(benchmark::kMillisecond);
+
+void FiveSmoothings(benchmark::State& state)
+{
+    auto hough = Plain<std::int16_t>(Motion15().hough);
+    for (auto _ : state) {
+        for (int pass = 0; pass < 5; pass++) {
+            const Picture<std::int16_t> smooth = reference::smoothShort(hough);
+            for (int y = 0; y < smooth.h; y++)
+                for (int x = 0; x < smooth.w; x++) hough.at(x + 1, y + 1) = smooth.at(x, y);
+        }
+        benchmark::DoNotOptimize(hough.a.data());
+    }
+}
+BENCHMARK(FiveSmoothings)->Name("five smoothings/plain")->Unit(benchmark::kMillisecond);
+
+// One addition for each place and cell: half a minute, so once. "by runs" adds and subtracts at the ends of
+// each run.
+void RingSums(benchmark::State& state)
+{
+    const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
+    const auto ring = Plain<std::uint8_t>(BenchRing(200, 250));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPattern(mag, ring));
+}
+BENCHMARK(RingSums)
+    ->Name("SumPattern ring 200/250/plain")
+    ->Iterations(1)
+    ->Repetitions(1)
+    ->Unit(benchmark::kMillisecond);
+
+void RingSumsByRuns(benchmark::State& state)
+{
+    const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
+    const auto ring = Plain<std::uint8_t>(BenchRing(200, 250));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPatternByRuns(mag, ring));
+}
+BENCHMARK(RingSumsByRuns)->Name("SumPattern ring 200/250/plain by runs")->Unit(benchmark::kMillisecond);
+
+} // namespace
