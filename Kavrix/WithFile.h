@@ -1,6 +1,9 @@
-// Opening and closing a file around its stream function.
+// What the picture writers and readers share: opening and closing a file around its stream function, and what
+// counts as an empty picture.
 #ifndef KAVRIX_WITHFILE_H
 #define KAVRIX_WITHFILE_H
+
+#include <Kavrix/KXcommon.h>
 
 #include <cstdio>
 
@@ -15,6 +18,12 @@ template <class F> int WithFile(const char* fname, const char* mode, F f)
     const int result = f(fp);
     const bool closed = std::fclose(fp) == 0;
     return result == 0 && !closed ? 5 : result;
+}
+
+/// Whether there is nothing to write: no storage, or no columns or rows.
+inline bool IsEmpty(const KX_Base& a)
+{
+    return a.pblock == nullptr || a.p_data == nullptr || a.dim1 < 1 || a.dim2 < 1;
 }
 
 #endif

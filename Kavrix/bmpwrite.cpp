@@ -90,11 +90,6 @@ int WriteFile(std::FILE* fout, const KX_Base& a, PIX_FMT imgFmt, int betweenByte
 
 const auto nothing = [](std::FILE*) { return true; };
 
-bool IsEmpty(const KX_Base& a)
-{
-    return a.pblock == nullptr || a.p_data == nullptr || a.dim1 < 1 || a.dim2 < 1;
-}
-
 } // namespace
 
 int MatByte::WriteBMP(const char* fname) const

@@ -12,11 +12,6 @@ namespace {
 
 enum { written = 0, noStream = 1, emptyArray = 3, writeFailed = 5 };
 
-bool IsEmpty(const KX_Base& a)
-{
-    return a.pblock == nullptr || a.p_data == nullptr || a.dim1 < 1 || a.dim2 < 1;
-}
-
 // One picture of a's width and height. rowOf(y) gives the samples of row y.
 template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int components, J_COLOR_SPACE space,
                                     int quality, RowOf rowOf)
