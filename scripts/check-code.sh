@@ -26,7 +26,7 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
     --library=posix -I. -Icamera/simulated \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
-    Kavrix Telvane camera simulator
+    Kavrix Telvane camera simulator examples
 echo "shellcheck"
 shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh .ci/run
 

@@ -1,13 +1,14 @@
 # The tests of the array library's core.
 telvane_test(test_KXcommon)
-telvane_test(test_Datablock)
+telvane_test(test_Datablock SOURCES ${PROJECT_SOURCE_DIR}/Kavrix/Datablock.cpp)
 telvane_test(test_views SOURCES compile/conversions.cpp)
 telvane_test(test_arithmetic)
 telvane_test(test_comparisons)
 telvane_test(test_Convert)
 telvane_test(test_reductions)
 
-# Puts the test's own malloc in front of the real one, so that it can refuse memory on every machine.
+# Puts the test's own malloc in front of the real one, so that it can refuse memory on every machine. The unit is
+# compiled into the test, where its calls can be led there also when the library is a shared one.
 target_link_options(test_Datablock PRIVATE -Wl,--wrap=malloc)
 
 # Code that must not compile: every case of rejected.cpp but case 0.
