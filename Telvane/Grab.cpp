@@ -1,18 +1,27 @@
 // Acquisition of grey frames.
 #include <Telvane/Grab.h>
 
+#include <Kavrix/KXclones.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <iostream>
 
 namespace {
 
-// Weights 1, 4, 3 for the three bytes of a pixel in the order of the buffer.
+// n pixels of three bytes, which weigh 1, 4 and 3 in the order of the buffer.
+KAVRIX_CLONES void GreyRow(int n, const unsigned char* __restrict bytes, UBYTE* __restrict grey)
+{
+    for (std::ptrdiff_t x = 0; x < n; x++)
+        grey[x] = static_cast<UBYTE>((bytes[3 * x] + 4 * bytes[3 * x + 1] + 3 * bytes[3 * x + 2]) >> 3);
+}
+
 void ConvertToGrey(const unsigned char* bytes, const MatByte& frame)
 {
-    for (int y = 0; y < frame.dim2; y++) {
-        UBYTE* p = &frame(0, y);
-        for (int x = 0; x < frame.dim1; x++, p += frame.step1, bytes += 3)
-            *p = static_cast<UBYTE>((bytes[0] + 4 * bytes[1] + 3 * bytes[2]) >> 3);
+    VecByte grey(frame.dim1);
+    for (int y = 0; y < frame.dim2; y++, bytes += std::ptrdiff_t{3} * frame.dim1) {
+        GreyRow(frame.dim1, bytes, &grey(0));
+        frame(RNG::All(), y) = grey;
     }
 }
 

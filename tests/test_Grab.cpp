@@ -2,6 +2,8 @@
 
 #include <Telvane/Grab.h>
 
+#include <reference/Filters.h>
+
 #include "Wheels.h"
 
 #include <algorithm>
@@ -75,16 +77,6 @@ Bytes RandomBytes(std::size_t size, unsigned seed)
     Bytes bytes(size);
     for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(dice.Between(0, 255));
     return bytes;
-}
-
-BytePicture GreyOf(const Bytes& bytes, int width, int height)
-{
-    BytePicture picture(width, height);
-    for (std::size_t i = 0; i < picture.a.size(); i++) {
-        const int b0 = bytes[3 * i], b1 = bytes[3 * i + 1], b2 = bytes[3 * i + 2];
-        picture.a[i] = static_cast<std::uint8_t>((b0 + 4 * b1 + 3 * b2) / 8);
-    }
-    return picture;
 }
 
 class GrabFrames : public testing::Test {
@@ -215,9 +207,9 @@ TEST_F(GrabFrames, RowsFollowEachOtherWithoutPadding)
         EXPECT_EQ(Grab(seq, 1, 2), 0);
         ASSERT_EQ(shown.size(), 1u + 14);
         const Sequence frames = ToSequence(seq);
-        EXPECT_TRUE(Same(frames.frame(0), GreyOf(shown[11], w, h)));
-        EXPECT_TRUE(Same(frames.frame(1), GreyOf(shown[12], w, h)));
-        EXPECT_TRUE(Same(frames.frame(2), GreyOf(shown[14], w, h)));
+        EXPECT_TRUE(Same(frames.frame(0), reference::greyOf(shown[11], w, h)));
+        EXPECT_TRUE(Same(frames.frame(1), reference::greyOf(shown[12], w, h)));
+        EXPECT_TRUE(Same(frames.frame(2), reference::greyOf(shown[14], w, h)));
     }
 }
 
@@ -239,7 +231,7 @@ TEST_F(GrabFrames, PartsWithGapsAreFilledBetweenThem)
     Sequence expected = before;
     for (int z = 0; z < 3; z++) {
         const BytePicture grey =
-            GreyOf(RandomBytes(std::size_t(w) * h * 3, static_cast<unsigned>(11 + z)), w, h);
+            reference::greyOf(RandomBytes(std::size_t(w) * h * 3, static_cast<unsigned>(11 + z)), w, h);
         for (int y = 0; y < h; y++)
             for (int x = 0; x < w; x++) expected.at(3 * w - 3 * x, 2 * h - 2 * y, 1 + 2 * z) = grey.at(x, y);
     }

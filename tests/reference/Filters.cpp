@@ -4,6 +4,16 @@
 
 namespace reference {
 
+Picture<std::uint8_t> greyOf(const std::vector<std::uint8_t>& bytes, int width, int height)
+{
+    Picture<std::uint8_t> picture(width, height);
+    for (std::size_t i = 0; i < picture.a.size(); ++i) {
+        const int b0 = bytes[3 * i], b1 = bytes[3 * i + 1], b2 = bytes[3 * i + 2];
+        picture.a[i] = static_cast<std::uint8_t>((b0 + 4 * b1 + 3 * b2) / 8);
+    }
+    return picture;
+}
+
 namespace {
 
 template <class T> Picture<std::int16_t> interiorOf(const Picture<T>& m)

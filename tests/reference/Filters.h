@@ -5,6 +5,9 @@
 
 namespace reference {
 
+/// The grey picture of rows of pixels of 3 bytes, which weigh 1, 4 and 3 eighths in their order.
+Picture<std::uint8_t> greyOf(const std::vector<std::uint8_t>& bytes, int width, int height);
+
 // Result (x, y) belongs to input (x + 1, y + 1): two columns and two rows smaller than the input, which must
 // be at least 3 x 3 (FailStop otherwise).
 Picture<std::int16_t> smoothByte(const Picture<std::uint8_t>& m);  ///< 1 2 1 / 2 4 2 / 1 2 1, not divided
