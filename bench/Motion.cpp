@@ -3,6 +3,8 @@
 
 #include <simulator/Wheel.h>
 
+#include <random>
+
 CubByte BenchFrames(int count)
 {
     static CubByte* const frames = [] {
@@ -43,4 +45,13 @@ MatByte BenchRing(int r1, int r2)
         }
     }
     return ring;
+}
+
+MatByte BenchRandomCells(int size)
+{
+    MatByte cells(size, size);
+    std::mt19937 random(1);
+    for (int y = 0; y < size; y++)
+        for (int x = 0; x < size; x++) cells(x, y) = random() % 2 ? 255 : 0;
+    return cells;
 }

@@ -2,13 +2,11 @@
 //
 // All are 1280 x 960 (the motion's 1281 x 961) and made when they are first asked for.
 //
-//     cmake --preset release -DTELVANE_BENCHMARKS=ON && cmake --build --preset release
-//     build/release/bench/telvane_bench [--benchmark_filter=<regular expression>]
-//         [--benchmark_repetitions=9 --benchmark_report_aggregates_only=true]
+//     scripts/bench.sh [--filter <regular expression>]
 //
 // Names are <step>/<version>: "library" is what the program runs. "plain" is the same result pass by pass,
-// from tests/reference; it takes part when the tests are built as well. Times are milliseconds; take the
-// median of several repetitions on a machine that does nothing else.
+// from tests/reference; it takes part when the tests are built as well. "peer ..." is another library's
+// answer to the same question. Times are milliseconds.
 #ifndef BENCH_MOTION_H
 #define BENCH_MOTION_H
 
@@ -29,5 +27,8 @@ BenchMotion& Motion15();
 
 /// The ring that FindSemiCircle slides over the motion: 255 where radius r1 <= distance <= r2, else 0.
 MatByte BenchRing(int r1, int r2);
+
+/// size x size cells of which about half are set, at random.
+MatByte BenchRandomCells(int size);
 
 #endif

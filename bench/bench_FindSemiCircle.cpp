@@ -18,6 +18,18 @@ void RingSums(benchmark::State& state)
 }
 BENCHMARK(RingSums)->Name("SumPattern ring 200/250/library")->Unit(benchmark::kMillisecond);
 
+// Cells without runs: nothing to gain from sums along rows.
+void RandomCellSums(benchmark::State& state)
+{
+    const MatShort& mag = Motion15().mag_sh;
+    const MatByte cells = BenchRandomCells(64);
+    for (auto _ : state) {
+        const MatInt sums = SumPattern(mag, cells);
+        benchmark::DoNotOptimize(sums.p_data);
+    }
+}
+BENCHMARK(RandomCellSums)->Name("SumPattern 64 x 64 random cells/library")->Unit(benchmark::kMillisecond);
+
 void RingSearch(benchmark::State& state)
 {
     const MatShort& mag = Motion15().mag_sh;

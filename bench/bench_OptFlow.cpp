@@ -20,30 +20,6 @@ void FlowOfAPair(benchmark::State& state)
 }
 BENCHMARK(FlowOfAPair)->Name("flow of a pair/library")->Unit(benchmark::kMillisecond);
 
-// Time divided by the pairs stays the same: what a frame costs does not depend on how many there are.
-void FlowOfFrames(benchmark::State& state)
-{
-    const int count = static_cast<int>(state.range(0));
-    CubByte frames = BenchFrames(count);
-    MatInt u(frames.dim1 + 1, frames.dim2 + 1), v(frames.dim1 + 1, frames.dim2 + 1);
-    u.Fill(0);
-    v.Fill(0);
-    for (auto _ : state) {
-        OpticalFlow12Alt(frames, u, v, 2);
-        benchmark::DoNotOptimize(u.p_data);
-        benchmark::ClobberMemory();
-    }
-    state.counters["s/pair"] = benchmark::Counter(count - 1, benchmark::Counter::kIsIterationInvariantRate |
-                                                                 benchmark::Counter::kInvert);
-}
-BENCHMARK(FlowOfFrames)
-    ->Name("flow of frames")
-    ->Arg(2)
-    ->Arg(5)
-    ->Arg(15)
-    ->Arg(50)
-    ->Unit(benchmark::kMillisecond);
-
 void Norm(benchmark::State& state)
 {
     const BenchMotion& m = Motion15();

@@ -2,12 +2,15 @@
 #include "Motion.h"
 
 #include <reference/Detection.h>
+#include <reference/Files.h>
 #include <reference/Filters.h>
 #include <reference/Flow.h>
 #include <reference/Ring.h>
 #include <reference/Votes.h>
 
 #include <benchmark/benchmark.h>
+
+#include <cstdio>
 
 namespace {
 
@@ -95,5 +98,87 @@ void RingSumsByRuns(benchmark::State& state)
     for (auto _ : state) benchmark::DoNotOptimize(reference::sumPatternByRuns(mag, ring));
 }
 BENCHMARK(RingSumsByRuns)->Name("SumPattern ring 200/250/plain by runs")->Unit(benchmark::kMillisecond);
+
+void RandomCellSums(benchmark::State& state)
+{
+    const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
+    const auto cells = Plain<std::uint8_t>(BenchRandomCells(64));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPattern(mag, cells));
+}
+BENCHMARK(RandomCellSums)
+    ->Name("SumPattern 64 x 64 random cells/plain")
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+void RingSearchByRuns(benchmark::State& state)
+{
+    const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
+    float cx, cy;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            reference::findSemiCircle(mag, 200, 250, cx, cy, reference::sumPatternByRuns));
+}
+BENCHMARK(RingSearchByRuns)->Name("FindSemiCircle ring 200/250/plain by runs")->Unit(benchmark::kMillisecond);
+
+void Background(benchmark::State& state)
+{
+    const int count = static_cast<int>(state.range(0));
+    const CubByte frames = BenchFrames(count)(RNG(400, 799), RNG(300, 699), RNG::All());
+    reference::Sequence region(frames.dim1, frames.dim2, count);
+    for (int i = 0; i < count; i++)
+        region.setFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::background(region, 50));
+}
+BENCHMARK(Background)->Name("GetBackground 400 x 400/plain")->Arg(15)->Arg(50)->Unit(benchmark::kMillisecond);
+
+void SmoothedFrame(benchmark::State& state)
+{
+    const auto frame = PlainFrames(1).frame(0);
+    for (auto _ : state) benchmark::DoNotOptimize(reference::smoothByte(frame));
+}
+BENCHMARK(SmoothedFrame)->Name("smoothing of a frame/plain")->Unit(benchmark::kMillisecond);
+
+// The files' bytes, without a file.
+void ReadFrame(benchmark::State& state)
+{
+    const reference::Bytes file = reference::bmpByte(PlainFrames(1).frame(0));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::readBmpByte(file));
+}
+BENCHMARK(ReadFrame)->Name("reading a BMP frame/plain")->Unit(benchmark::kMillisecond);
+
+void WriteFrame(benchmark::State& state)
+{
+    const auto frame = PlainFrames(1).frame(0);
+    for (auto _ : state) benchmark::DoNotOptimize(reference::bmpByte(frame));
+}
+BENCHMARK(WriteFrame)->Name("writing a BMP frame/plain")->Unit(benchmark::kMillisecond);
+
+void WriteShorts(benchmark::State& state)
+{
+    const auto votes = Plain<std::int16_t>(Motion15().hough);
+    for (auto _ : state) benchmark::DoNotOptimize(reference::bmpShort(votes));
+}
+BENCHMARK(WriteShorts)->Name("writing a 16-bit BMP/plain")->Unit(benchmark::kMillisecond);
+
+void GreyFrames(benchmark::State& state)
+{
+    const std::vector<std::uint8_t> bytes(std::size_t{3} * 1280 * 960, 128);
+    for (auto _ : state)
+        for (int i = 0; i < 20; i++) benchmark::DoNotOptimize(reference::greyOf(bytes, 1280, 960));
+}
+BENCHMARK(GreyFrames)->Name("grey conversion of 20 frames/plain")->Unit(benchmark::kMillisecond);
+
+void AddShorts(benchmark::State& state)
+{
+    Picture<std::int16_t> a(1280, 960, 1);
+    const Picture<std::int16_t> b(1280, 960, 2);
+    for (auto _ : state) {
+        for (int y = 0; y < a.h; y++)
+            for (int x = 0; x < a.w; x++) a.at(x, y) = static_cast<std::int16_t>(a.at(x, y) + b.at(x, y));
+        benchmark::DoNotOptimize(a.a.data());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(AddShorts)->Name("+= of shorts/plain")->Unit(benchmark::kMillisecond);
 
 } // namespace
