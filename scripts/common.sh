@@ -24,6 +24,18 @@ configure() {
     fi
 }
 
+# build_programs [<package>...]: Telvane and wheelsim in build/release, with what building them needs and the
+# packages named.
+build_programs() {
+    scripts/install-packages.sh g++ make cmake libjpeg-dev "$@"
+    # The tests need more packages. They stay as they are where the folder is configured with them, and are left
+    # out everywhere else.
+    local options=()
+    grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt || options=(-DTELVANE_TESTS=OFF)
+    configure release "${options[@]}"
+    cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim
+}
+
 # The project's C++ files, wherever they lie; build folders and hidden ones are none of it.
 cpp_files() {
     find . \( -path ./build -o -path './.*' \) -prune -o \

@@ -7,16 +7,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev
-
-# The tests need more packages. They stay as they are where the folder is configured with them, and are left
-# out everywhere else.
-options=()
-if ! grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt; then
-    options=(-DTELVANE_TESTS=OFF)
-fi
-configure release "${options[@]}"
-cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim
+# shellcheck disable=SC2119 # no more packages than these
+build_programs
 
 root=$PWD
 demo=$root/build/demo
