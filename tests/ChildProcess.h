@@ -32,10 +32,13 @@
 #include <unistd.h>
 
 // What programs are started through where the build machine cannot run them itself: an emulator and its
-// options, separated by blanks or semicolons.
+// options, separated by semicolons.
 #ifndef EMULATOR
 #define EMULATOR ""
 #endif
+
+/// How much longer than on the real machine everything may take.
+inline constexpr int emulationFactor = sizeof EMULATOR > 1 ? 10 : 1;
 
 /// The line that `error(1, message)` writes; `context` are the traced names as " 0:OF_Norm".
 inline std::string ErrorLine(const std::string& message, const std::string& context = "")
@@ -64,7 +67,7 @@ struct Finished {
 struct RunOptions {
     std::vector<std::string> environment = {}; ///< added or replaced, as "NAME=value"
     std::string input = "";                    ///< standard input
-    std::chrono::seconds timeout{60};
+    std::chrono::seconds timeout{60};          ///< `emulationFactor` times as much under emulation
 };
 
 namespace child_process {
@@ -214,7 +217,7 @@ inline std::function<void()> Becoming(const std::vector<std::string>& argv, cons
         std::vector<std::string> words;
         std::string word;
         for (const char* c = EMULATOR;; c++) {
-            if (*c != ' ' && *c != ';' && *c != 0) {
+            if (*c != ';' && *c != 0) {
                 word += *c;
                 continue;
             }
@@ -244,7 +247,7 @@ inline FailStop WatchUntilHalt(const std::function<void()>& body, std::chrono::s
     Child child(body, "");
     FailStop stop;
     stop.state = "still running";
-    const auto deadline = Clock::now() + timeout;
+    const auto deadline = Clock::now() + timeout * emulationFactor;
     long ticks = -1;
     int quietChecks = 0;
     while (Clock::now() < deadline) {
@@ -308,7 +311,7 @@ inline Finished Run(const std::vector<std::string>& argv, const std::string& wor
     using namespace child_process;
     Child child(Becoming(argv, workingDir, options.environment), options.input);
     Finished f;
-    const auto deadline = Clock::now() + options.timeout;
+    const auto deadline = Clock::now() + options.timeout * emulationFactor;
     while (!child.Ended() && !f.timedOut) {
         if (!child.Read(std::chrono::milliseconds(5))) usleep(1000); // also when it has closed both ends
         f.timedOut = Clock::now() >= deadline;

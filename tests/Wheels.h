@@ -1,15 +1,10 @@
-// Frames for the tests of the application, and the way between the library's arrays and the plain pictures
-// that the references work on.
+// Frames for the tests of the application; its short names for the way between the library's arrays and the
+// plain pictures that the references work on.
 #pragma once
 
-#include <reference/Picture.h>
+#include "Pictures.h"
 
 #include <simulator/Wheel.h>
-
-#include <Kavrix/KXfloat.h>
-#include <Kavrix/KXint.h>
-#include <Kavrix/KXshort.h>
-#include <Kavrix/KXubyte.h>
 
 #include <gtest/gtest.h>
 
@@ -98,45 +93,18 @@ inline BytePicture NoiseFrame(int width, int height, unsigned seed)
 
 // ---------------------------------------------------------------------------------- arrays and pictures
 
-inline CubByte ToCube(const Sequence& seq)
-{
-    CubByte cube(seq.w, seq.h, seq.n);
-    for (int z = 0; z < seq.n; z++)
-        for (int y = 0; y < seq.h; y++)
-            for (int x = 0; x < seq.w; x++) cube(x, y, z) = seq.at(x, y, z);
-    return cube;
-}
+inline CubByte ToCube(const Sequence& seq) { return pictures::ArrayOf(seq); }
 
-inline Sequence ToSequence(const CubByte& cube)
-{
-    Sequence seq(cube.dim1, cube.dim2, cube.dim3);
-    for (int z = 0; z < seq.n; z++)
-        for (int y = 0; y < seq.h; y++)
-            for (int x = 0; x < seq.w; x++) seq.at(x, y, z) = cube(x, y, z);
-    return seq;
-}
+inline Sequence ToSequence(const CubByte& cube) { return pictures::SequenceOf(cube); }
 
 template <class M, class T> M ToMatrix(const reference::Picture<T>& picture)
 {
-    M m(picture.w, picture.h);
-    for (int y = 0; y < picture.h; y++)
-        for (int x = 0; x < picture.w; x++) m(x, y) = picture.at(x, y);
-    return m;
+    return pictures::ArrayOf(picture);
 }
 
-/// An array without storage gives an empty picture.
-template <class T, class M> reference::Picture<T> ToPicture(const M& m)
-{
-    if (!m.p_data || m.dim1 < 1 || m.dim2 < 1) return {};
-    reference::Picture<T> picture(m.dim1, m.dim2);
-    for (int y = 0; y < m.dim2; y++)
-        for (int x = 0; x < m.dim1; x++) picture.at(x, y) = m(x, y);
-    return picture;
-}
+inline BytePicture ToPicture(const MatByte& m) { return pictures::PictureOf(m); }
 
-inline BytePicture ToPicture(const MatByte& m) { return ToPicture<std::uint8_t>(m); }
-
-inline ShortPicture ToPicture(const MatShort& m) { return ToPicture<std::int16_t>(m); }
+inline ShortPicture ToPicture(const MatShort& m) { return pictures::PictureOf(m); }
 
 template <class V, class T> V ToVector(const std::vector<T>& values)
 {
@@ -161,28 +129,7 @@ inline std::vector<float> ToValues(const VecFloat& v)
 
 // ---------------------------------------------------------------------------------- comparisons
 
-/// Equal in size and in every pixel; says where the first difference is.
-template <class T>
-testing::AssertionResult Same(const reference::Picture<T>& actual, const reference::Picture<T>& expected)
-{
-    if (actual.w != expected.w || actual.h != expected.h) {
-        return testing::AssertionFailure()
-               << actual.w << " x " << actual.h << " pixels instead of " << expected.w << " x " << expected.h;
-    }
-    int differences = 0, atX = 0, atY = 0;
-    for (int y = 0; y < expected.h; y++) {
-        for (int x = 0; x < expected.w; x++) {
-            if (actual.at(x, y) == expected.at(x, y)) continue;
-            if (differences++ > 0) continue;
-            atX = x;
-            atY = y;
-        }
-    }
-    if (differences == 0) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << differences << " pixels differ, the first at (" << atX << ", " << atY
-           << "): " << int{actual.at(atX, atY)} << " instead of " << int{expected.at(atX, atY)};
-}
+using pictures::Same;
 
 inline testing::AssertionResult Same(const Sequence& actual, const Sequence& expected)
 {

@@ -1,5 +1,7 @@
 // The drawn wheel and wheelsim, the tool that writes its frames.
 
+#include "ProgramRuns.h"
+
 #include <simulator/Wheel.h>
 
 #include <gtest/gtest.h>
@@ -10,14 +12,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string>
 #include <vector>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -346,53 +343,26 @@ TEST(Wheel, ScenesAtTheLimitsStayInsideTheirBuffer)
 
 // ---- wheelsim
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
 /// Runs wheelsim in a folder of its own, which goes with the object.
 class Wheelsim : public testing::Test {
 protected:
-    void SetUp() override
+    /// Words separated by blanks, '' for an empty one; frames go to Frames() unless they say otherwise.
+    Finished Run(const std::string& arguments) const
     {
-        std::string pattern = (fs::temp_directory_path() / "wheelsim-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
+        Words words = Join({{WHEELSIM_PATH, "--out", "frames"}, Split(arguments)});
+        std::replace(words.begin(), words.end(), std::string("''"), std::string());
+        return ::Run(words, m_folder.path());
     }
 
-    void TearDown() override
-    {
-        std::error_code ignored;
-        fs::remove_all(m_folder, ignored);
-    }
-
-    /// The arguments come as the words of a shell; frames go to Frames() unless they say otherwise.
-    Outcome Run(const std::string& arguments) const
-    {
-        const std::string command = "cd '" + m_folder.string() + "' && '" WHEELSIM_PATH "' --out frames " +
-                                    arguments + " >stdout.txt 2>stderr.txt </dev/null";
-        const int result = std::system(command.c_str());
-        Outcome outcome;
-        outcome.status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
-        outcome.out = Read(m_folder / "stdout.txt");
-        outcome.err = Read(m_folder / "stderr.txt");
-        return outcome;
-    }
-
-    fs::path Folder() const { return m_folder; }
+    const TemporaryFolder& Folder() const { return m_folder; }
     fs::path Frames() const { return m_folder / "frames"; }
-
-    static std::string Read(const fs::path& file)
-    {
-        std::ifstream in(file, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
 
     /// The pixels of a frame file, top row first.
     Bytes Pixels(int number) const
     {
-        const std::string file = Read(Frames() / ("img" + std::to_string(number) + ".bmp"));
+        const std::string name = "frames/" + FrameName(static_cast<std::size_t>(number - 1));
+        if (!m_folder.Has(name)) return {};
+        const std::string file = m_folder.Read(name);
         Bytes grey;
         if (file.size() != 1229878) return grey;
         for (int y = 959; y >= 0; y--)
@@ -409,7 +379,7 @@ protected:
     }
 
 private:
-    fs::path m_folder;
+    TemporaryFolder m_folder;
 };
 
 /// The text after "name=" of the one line that begins so; empty if there is none or more than one.
@@ -424,7 +394,7 @@ std::string Value(const std::string& out, const std::string& name)
 
 TEST_F(Wheelsim, WritesTheFramesOfTheScene)
 {
-    const Outcome run = Run("--count 3");
+    const Finished run = Run("--count 3");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(FileCount(), 3u);
@@ -436,7 +406,7 @@ TEST_F(Wheelsim, WritesTheFramesOfTheScene)
 
 TEST_F(Wheelsim, PrintsTheCentreAndTheCommandLines)
 {
-    const Outcome run = Run("--count 1");
+    const Finished run = Run("--count 1");
     EXPECT_EQ(Value(run.out, "TRUE_CENTRE"), "652.4,471.7");
     EXPECT_EQ(Value(run.out, "TRUE_OROI"), "[502,342,300,260,1]");
     EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 1 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
@@ -445,9 +415,9 @@ TEST_F(Wheelsim, PrintsTheCentreAndTheCommandLines)
 
 TEST_F(Wheelsim, EveryOptionReachesTheScene)
 {
-    const Outcome run = Run("--count 1 --centre 400.25,+500 --inner 100.5 --outer 130 --teeth 24 "
-                            "--speed -0.5 --start 3 --spokes 4 --hub 20 --uneven 0.1 --noise 2.5 "
-                            "--seed 4294967295 --first 7 --disc 1100,120,40,2,0");
+    const Finished run = Run("--count 1 --centre 400.25,+500 --inner 100.5 --outer 130 --teeth 24 "
+                             "--speed -0.5 --start 3 --spokes 4 --hub 20 --uneven 0.1 --noise 2.5 "
+                             "--seed 4294967295 --first 7 --disc 1100,120,40,2,0");
     ASSERT_EQ(run.status, 0) << run.err;
     WheelScene scene;
     scene.centreX = 400.25;
@@ -473,7 +443,7 @@ TEST_F(Wheelsim, EveryOptionReachesTheScene)
 
 TEST_F(Wheelsim, PeriodsSkipCameraFrames)
 {
-    const Outcome run = Run("--count 4 --p1 3 --p2 1 --first 10");
+    const Finished run = Run("--count 4 --p1 3 --p2 1 --first 10");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(Value(run.out, "VOTES").rfind("Telvane -l 4 -p1 3 -p2 1 300 ", 0), 0u);
     const int frames[] = {10, 13, 14, 17};
@@ -482,15 +452,15 @@ TEST_F(Wheelsim, PeriodsSkipCameraFrames)
 
 TEST_F(Wheelsim, RegionStaysInsideThePicture)
 {
-    const Outcome upperLeft = Run("--count 1 --centre 30,30");
+    const Finished upperLeft = Run("--count 1 --centre 30,30");
     EXPECT_EQ(Value(upperLeft.out, "TRUE_OROI"), "[10,10,170,150,1]");
-    const Outcome lowerRight = Run("--count 1 --centre 1249,929");
+    const Finished lowerRight = Run("--count 1 --centre 1249,929");
     EXPECT_EQ(Value(lowerRight.out, "TRUE_OROI"), "[1099,799,170,150,1]");
 }
 
 TEST_F(Wheelsim, NoRingSearchWhereTheRingLeavesThePicture)
 {
-    const Outcome run = Run("--count 1 --centre 240,480");
+    const Finished run = Run("--count 1 --centre 240,480");
     EXPECT_EQ(run.status, 0);
     EXPECT_NE(Value(run.out, "VOTES"), "");
     EXPECT_EQ(run.out.find("RING="), std::string::npos);
@@ -499,7 +469,7 @@ TEST_F(Wheelsim, NoRingSearchWhereTheRingLeavesThePicture)
 TEST_F(Wheelsim, MaskOfTheDiscHidesItInEveryFrame)
 {
     // A slanting path is the hard case: the mask's corners are cut off.
-    const Outcome run = Run("--count 21 --noise 0 --speed 0 --uneven 0 --disc 110,120,40,4,5");
+    const Finished run = Run("--count 21 --noise 0 --speed 0 --uneven 0 --disc 110,120,40,4,5");
     ASSERT_EQ(run.status, 0) << run.err;
     const std::string votes = Value(run.out, "VOTES");
     int x = 0, y = 0, w = 0, h = 0;
@@ -597,7 +567,7 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
                                   "-l 3",
                                   "''",
                                   "--"}) {
-        const Outcome run = Run(arguments);
+        const Finished run = Run(arguments);
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_EQ(run.out, "") << arguments;
         EXPECT_EQ(run.err.rfind("wheelsim: ", 0), 0u) << arguments << ": " << run.err;
@@ -611,7 +581,7 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000",
           "--teeth 1000 --spokes 100 --noise 100 --uneven 1", "--teeth 1 --spokes 0 --hub 0 --speed 0",
           "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50"}) {
-        const Outcome run = Run(std::string("--count 1 ") + arguments);
+        const Finished run = Run(std::string("--count 1 ") + arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
         EXPECT_EQ(run.err, "") << arguments;
     }
@@ -619,9 +589,9 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
 
 TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
 {
-    std::ofstream(Folder() / "file") << "no folder";
+    Folder().Write("file", "no folder");
     for (const char* folder : {"file", "missing/folder"}) {
-        const Outcome run = Run(std::string("--count 2 --out ") + folder);
+        const Finished run = Run(std::string("--count 2 --out ") + folder);
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.err, std::string("wheelsim: cannot write ") + folder + "/img1.bmp\n");
         EXPECT_EQ(run.out, "");
@@ -630,7 +600,7 @@ TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
 
 TEST_F(Wheelsim, HelpNamesOptionsAndOutput)
 {
-    const Outcome run = Run("--help");
+    const Finished run = Run("--help");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     for (const char* word :
