@@ -95,8 +95,10 @@ inline Sequence NoiseSequence(Random& random, int w, int h, int n)
 
 template <class T> using MatOf = typename Family<T>::Mat;
 
+/// An array without storage gives an empty picture.
 template <class T> Picture<T> PictureOf(const Mat<T>& m)
 {
+    if (m.p_data == nullptr) return {};
     Picture<T> picture(m.dim1 > 0 ? m.dim1 : 0, m.dim2 > 0 ? m.dim2 : 0);
     for (int y = 0; y < picture.h; y++)
         for (int x = 0; x < picture.w; x++) picture.at(x, y) = m(x, y);

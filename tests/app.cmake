@@ -34,3 +34,9 @@ target_link_libraries(Telvane_told_detection PRIVATE Kavrix telvane_options)
 telvane_test(test_ProgramDriver LIBS telvane_simulator DEFINES
     TELVANE_TOLD_DETECTION="$<TARGET_FILE:Telvane_told_detection>")
 add_dependencies(test_ProgramDriver Telvane_told_detection)
+
+# Results that are kept, of the units and of the whole program.
+telvane_test(test_Golden LIBS telvane_detection telvane_simulator DEFINES
+    GOLDEN_FILE="${CMAKE_CURRENT_SOURCE_DIR}/golden/results.txt"
+    TELVANE_PATH="$<TARGET_FILE:Telvane>" WHEELSIM_PATH="$<TARGET_FILE:wheelsim>")
+add_dependencies(test_Golden Telvane wheelsim)

@@ -1,5 +1,6 @@
 // The drawn wheel and wheelsim, the tool that writes its frames.
 
+#include "Digest.h"
 #include "ProgramRuns.h"
 
 #include <simulator/Wheel.h>
@@ -43,12 +44,7 @@ int At(const WheelScene& scene, const Bytes& grey, double x, double y)
     return grey[std::size_t(std::lround(y)) * scene.width + std::size_t(std::lround(x))];
 }
 
-std::uint64_t Fnv1a(const Bytes& bytes)
-{
-    std::uint64_t h = 0xCBF29CE484222325u;
-    for (unsigned char b : bytes) h = (h ^ b) * 0x100000001B3u;
-    return h;
-}
+std::uint64_t Fnv1a(const Bytes& bytes) { return Digest().AddAll(bytes).Value(); }
 
 // ---- the picture
 
