@@ -36,6 +36,31 @@ build_programs() {
     cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim
 }
 
+# Tests that passed and failed in this script; its last line tells them.
+passed=0 failed=0
+
+# count_tests <log> <command>...: runs ctest, logs what it says and adds its results to the count.
+count_tests() {
+    local log=$1 status=0 good bad
+    "${@:2}" 2>&1 | tee "$log" || status=$?
+    # A test that was skipped or could not be started has not passed.
+    read -r good bad < <(awk '
+        /tests passed, .* tests? failed out of/ { failed = $4; all = $NF }
+        /^The following tests did not run:/ { not_run = 1 }
+        not_run && /\((Skipped|Disabled)\)/ { failed++ }
+        END { print all - failed, failed + 0 }' "$log")
+    # Nor has a run that ended early.
+    if ((status != 0 && bad == 0)); then bad=1; fi
+    passed=$((passed + good)) failed=$((failed + bad))
+}
+
+# Prints the count. Exit status 0 when tests were run and all of them passed.
+tell_count() {
+    echo
+    echo "$passed passed, $failed failed"
+    ((failed == 0 && passed > 0))
+}
+
 # The project's C++ files, wherever they lie; build folders and hidden ones are none of it.
 cpp_files() {
     find . \( -path ./build -o -path './.*' \) -prune -o \

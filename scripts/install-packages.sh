@@ -34,4 +34,5 @@ apt_get() {
 }
 
 apt_get update || echo "Some package lists could not be renewed; going on with those that are there." >&2
-apt_get install --yes --no-install-recommends "${missing[@]}" >/dev/null
+# Nothing that is installed may have to go for it.
+apt_get install --yes --no-remove --no-install-recommends "${missing[@]}" >/dev/null

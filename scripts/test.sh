@@ -26,16 +26,6 @@ if [[ $preset == asan ]]; then
     fi
 fi
 
-log=build/$preset/test.log
-status=0
-"${run[@]}" ctest --preset "$preset" --parallel "$jobs" --no-tests=error 2>&1 | tee "$log" || status=$?
-
-# A test that was skipped or could not be started has not passed.
-read -r passed failed < <(awk '
-    /tests passed, .* tests? failed out of/ { failed = $4; all = $NF }
-    /^The following tests did not run:/ { not_run = 1 }
-    not_run && /\((Skipped|Disabled)\)/ { failed++ }
-    END { print all - failed, failed + 0 }' "$log")
-echo
-echo "$passed passed, $failed failed"
-((status == 0 && failed == 0 && passed > 0))
+count_tests "build/$preset/test.log" "${run[@]}" \
+    ctest --preset "$preset" --parallel "$jobs" --no-tests=error
+tell_count

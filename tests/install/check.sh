@@ -1,11 +1,14 @@
 #!/bin/sh
-# One check of what is installed: check.sh Install|FindPackage|PkgConfig|Programs <working folder>
+# One check of what is installed:
+#     check.sh Install|FindPackage|PkgConfig|Programs <working folder> [<emulator> <its option>...]
 # Install makes <working folder>/prefix, which the others use. The environment tells BUILD, CMAKE, CXX,
-# CXXFLAGS, LIBDIR and PKG_CONFIG.
+# CXXFLAGS, LIBDIR, PKG_CONFIG, and TOOLCHAIN where the programs are for another machine.
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
+step=$1
 dir=$2
+shift 2
 prefix=$dir/prefix
 
 # An empty folder for this check, to work in.
@@ -15,7 +18,7 @@ enter() {
     cd "$dir/$1"
 }
 
-case $1 in
+case $step in
 Install)
     rm -rf "$prefix"
     "$CMAKE" --install "$BUILD" --prefix "$prefix"
@@ -25,28 +28,29 @@ FindPackage)
     if grep -E 'ffp-contract|Wshadow|telvane' "$prefix/$LIBDIR/cmake/Kavrix/"*; then exit 1; fi
     enter find_package
     "$CMAKE" -S "$here" -B . -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" \
+        ${TOOLCHAIN:+"-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN" "-DCMAKE_FIND_ROOT_PATH=$prefix"} \
         -DCMAKE_CXX_FLAGS="$CXXFLAGS" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
     "$CMAKE" --build .
-    ./consumer
+    "$@" ./consumer
     ;;
 PkgConfig)
     enter pkgconfig
     export PKG_CONFIG_PATH="$prefix/$LIBDIR/pkgconfig"
     # shellcheck disable=SC2046,SC2086 # these are lists of words
     "$CXX" -std=c++20 $CXXFLAGS "$here/consumer.cpp" $("$PKG_CONFIG" --cflags --libs Kavrix) -o consumer
-    LD_LIBRARY_PATH="$prefix/$LIBDIR" ./consumer
+    LD_LIBRARY_PATH="$prefix/$LIBDIR" "$@" ./consumer
     ;;
 Programs)
     enter programs
-    "$prefix/bin/wheelsim" --help
-    "$prefix/bin/wheelsim" --out . --count 4 | tee scene.txt
+    "$@" "$prefix/bin/wheelsim" --help
+    "$@" "$prefix/bin/wheelsim" --out . --count 4 | tee scene.txt
     # wheelsim tells the command line that fits its frames.
     # shellcheck disable=SC2046
-    "$prefix/bin/"$(sed -n 's/^RING=//p' scene.txt) | tee result.txt
+    "$@" "$prefix/bin/"$(sed -n 's/^RING=//p' scene.txt) | tee result.txt
     grep -qx 'RESULT=0' result.txt
     ;;
 *)
-    echo "check.sh: no check is named $1" >&2
+    echo "check.sh: no check is named $step" >&2
     exit 2
     ;;
 esac
