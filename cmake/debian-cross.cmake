@@ -1,8 +1,8 @@
 # For Debian's cross compiler of one architecture; included by the toolchain files, which set
 # debian_architecture, triplet and emulator.
 #
-# The libraries of that architecture lie in a root of their own below build/, which scripts/sysroot.sh fills. The
-# tests run by user-mode emulation, which finds the same root.
+# The libraries of that architecture lie in a root of their own below build/, which scripts/sysroot.sh fills.
+# The tests run by user-mode emulation, which finds the same root.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)

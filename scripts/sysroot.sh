@@ -1,12 +1,12 @@
 #!/bin/bash
 # Puts Debian packages of another architecture into a folder: scripts/sysroot.sh <architecture> <package>...
 #
-# The folder is build/sysroot-<architecture>, with Debian's name of the architecture: arm64 or armhf. It receives
-# the packages and what they depend on, unpacked, as a root that cross compilers and emulators take. They come from
-# this machine's own package sources and are checked against its keys; but all that the package manager remembers
-# lies in the folder, so that the machine learns of no other architecture and none of its packages is touched.
-# No rights are needed. When everything is there already nothing is asked of any package registry, so that this
-# also works without a network.
+# The folder is build/sysroot-<architecture>, with Debian's name of the architecture: arm64 or armhf. It
+# receives the packages and what they depend on, unpacked, as a root that cross compilers and emulators take.
+# They come from this machine's own package sources and are checked against its keys; but all that the package
+# manager remembers lies in the folder, so that the machine learns of no other architecture and none of its
+# packages is touched. No rights are needed. When everything is there already nothing is asked of any package
+# registry, so that this also works without a network.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -32,8 +32,8 @@ done
 
 echo "Fetching ${missing[*]} for $architecture"
 
-# Read behind the machine's own settings: what they say of proxies and dates holds here too, what they want done
-# after each update is for the machine alone. No package is installed as far as this package manager knows.
+# Read behind the machine's own settings: what they say of proxies and dates holds here too, what they want
+# done after each update is for the machine alone. As far as this package manager knows nothing is installed.
 : >"$root/var/lib/dpkg/status"
 settings=$root/var/lib/apt/settings
 cat >"$settings" <<END

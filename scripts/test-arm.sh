@@ -2,10 +2,10 @@
 # Builds for ARM and runs the tests by emulation: scripts/test-arm.sh [aarch64|armhf] [--golden]
 #
 # Installs the cross compilers and the emulator on Debian 12 (as root or through sudo), unpacks the foreign
-# libraries below build/, builds the preset, both of them unless one is named, with the simulated camera and with
-# warnings as errors, and runs all tests but those labelled `native`, which need the real machine; their number is
-# told. --golden: only what compares the kept results of the detection is built and run. The last line is the count
-# of all tests. Exit status 0 when every test passed.
+# libraries below build/, builds the preset, both of them unless one is named, with the simulated camera and
+# with warnings as errors, and runs all tests but those labelled `native`, which need the real machine; their
+# number is told. --golden: only what compares the kept results of the detection is built and run. The last
+# line is the count of all tests. Exit status 0 when every test passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

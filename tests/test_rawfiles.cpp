@@ -625,7 +625,7 @@ const std::string pixels = "ABCDEFGH";
 void ExpectFourByTwo(const MatByte& m)
 {
     Bytes wanted(4, 2);
-    wanted.a.assign(pixels.begin(), pixels.end());
+    wanted.a = {pixels.begin(), pixels.end()};
     EXPECT_TRUE(Same(m, wanted));
 }
 
