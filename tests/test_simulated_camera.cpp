@@ -4,29 +4,15 @@
 
 #include <simulator/Wheel.h>
 
+#include "RefusedMemory.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
-
-namespace {
-bool g_memoryIsExhausted = false;
-}
-
-// The camera's way to memory, so that a test can close it.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    if (g_memoryIsExhausted) return nullptr;
-    try {
-        return ::operator new[](size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
 
 namespace {
 
@@ -141,10 +127,10 @@ TEST_F(SimulatedCamera, NothingComesFromAClosedCamera)
 TEST_F(SimulatedCamera, DoesNotOpenWithoutMemory)
 {
     raspicam::RaspiCam camera;
-    g_memoryIsExhausted = true;
-    const bool opened = camera.open(true);
-    g_memoryIsExhausted = false;
-    EXPECT_FALSE(opened);
+    {
+        const RefusedMemory refused;
+        EXPECT_FALSE(camera.open(true));
+    }
     EXPECT_FALSE(camera.grab());
     EXPECT_EQ(camera.getImageBufferSize(), 0u);
     EXPECT_TRUE(camera.open(true));
