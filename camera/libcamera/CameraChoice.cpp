@@ -1,0 +1,16 @@
+// Which of several cameras is the board's own.
+
+#include "CameraChoice.h"
+
+#include <algorithm>
+
+namespace camera {
+
+std::size_t ChooseCamera(std::span<const std::string> ids)
+{
+    const auto own = std::find_if(ids.begin(), ids.end(),
+                                  [](const std::string& id) { return id.find("/usb") == std::string::npos; });
+    return own == ids.end() ? 0 : static_cast<std::size_t>(own - ids.begin());
+}
+
+} // namespace camera

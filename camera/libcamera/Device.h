@@ -1,0 +1,37 @@
+// A camera that runs. Device.cpp drives it through libcamera; tests link one of their own in its place.
+
+#ifndef CAMERA_LIBCAMERA_DEVICE_H
+#define CAMERA_LIBCAMERA_DEVICE_H
+
+#include "FrameExchange.h"
+
+#include <memory>
+
+namespace camera {
+
+inline constexpr int frameWidth = 1280, frameHeight = 960;
+inline constexpr std::size_t frameBytes = std::size_t(frameWidth) * frameHeight * 3;
+
+/// Delivers frames of frameBytes into an exchange, from a thread of its own, until it is destroyed. It closes
+/// the exchange when the camera goes away, and when it is destroyed itself.
+class Device {
+public:
+    /// Starts the system's first camera.
+    /// \param frames  outlives the device
+    /// \return null if there is none, it is busy, or it cannot deliver such frames; nothing is held then
+    static std::unique_ptr<Device> Start(FrameExchange& frames);
+
+    /// Stops the camera and gives back everything. When it returns, nothing is delivered any more.
+    ~Device();
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+private:
+    struct Parts;
+    explicit Device(std::unique_ptr<Parts> parts);
+    std::unique_ptr<Parts> m_parts;
+};
+
+} // namespace camera
+
+#endif

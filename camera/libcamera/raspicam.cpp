@@ -1,0 +1,48 @@
+// The camera as the program sees it: opening, waiting for frames, and a buffer that is always there.
+
+#include "raspicam/raspicam.h"
+
+#include "Device.h"
+
+#include <chrono>
+#include <new>
+#include <utility>
+
+namespace raspicam {
+
+namespace {
+
+// Far more than two frames of a camera that works: after its start the first takes up to half a second.
+constexpr std::chrono::milliseconds patience{2000};
+
+// What a camera that is not open shows. It is never written.
+unsigned char black[camera::frameBytes];
+
+} // namespace
+
+struct RaspiCam::Capture {
+    camera::FrameExchange frames;
+    std::unique_ptr<camera::Device> device; // goes first
+};
+
+RaspiCam::RaspiCam() = default;
+RaspiCam::~RaspiCam() = default;
+
+bool RaspiCam::open(bool)
+{
+    m_capture.reset(); // the camera can be had once
+    std::unique_ptr<Capture> capture(new (std::nothrow) Capture);
+    if (!capture || !capture->frames.Allocate(camera::frameBytes)) return false;
+    capture->device = camera::Device::Start(capture->frames);
+    if (!capture->device) return false;
+    m_capture = std::move(capture);
+    return true;
+}
+
+bool RaspiCam::grab() { return m_capture && m_capture->frames.Next(patience); }
+
+unsigned char* RaspiCam::getImageBufferData() const { return m_capture ? m_capture->frames.Frame() : black; }
+
+std::size_t RaspiCam::getImageBufferSize() const { return camera::frameBytes; }
+
+} // namespace raspicam
