@@ -4,8 +4,10 @@
 #include <Kavrix/KXelementwise.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include <unistd.h>
@@ -126,12 +128,13 @@ bool RNG::inside(const RNG& outer) const
 
 namespace {
 
-// Reads one number; `missing` where there is none before the next colon or the end.
-int RangeNumber(const char*& text, int missing)
+// Reads one number; nothing where there is none before the next colon or the end.
+std::optional<int> RangeNumber(const char*& text)
 {
     while (*text == ' ') text++;
-    int value = missing;
+    std::optional<int> value;
     if (*text != ':' && *text != 0) {
+        if (std::isspace(static_cast<unsigned char>(*text))) InvalidRange(); // strtoll would pass over it
         char* end;
         const long long number = std::strtoll(text, &end, 10);
         if (end == text || number < INT32_MIN || number > INT32_MAX) InvalidRange();
@@ -147,19 +150,22 @@ int RangeNumber(const char*& text, int missing)
 RNG RNG::GetRng(const char* text)
 {
     if (text == nullptr) InvalidRange();
-    const int none = INT32_MIN;
-    int parts[3] = {none, none, none};
+    std::optional<int> parts[3];
     int count = 0;
     for (;;) {
-        parts[count++] = RangeNumber(text, none);
+        parts[count++] = RangeNumber(text);
         if (*text == 0) break;
         if (*text != ':' || count == 3) InvalidRange();
         text++;
     }
-    const int from = parts[0] == none && count > 1 ? 0 : parts[0];
-    const int to = count == 1 ? from : parts[1] == none ? toEnd : parts[1];
-    if (count == 3 && parts[2] == none) InvalidRange();
-    return RNG(from, to, count == 3 ? parts[2] : 1);
+    if (count == 1) {
+        if (!parts[0]) InvalidRange();
+        return RNG(*parts[0], *parts[0]);
+    }
+    const int from = parts[0].value_or(0), to = parts[1].value_or(toEnd);
+    if (count == 2) return RNG(from, to);
+    if (!parts[2]) InvalidRange();
+    return RNG(from, to, *parts[2]);
 }
 
 bool AOI::inside(const AOI& outer) const { return rng1.inside(outer.rng1) && rng2.inside(outer.rng2); }

@@ -421,12 +421,13 @@ TEST(RNG, GetRngReadsRanges)
     ExpectRange(RNG::GetRng("4::2"), 4, INT_MAX, 2);
     ExpectRange(RNG::GetRng("  2 : 9 : 3  "), 2, 9, 3);
     ExpectRange(RNG::GetRng("0:2147483647"), 0, INT_MAX, 1);
+    ExpectRange(RNG::GetRng("9:2:-2147483648"), 9, 2, INT_MIN);
 }
 
 TEST(RNG, GetRngHaltsOnAnythingElse)
 {
-    const char* const wrong[] = {"",      " ",      "x",    "1x",  "1:2:3:4",    "9:2", "-1:4",
-                                 "2:9:0", "2:9:-1", "2:9:", "1 2", "2147483648", "1;2"};
+    const char* const wrong[] = {"",       " ",    "x",   "1x",         "1:2:3:4", "9:2", "-1:4", "2:9:0",
+                                 "2:9:-1", "2:9:", "1 2", "2147483648", "1;2",     "\n2", "2:\t9"};
     for (const char* text : wrong)
         ExpectInvalidRange([=] { RNG::GetRng(text); }, std::string("\"") + text + "\"");
     ExpectInvalidRange([] { RNG::GetRng(nullptr); }, "no text");
