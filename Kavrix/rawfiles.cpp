@@ -49,7 +49,7 @@ void MatByte::ReadRAW(std::FILE* fp, int nskip, int ncols, int nrows)
     for (int i = 0; i < nskip; i++) next();
     if (ncols < 0 || nrows < 0) error(1, "ReadRAW: EOF reached while reading an image");
     Resize(ncols, nrows);
-    for (int y = 0; y < nrows; y++)
+    for (int y = 0; y < nrows && ncols > 0; y++) // rows without columns are not counted one by one
         for (int x = 0; x < ncols; x++) (*this)(x, y) = next();
 }
 
@@ -217,7 +217,7 @@ void MatByte::load_from_image_file(const char* fname)
     if (width < 0 || height < 0 || width > INT32_MAX || height > INT32_MAX || width * height > INT32_MAX)
         fail(tooSmall);
     Resize(static_cast<int>(width), static_cast<int>(height));
-    for (int y = 0; y < dim2; y++) {
+    for (int y = 0; y < dim2 && dim1 > 0; y++) {
         for (int x = 0; x < dim1; x++) {
             const int byte = std::getc(fp);
             if (byte == EOF) fail(tooSmall);

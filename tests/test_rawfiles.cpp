@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -261,6 +262,24 @@ TEST(ReadRAW, ASizeOfZeroGivesAnEmptyMatrix)
         EXPECT_EQ(used.dim1, w);
         EXPECT_EQ(used.dim2, h);
     }
+}
+
+TEST(ReadRAW, RowsWithoutColumnsAreNotCounted)
+{
+    TemporaryFolder folder;
+    folder.Write("a.raw", "");
+    folder.Write("a.img", "image 0*2147483647*8\r\ndata\r\n");
+    // Without optimisation a loop over so many rows takes seconds.
+    const FailStop stop = RunUntilHalt(
+        [&] {
+            for (int i = 0; i < 10; i++) {
+                MatByte m;
+                m.ReadRAW((folder / "a.raw").c_str(), 0, 0, INT_MAX);
+                m.load_from_image_file((folder / "a.img").c_str());
+            }
+        },
+        std::chrono::seconds(10));
+    EXPECT_EQ(stop.state, "exited with 0") << stop.err;
 }
 
 TEST(ReadRAW, ANullStreamStops)
