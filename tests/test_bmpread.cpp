@@ -338,7 +338,7 @@ TEST(bmpread, PixelsMayBeginAnywhere)
     File f = EightBit(random, 7, 3);
     f.pixels = NoiseBytes(random, 600);
     for (std::uint32_t offset : {1u, 2u, 30u, 53u, 54u, 55u, 100u, 1077u, 1078u, 1079u, 1200u, 1600u, 1700u,
-                                 0x7FFFFFFFu, 0x80000500u, 0xFFFFFFFFu, 0xFFFFFF00u}) {
+                                 0x7FFFFFFFu, 0x80000000u, 0x80000500u, 0xFFFFFFFFu, 0xFFFFFF00u}) {
         FileBytes bytes = f.Bytes();
         Put(bytes, atDataOffset, offset, 4);
         EXPECT_TRUE(MatchesPlainReader(bytes)) << offset;

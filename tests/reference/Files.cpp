@@ -170,13 +170,13 @@ BmpFile readBmpByte(const Bytes& file)
     bmp.height = height;
     if (width > 0 && height > 0) bmp.picture = Picture<std::uint8_t>(width, height);
 
-    // Seeks are from the current position; one that would leave the file at its front fails and moves
-    // nothing.
+    // Seeks are from the current position, by a distance of 32 bits; one that would leave the file at its
+    // front fails and moves nothing.
     std::int64_t position = 54 + 4 * std::int64_t{colours};
     const auto seek = [&position](std::int64_t by) {
         if (position + by >= 0) position += by;
     };
-    seek(std::int64_t{dataOffset} - 4 * std::int64_t{colours} - 54);
+    seek(low32(std::int64_t{dataOffset} - 4 * std::int64_t{colours} - 54));
     if (imageSize == 0) imageSize = static_cast<std::uint32_t>(mul32(width, height));
     const std::int32_t skip = low32(std::int64_t{imageSize / static_cast<std::uint32_t>(height)} - width);
 
@@ -195,6 +195,102 @@ BmpFile readBmpByte(const Bytes& file)
     // The palette leaves the last pixel of each row alone.
     for (int y = 0; y < bmp.picture.h; ++y)
         for (int x = 0; x < bmp.picture.w - 1; ++x) bmp.picture.at(x, y) = red[bmp.picture.at(x, y)];
+    return bmp;
+}
+
+namespace {
+
+struct Headers {
+    bool accepted = false; // a BMP of 40 more header bytes, with a size
+    std::int32_t dataOffset = 0, width = 0, height = 0;
+    std::uint32_t bits = 0, compression = 0, imageSize = 0;
+};
+
+Headers headersOf(const Bytes& file)
+{
+    Headers h;
+    if (file.size() < 54 || get16(file, 0) != 0x4D42 || get32(file, 14) != 40) return h;
+    h.dataOffset = low32(get32(file, 10));
+    h.width = low32(get32(file, 18));
+    h.height = low32(get32(file, 22));
+    h.bits = get16(file, 28);
+    h.compression = get32(file, 30);
+    h.imageSize = get32(file, 34);
+    h.accepted = h.width != 0 && h.height != 0;
+    return h;
+}
+
+// Stored bytes of a row beyond the pixels, as a signed number.
+std::int32_t paddingOf(const Headers& h, std::int64_t pixelBytes)
+{
+    return low32(std::int64_t{h.imageSize / static_cast<std::uint32_t>(h.height)} - pixelBytes);
+}
+
+} // namespace
+
+BmpColourFile readBmpColour(const Bytes& file, int oldWidth)
+{
+    BmpColourFile bmp;
+    bmp.result = 4;
+    const Headers h = headersOf(file);
+    if (!h.accepted || h.compression != 0 || (h.bits != 8 && h.bits != 24 && h.bits != 32)) return bmp;
+    if (h.bits != 24) {
+        bmp.result = 2;
+        return bmp;
+    }
+    // The padding counts with the width that the cube had before.
+    const std::int32_t skip =
+        h.imageSize == 0 ? 0 : paddingOf(h, 3 * std::int64_t{oldWidth} + 3 * std::int64_t{h.width});
+    if (skip > 3) return bmp;
+
+    bmp.width = h.width;
+    bmp.height = h.height;
+    if (h.width > 0 && h.height > 0) bmp.planes.fill(Picture<std::uint8_t>(h.width, h.height));
+    const std::int64_t size = static_cast<std::int64_t>(file.size());
+    std::int64_t position = 54;
+    const std::int32_t distance = low32(std::int64_t{h.dataOffset} - 54);
+    if (position + distance >= 0) position += distance;
+    for (int y = h.height - 1; y >= 0; --y) {
+        if (h.width < 0) return bmp;
+        for (int x = 0; x < h.width; ++x) {
+            if (position + 3 > size) return bmp;
+            for (std::size_t plane = 0; plane < 3; ++plane)
+                bmp.planes[plane].at(x, y) = file[static_cast<std::size_t>(position) + 2 - plane];
+            position += 3;
+        }
+        // Padding of no bytes cannot be read as one item: the reading ends after the first row.
+        if (skip < 1 || position + skip > size) return bmp;
+        position += skip;
+    }
+    bmp.result = 0;
+    return bmp;
+}
+
+BmpShortFile readBmpShort(const Bytes& file)
+{
+    BmpShortFile bmp;
+    bmp.result = 4;
+    const Headers h = headersOf(file);
+    if (!h.accepted || h.compression != 3 || h.bits != 16 || h.imageSize == 0) return bmp;
+    bmp.width = h.width;
+    bmp.height = h.height;
+    if (h.width > 0 && h.height > 0) bmp.picture = Picture<std::int16_t>(h.width, h.height);
+
+    // The pixels follow the three masks, whatever the header says.
+    const std::int64_t size = static_cast<std::int64_t>(file.size());
+    std::int64_t position = 66;
+    if (size < position) return bmp;
+    const std::int32_t skip = paddingOf(h, 2 * std::int64_t{h.width});
+    for (int y = h.height - 1; y >= 0; --y) {
+        if (h.width < 0) return bmp;
+        for (int x = 0; x < h.width; ++x) {
+            if (position + 2 > size) return bmp;
+            bmp.picture.at(x, y) = low16(get16(file, static_cast<std::size_t>(position)));
+            position += 2;
+        }
+        if (position + skip >= 0) position += skip;
+    }
+    bmp.result = 0;
     return bmp;
 }
 

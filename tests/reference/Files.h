@@ -25,4 +25,22 @@ struct BmpFile {
 /// Reads an 8-bit file of at most a few megapixels into an array that was empty.
 BmpFile readBmpByte(const Bytes& file);
 
+struct BmpColourFile {
+    int result = 0; ///< 0, 2 or 4
+    int width = 0, height = 0;
+    std::array<Picture<std::uint8_t>, 3> planes; ///< red, green, blue
+};
+
+/// Reads a 24-bit file into a cube that was oldWidth columns wide.
+BmpColourFile readBmpColour(const Bytes& file, int oldWidth = 0);
+
+struct BmpShortFile {
+    int result = 0; ///< 0 or 4
+    int width = 0, height = 0;
+    Picture<std::int16_t> picture;
+};
+
+/// Reads a 16-bit file.
+BmpShortFile readBmpShort(const Bytes& file);
+
 } // namespace reference
