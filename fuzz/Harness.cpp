@@ -1,0 +1,248 @@
+// Doubles for whatever ends a process or reaches out of it. The linker leads the calls of the program and of
+// the library here (--wrap), so that their code is the same as in production up to that call:
+//
+//   pause           the fail-stop sleeps in it: it leaves by an exception instead
+//   exit            likewise
+//   jpeg_std_error  libjpeg's error manager, whose error_exit calls exit inside libjpeg: its end is noted,
+//                   libjpeg's memory released, and the writer left by an exception. The writer catches
+//                   exceptions; what it does from there on is not what a process that ended would do.
+//   fopen, fclose   files in memory
+//   malloc          storage with a limit
+//
+// Outside RunToItsEnd all of them are the real ones: libFuzzer itself calls them too.
+#include "Harness.h"
+
+#include <Kavrix/Kavrix.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+#include <utility>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <jpeglib.h>
+
+std::map<std::string, FileBytes> files;
+Storage storage;
+
+namespace {
+
+// Not std::exception: what catches those must not catch these.
+struct Halted {};
+struct Exited {
+    int status;
+};
+
+bool inside = false;        // a routine is running
+bool endedByJpeg = false;   // libjpeg would have ended the process
+std::string* err = nullptr; // what the routine prints
+
+struct OpenFile {
+    std::string name;
+    bool written;
+};
+std::map<std::FILE*, OpenFile> openFiles;
+
+[[noreturn]] void Finding(const std::string& what)
+{
+    inside = false;
+    const std::string line = "FINDING: " + what + "\n";
+    if (write(STDERR_FILENO, line.data(), line.size()) < 0) std::abort();
+    std::abort();
+}
+
+FileBytes Contents(int fd)
+{
+    FileBytes bytes(static_cast<std::size_t>(lseek(fd, 0, SEEK_END)));
+    if (pread(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) std::abort();
+    return bytes;
+}
+
+ssize_t PrintToErr(void*, const char* text, std::size_t length)
+{
+    err->append(text, length);
+    return static_cast<ssize_t>(length);
+}
+
+// Both error streams into one text, in order, and standard output into another.
+class Capture {
+public:
+    explicit Capture(Ending& ending)
+        : ending_(ending), cout_(std::cout.rdbuf(out_.rdbuf())), cerr_(std::cerr.rdbuf(&cerrBuffer_)),
+          stderr_(stderr)
+    {
+        err = &ending.err;
+        stderr = fopencookie(nullptr, "w", {nullptr, PrintToErr, nullptr, nullptr});
+        std::setvbuf(stderr, nullptr, _IONBF, 0);
+    }
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+    ~Capture()
+    {
+        std::swap(stderr, stderr_);
+        std::fclose(stderr_);
+        std::cerr.rdbuf(cerr_);
+        std::cout.rdbuf(cout_);
+        std::cout.clear();
+        std::cerr.clear();
+        ending_.out = out_.str();
+    }
+
+private:
+    struct CerrBuffer : std::streambuf {
+        int_type overflow(int_type c) override
+        {
+            if (c != traits_type::eof()) err->push_back(static_cast<char>(c));
+            return 0;
+        }
+        std::streamsize xsputn(const char* text, std::streamsize length) override
+        {
+            err->append(text, static_cast<std::size_t>(length));
+            return length;
+        }
+    };
+
+    Ending& ending_;
+    std::ostringstream out_;
+    CerrBuffer cerrBuffer_;
+    std::streambuf *cout_, *cerr_;
+    std::FILE* stderr_;
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------------------- doubles
+
+extern "C" {
+
+int __real_pause();
+[[noreturn]] void __real_exit(int status);
+jpeg_error_mgr* __real_jpeg_std_error(jpeg_error_mgr* manager);
+std::FILE* __real_fopen(const char* name, const char* mode);
+int __real_fclose(std::FILE* file);
+void* __real_malloc(std::size_t size);
+
+int __wrap_pause()
+{
+    if (inside) throw Halted{};
+    return __real_pause();
+}
+
+[[noreturn]] void __wrap_exit(int status)
+{
+    if (inside) throw Exited{status};
+    __real_exit(status);
+}
+
+static void LeaveLibjpeg(j_common_ptr cinfo)
+{
+    cinfo->err->output_message(cinfo);
+    jpeg_destroy(cinfo);
+    endedByJpeg = true;
+    throw Exited{EXIT_FAILURE};
+}
+
+jpeg_error_mgr* __wrap_jpeg_std_error(jpeg_error_mgr* manager)
+{
+    __real_jpeg_std_error(manager);
+    if (inside) manager->error_exit = LeaveLibjpeg;
+    return manager;
+}
+
+std::FILE* __wrap_fopen(const char* name, const char* mode)
+{
+    if (!inside) return __real_fopen(name, mode);
+    const bool written = mode[0] == 'w';
+    const auto found = files.find(name);
+    if (!written && found == files.end()) return nullptr;
+
+    const int fd = memfd_create("file", MFD_CLOEXEC);
+    if (fd < 0) std::abort();
+    if (!written) {
+        const FileBytes& bytes = found->second;
+        if (pwrite(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) std::abort();
+    }
+    std::FILE* const file = fdopen(fd, mode);
+    openFiles[file] = {name, written};
+    return file;
+}
+
+int __wrap_fclose(std::FILE* file)
+{
+    if (!inside) return __real_fclose(file);
+    const auto open = openFiles.find(file);
+    if (open == openFiles.end()) Finding("closes a stream that is not open");
+    std::fflush(file);
+    if (open->second.written) files[open->second.name] = Contents(fileno(file));
+    openFiles.erase(open);
+    return __real_fclose(file);
+}
+
+void* __wrap_malloc(std::size_t size)
+{
+    if (!inside) return __real_malloc(size);
+    if (size > storage.limit) return nullptr;
+    void* const piece = __real_malloc(size);
+    if (piece != nullptr && storage.fill >= 0) std::memset(piece, storage.fill, size);
+    return piece;
+}
+
+} // extern "C"
+
+// ---------------------------------------------------------------------------------- for the targets
+
+bool Ending::HaltedWith(const std::string& message) const
+{
+    if (!halted || err.empty() || err.back() != '\n') return false;
+    const std::size_t before = err.rfind('\n', err.size() - 2);
+    const std::string line = err.substr(before == std::string::npos ? 0 : before + 1);
+    return line.ends_with(": " + message + "\n");
+}
+
+Ending RunToItsEnd(const std::function<void()>& routine)
+{
+    Ending ending;
+    {
+        const Capture capture(ending);
+        endedByJpeg = false;
+        inside = true;
+        try {
+            routine();
+            ending.returned = !endedByJpeg;
+            ending.exited = endedByJpeg;
+            ending.status = endedByJpeg ? EXIT_FAILURE : 0;
+        } catch (const Halted&) {
+            ending.halted = true;
+        } catch (const Exited& exited) {
+            ending.exited = true;
+            ending.status = exited.status;
+        }
+        inside = false;
+    }
+    if (ending.returned && !openFiles.empty()) Finding("leaves " + openFiles.begin()->second.name + " open");
+    for (const auto& open : openFiles) __real_fclose(open.first);
+    openFiles.clear();
+    Require(Trace::getLevel() == 0, "the trace stack is empty again");
+    return ending;
+}
+
+void Require(bool kept, const std::string& promise)
+{
+    if (!kept) Finding("not kept: " + promise);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    files.clear();
+    storage = Storage();
+    const int blocks = Datablock::nblocks;
+    const unsigned bytes = Datablock::memUsed();
+    FuzzedDataProvider input(data, size);
+    Fuzz(input);
+    Require(Datablock::nblocks == blocks && Datablock::memUsed() == bytes, "all storage is released");
+    return 0;
+}

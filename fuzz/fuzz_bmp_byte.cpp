@@ -1,0 +1,22 @@
+// 8-bit BMP files into matrices of bytes.
+#include "BmpReading.h"
+
+#include <reference/Files.h>
+
+void Fuzz(FuzzedDataProvider& input)
+{
+    static const BmpReader<UBYTE, MatByte> reader{
+        1,
+        "Resize_ubyte: Object cannot be resized, data are referenced by another object",
+        [](const FileBytes& file, int) {
+            const reference::BmpFile plain = reference::readBmpByte(file);
+            PlainFile<UBYTE> f{plain.result, plain.width, plain.height, {}};
+            if (!plain.picture.empty()) f.planes = {plain.picture.a};
+            return f;
+        },
+        [](int w, int h) { return MatByte(w, h); },
+        [](const MatByte& image, RNG x, RNG y) { return image(x, y); },
+        [](const MatByte& a, int x, int y, int) -> const UBYTE& { return a(x, y); },
+    };
+    FuzzBmpReader(input, reader);
+}
