@@ -20,7 +20,7 @@ while (($#)); do
     esac
 done
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libgtest-dev libbenchmark-dev pkg-config python3 git
+scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev libbenchmark-dev pkg-config python3 git
 jobs=$(jobs_at_once)
 
 # build <folder> <target>...

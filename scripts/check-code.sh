@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh clang clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev libcamera-dev libgtest-dev libbenchmark-dev pkg-config
+scripts/install-packages.sh clang clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev libpng-dev libcamera-dev libgtest-dev libbenchmark-dev pkg-config
 
 jobs=$(jobs_at_once)
 folder=build/clang
@@ -28,7 +28,7 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
     --library=posix -I. -Icamera/simulated \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
-    Kavrix Telvane camera simulator examples
+    Kavrix Telvane camera simulator tools examples
 echo "shellcheck"
 shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh .ci/run
 

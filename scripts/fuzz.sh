@@ -31,7 +31,7 @@ for target in "${targets[@]}"; do
     }
 done
 
-scripts/install-packages.sh clang libclang-rt-14-dev llvm make cmake libjpeg-dev libgtest-dev
+scripts/install-packages.sh clang libclang-rt-14-dev llvm make cmake libjpeg-dev libpng-dev libgtest-dev
 
 jobs=$(jobs_at_once)
 configure fuzz -DTELVANE_WERROR=ON

@@ -8,7 +8,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 preset=${1:-release}
-scripts/install-packages.sh g++ make cmake libjpeg-dev libgtest-dev pkg-config
+scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev pkg-config
 
 jobs=$(jobs_at_once)
 configure "$preset" -DTELVANE_TESTS=ON -DTELVANE_WERROR=ON

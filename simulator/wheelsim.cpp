@@ -1,7 +1,10 @@
 // wheelsim: writes the frames of a drawn wheel as img1.bmp, img2.bmp, ... and says where its centre lies.
 
 #include <Kavrix/Kavrix.h>
+#include <simulator/Preview.h>
 #include <simulator/Wheel.h>
+#include <tools/Arguments.h>
+#include <tools/Files.h>
 
 #include <charconv>
 #include <cmath>
@@ -16,11 +19,16 @@
 
 namespace {
 
+const Tool tool{"wheelsim",
+                "usage: wheelsim [--out DIR] [--count N] [--p1 N] [--p2 N] [--first N] [--centre X,Y]\n"
+                "                [--inner R] [--outer R] [--teeth N] [--speed D] [--start D] [--spokes N]\n"
+                "                [--hub R] [--uneven A] [--noise S] [--seed N] [--disc X,Y,R,DX,DY]\n"
+                "                [--preview FILE.png|DIR] [--help]\n"};
+
 const char Help[] =
+    "\n"
     "wheelsim draws a toothed wheel that turns before a camera, writes the frames as 8-bit\n"
     "BMP files that Telvane reads with -l, and prints the true centre.\n"
-    "\n"
-    "usage: wheelsim [option value]...\n"
     "\n"
     "  --out DIR           folder for img1.bmp, img2.bmp, ...; made if missing          (.)\n"
     "  --count N           frames to write, 1 to 50                                     (15)\n"
@@ -43,6 +51,10 @@ const char Help[] =
     "  --seed N            of the noise, 0 to 4294967295                                (1)\n"
     "  --disc X,Y,R,DX,DY  a striped disc of radius R that starts at X,Y, moves by DX,DY\n"
     "                      per camera frame and turns back after 20                     (none)\n"
+    "  --preview PLACE     instead of the frames, the first of them as one PNG file in colour with\n"
+    "                      the centre, radii, teeth, region and sense of rotation marked and named\n"
+    "                      as Telvane's arguments; a file whose name ends in .png, or a folder for\n"
+    "                      preview.png, made if missing                                 (none)\n"
     "  --help              this text\n"
     "\n"
     "Two lines for people come first, then lines for scripts:\n"
@@ -64,29 +76,8 @@ struct Job {
     int count = 15, first = 0;
     int period1 = 1, period2 = 1;
     std::string out = ".";
+    std::string preview; // where to, empty: the frames are written
 };
-
-[[noreturn]] void Refuse(const std::string& message)
-{
-    std::fprintf(stderr, "wheelsim: %s\nTry 'wheelsim --help'.\n", message.c_str());
-    std::exit(2);
-}
-
-/// Reads the whole of `text` as one number, whatever the locale.
-template <class T> bool ReadNumber(std::string_view text, T& number)
-{
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-    const char* end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, number);
-    return failure == std::errc() && stop == end;
-}
-
-void ReadInteger(std::string_view option, std::string_view text, int& number, int lowest, int highest)
-{
-    if (!ReadNumber(text, number) || number < lowest || number > highest)
-        Refuse(std::string(option) + " takes a whole number from " + std::to_string(lowest) + " to " +
-               std::to_string(highest) + ", not '" + std::string(text) + "'");
-}
 
 /// Reads as many numbers as there are targets, separated by commas. WheelProblem judges their ranges.
 void ReadNumbers(std::string_view option, std::string_view text, std::initializer_list<double*> targets)
@@ -98,36 +89,42 @@ void ReadNumbers(std::string_view option, std::string_view text, std::initialize
         const bool last = --left == 0;
         if (last != (comma == rest.npos) || !ReadNumber(rest.substr(0, comma), *target) ||
             !std::isfinite(*target))
-            Refuse(std::string(option) + " takes " + std::to_string(targets.size()) +
-                   (targets.size() == 1 ? " number" : " numbers separated by commas") + ", not '" +
-                   std::string(text) + "'");
+            tool.Refuse(std::string(option) + " takes " + std::to_string(targets.size()) +
+                        (targets.size() == 1 ? " number" : " numbers separated by commas") + ", not '" +
+                        std::string(text) + "'");
         if (!last) rest.remove_prefix(comma + 1);
     }
 }
 
+/// The file that --preview means: the one that is named, or preview.png in the folder that is.
+std::string PreviewFile(const std::string& place)
+{
+    std::error_code ignored;
+    const std::filesystem::path path = place;
+    if (path.extension() == ".png" && !std::filesystem::is_directory(path, ignored)) return place;
+    if (path.has_extension() && path.filename() != "." && path.filename() != ".." &&
+        !std::filesystem::is_directory(path, ignored))
+        tool.Refuse("--preview takes a file whose name ends in .png, or a folder, not '" + place + "'");
+    return (path / "preview.png").string();
+}
+
 Job ReadArguments(int argc, char** argv)
 {
-    for (int i = 1; i < argc; i++)
-        if (std::string_view(argv[i]) == "--help") {
-            std::fputs(Help, stdout);
-            std::exit(std::fflush(stdout) == 0 ? 0 : 1);
-        }
-
+    tool.AnswerHelp(argc, argv, Help);
     Job job;
     WheelScene& scene = job.scene;
     bool hubGiven = false;
     for (int i = 1; i < argc; i += 2) {
         const std::string_view option = argv[i];
-        const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
-        const bool hasValue = !value.empty() && value.substr(0, 2) != "--";
+        const auto value = [&] { return ValueOf(tool, argc, argv, i); };
         const auto integer = [&](int& target, int lowest, int highest) {
-            if (hasValue) ReadInteger(option, value, target, lowest, highest);
+            target = tool.Integer(option, value(), lowest, highest);
         };
         const auto numbers = [&](std::initializer_list<double*> targets) {
-            if (hasValue) ReadNumbers(option, value, targets);
+            ReadNumbers(option, value(), targets);
         };
 
-        if (option == "--out") job.out = value;
+        if (option == "--out") job.out = value();
         else if (option == "--count") integer(job.count, 1, 50);
         else if (option == "--p1") integer(job.period1, 1, 50);
         else if (option == "--p2") integer(job.period2, 1, 50);
@@ -145,21 +142,17 @@ Job ReadArguments(int argc, char** argv)
         } else if (option == "--uneven") numbers({&scene.uneven});
         else if (option == "--noise") numbers({&scene.noise});
         else if (option == "--seed") {
-            if (hasValue && !ReadNumber(value, scene.seed))
-                Refuse("--seed takes a whole number from 0 to 4294967295, not '" + std::string(value) + "'");
+            if (!ReadNumber(value(), scene.seed))
+                tool.Refuse("--seed takes a whole number from 0 to 4294967295, not '" + std::string(value()) +
+                            "'");
         } else if (option == "--disc")
             numbers({&scene.disc.x, &scene.disc.y, &scene.disc.radius, &scene.disc.dx, &scene.disc.dy});
-        else Refuse("there is no option '" + std::string(option) + "'");
-        if (!hasValue) Refuse(std::string(option) + " needs a value");
+        else if (option == "--preview") job.preview = PreviewFile(std::string(value()));
+        else tool.Refuse("there is no option '" + std::string(option) + "'");
     }
     if (!hubGiven) scene.hubR = scene.innerR * 60 / 216;
     return job;
 }
-
-/// A rectangle of whole pixels, as Telvane takes and prints it.
-struct Box {
-    int left, top, width, height;
-};
 
 /// One axis of the output region: `before` pixels lie in front of the centre and `size` in all. The region is
 /// cut so that it stays inside the picture with pixels to spare even if detection errs by a few.
@@ -206,6 +199,23 @@ void Append(std::string& command, std::initializer_list<int> numbers)
     }
 }
 
+/// Draws the preview, and makes the folder that it is to lie in. \return 0, or 1 after a message
+int WritePreview(const Job& job, const Geometry& geometry)
+{
+    const std::filesystem::path folder = std::filesystem::path(job.preview).parent_path();
+    std::error_code ignored; // a folder that cannot be made shows when the file does not open
+    if (!folder.empty()) std::filesystem::create_directory(folder, ignored);
+
+    const std::string png = Preview(job.scene, job.first, geometry).png();
+    const std::string problem = png.empty() ? "not enough memory" : WriteWhole(job.preview, png);
+    if (!problem.empty()) {
+        std::fprintf(stderr, "wheelsim: cannot write %s: %s\n", job.preview.c_str(), problem.c_str());
+        return 1;
+    }
+    std::printf("Wrote camera frame %d with its geometry marked to %s\n", job.first, job.preview.c_str());
+    return 0;
+}
+
 /// \return 0, or 1 after a message if a frame could not be written
 int WriteFrames(const Job& job)
 {
@@ -235,26 +245,30 @@ int main(int argc, char** argv)
     const Job job = ReadArguments(argc, argv);
     const WheelScene& scene = job.scene;
 
-    if (const char* problem = WheelProblem(scene)) Refuse(problem);
+    if (const char* problem = WheelProblem(scene)) tool.Refuse(problem);
     const double border = 30;
     if (scene.centreX < border || scene.centreX > scene.width - 1 - border || scene.centreY < border ||
         scene.centreY > scene.height - 1 - border)
-        Refuse("the centre must lie at least 30 pixels within the picture of 1280 x 960");
-    Box mask{};
+        tool.Refuse("the centre must lie at least 30 pixels within the picture of 1280 x 960");
+    Geometry geometry{};
+    Box& mask = geometry.mask;
     if (scene.disc.radius > 0 && !DiscMask(scene, mask))
-        Refuse("the disc must keep within the picture all the way, with some room to the edges");
-
-    if (WriteFrames(job) != 0) return 1;
+        tool.Refuse("the disc must keep within the picture all the way, with some room to the edges");
 
     // Telvane takes whole numbers; of the speed only the sign counts, and there too clockwise is positive:
     // the second sweep of the flow turns its vectors round, and the votes go to the side that fits this.
-    const int innerR = static_cast<int>(std::rint(scene.innerR));
-    const int outerR = static_cast<int>(std::fmax(std::rint(scene.outerR), innerR + 1.0));
-    const int sense = scene.degreesPerFrame > 0 ? 1 : scene.degreesPerFrame < 0 ? -1 : 0;
-    int cx, cy, width, height;
-    PlaceRegion(scene.centreX, scene.width, 150, cx, width);
-    PlaceRegion(scene.centreY, scene.height, 130, cy, height);
+    geometry.innerR = static_cast<int>(std::rint(scene.innerR));
+    geometry.outerR = static_cast<int>(std::fmax(std::rint(scene.outerR), geometry.innerR + 1.0));
+    geometry.sense = scene.degreesPerFrame > 0 ? 1 : scene.degreesPerFrame < 0 ? -1 : 0;
+    Box& region = geometry.region;
+    PlaceRegion(scene.centreX, scene.width, 150, geometry.cx, region.width);
+    PlaceRegion(scene.centreY, scene.height, 130, geometry.cy, region.height);
+    region.left = static_cast<int>(std::rint(scene.centreX - geometry.cx));
+    region.top = static_cast<int>(std::rint(scene.centreY - geometry.cy));
 
+    if ((job.preview.empty() ? WriteFrames(job) : WritePreview(job, geometry)) != 0) return 1;
+
+    const int innerR = geometry.innerR, outerR = geometry.outerR, sense = geometry.sense;
     std::string command = "Telvane -l", rest;
     Append(command, {job.count});
     if (job.period1 != 1 || job.period2 != 1) {
@@ -267,7 +281,7 @@ int main(int argc, char** argv)
         command += " -m";
         Append(command, {mask.left, mask.top, mask.width, mask.height});
     }
-    Append(command, {width, height, cx, cy, innerR, outerR});
+    Append(command, {region.width, region.height, geometry.cx, geometry.cy, innerR, outerR});
     Append(rest, {0, 360, 360, scene.teeth, sense, 0, 0, 0, 0});
 
     std::printf("Centre %s, %s; radii %s and %s; %d teeth; %s degrees per camera frame (%s)\n",
@@ -277,8 +291,7 @@ int main(int argc, char** argv)
                 : sense < 0 ? "counter-clockwise"
                             : "at rest");
     std::printf("TRUE_CENTRE=%s,%s\n", Text(scene.centreX).c_str(), Text(scene.centreY).c_str());
-    std::printf("TRUE_OROI=[%d,%d,%d,%d,1]\n", static_cast<int>(std::rint(scene.centreX - cx)),
-                static_cast<int>(std::rint(scene.centreY - cy)), width, height);
+    std::printf("TRUE_OROI=[%d,%d,%d,%d,1]\n", region.left, region.top, region.width, region.height);
     std::printf("VOTES=%s 0%s\n", command.c_str(), rest.c_str());
     const bool ringInside = scene.centreX - outerR >= 2 && scene.centreX + outerR <= scene.width - 3 &&
                             scene.centreY - outerR >= 2 && scene.centreY + outerR <= scene.height - 3;

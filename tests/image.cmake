@@ -6,7 +6,7 @@ telvane_test(test_Votes)
 telvane_test(test_FindSemiCircle)
 telvane_test(test_bmpread)
 telvane_test(test_bmpwrite)
-telvane_test(test_jpegwrite)
+telvane_test(test_jpegwrite LIBS PNG::PNG)
 
 # The writer's own unit is compiled into the program, where its calls of libjpeg can be led elsewhere.
 telvane_test(test_jpegwrite_exceptions SOURCES ${CMAKE_CURRENT_LIST_DIR}/../Kavrix/jpegwrite.cpp)

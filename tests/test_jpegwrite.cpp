@@ -1,6 +1,7 @@
 // Writing of JPEG files, read back by libjpeg's decompressor.
 
 #include "ChildProcess.h"
+#include "Decoded.h"
 #include "Pictures.h"
 
 #include <reference/Jpeg.h>
@@ -20,48 +21,9 @@
 namespace {
 
 using namespace pictures;
+using decoded::Decode;
+using decoded::Decoded;
 using FileBytes = reference::Bytes;
-
-/// What a decoder finds in a file.
-struct Decoded {
-    int width = 0, height = 0, components = 0;
-    bool progressive = true;
-    J_COLOR_SPACE space = JCS_UNKNOWN;
-    std::vector<FileBytes> rows;   ///< from the top, components interleaved
-    std::vector<int> quantisation; ///< of luminance
-};
-
-Decoded Decode(const FileBytes& bytes)
-{
-    Decoded d;
-    jpeg_decompress_struct cinfo;
-    jpeg_error_mgr errors;
-    cinfo.err = jpeg_std_error(&errors);
-    errors.error_exit = [](j_common_ptr info) { // a test that cannot go on
-        info->err->output_message(info);
-        std::abort();
-    };
-    jpeg_create_decompress(&cinfo);
-    jpeg_mem_src(&cinfo, bytes.data(), bytes.size());
-    jpeg_read_header(&cinfo, TRUE);
-    d.space = cinfo.jpeg_color_space;
-    jpeg_start_decompress(&cinfo);
-    d.width = static_cast<int>(cinfo.output_width);
-    d.height = static_cast<int>(cinfo.output_height);
-    d.components = cinfo.output_components;
-    d.progressive = cinfo.progressive_mode;
-    for (int i = 0; i < DCTSIZE2; i++) d.quantisation.push_back(cinfo.quant_tbl_ptrs[0]->quantval[i]);
-    while (cinfo.output_scanline < cinfo.output_height) {
-        FileBytes row(static_cast<std::size_t>(d.width) * static_cast<std::size_t>(d.components));
-        JSAMPROW samples = row.data();
-        jpeg_read_scanlines(&cinfo, &samples, 1);
-        d.rows.push_back(row);
-    }
-    EXPECT_EQ(errors.num_warnings, 0);
-    jpeg_finish_decompress(&cinfo);
-    jpeg_destroy_decompress(&cinfo);
-    return d;
-}
 
 /// A colour file from interleaved rows, by libjpeg alone.
 FileBytes EncodeColour(const std::vector<FileBytes>& rows, int quality)

@@ -1,5 +1,6 @@
 // The drawn wheel and wheelsim, the tool that writes its frames.
 
+#include "Decoded.h"
 #include "Digest.h"
 #include "ProgramRuns.h"
 
@@ -558,6 +559,12 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
                                   "--out",
                                   "--out ''",
                                   "--out --count",
+                                  "--preview",
+                                  "--preview ''",
+                                  "--preview --count",
+                                  "--preview picture.jpg",
+                                  "--preview a.png.txt",
+                                  "--preview p.png --teeth 0",
                                   "--colour red",
                                   "frames",
                                   "-l 3",
@@ -567,6 +574,7 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_EQ(run.out, "") << arguments;
         EXPECT_EQ(run.err.rfind("wheelsim: ", 0), 0u) << arguments << ": " << run.err;
+        EXPECT_EQ(run.err.find("\nusage: wheelsim "), run.err.find('\n')) << "one line and the usage";
         EXPECT_FALSE(fs::exists(Frames())) << arguments;
     }
 }
@@ -594,15 +602,105 @@ TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
     }
 }
 
+/// Whether a pixel of the preview has the colour of a mark.
+bool Marked(const decoded::Colours& picture, int x, int y)
+{
+    const unsigned c = picture.at(x, y);
+    return (c >> 16) != (c >> 8 & 255) || (c & 255) != (c >> 8 & 255);
+}
+
+TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
+{
+    const Finished run = Run("--preview p.png --first 3 --count 7 --start 2");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_FALSE(fs::exists(Frames())) << "no frames are written";
+    EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 7 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
+    const decoded::Colours picture = decoded::DecodePng(Folder().Read("p.png"));
+    ASSERT_EQ(picture.width, 1280);
+    ASSERT_EQ(picture.height, 960);
+
+    // The circles all round, but where a label lies on them or the picture is darkened.
+    const double x0 = 652.4, y0 = 471.7;
+    for (double radius : {216.0, 250.0}) {
+        int marked = 0;
+        for (int degrees = 0; degrees < 360; degrees++) {
+            const double angle = degrees * 3.14159265358979 / 180;
+            marked += Marked(picture, static_cast<int>(std::lround(x0 + radius * std::cos(angle))),
+                             static_cast<int>(std::lround(y0 + radius * std::sin(angle))));
+        }
+        EXPECT_GT(marked, 340) << radius;
+    }
+    // A dot on every tooth, none in a gap. Tooth i stands at 2 + 3 * 0.4 + 9 i degrees.
+    int onTeeth = 0, inGaps = 0;
+    for (int i = 0; i < 40; i++) {
+        for (double half : {0.0, 0.5}) {
+            const double angle = (3.2 + 9 * (i + half)) * 3.14159265358979 / 180;
+            const bool marked = Marked(picture, static_cast<int>(std::lround(x0 + 233 * std::cos(angle))),
+                                       static_cast<int>(std::lround(y0 + 233 * std::sin(angle))));
+            (half > 0 ? inGaps : onTeeth) += marked;
+        }
+    }
+    EXPECT_GE(onTeeth, 39);
+    EXPECT_LE(inGaps, 2);
+    // The region that TRUE_OROI names, and the centre.
+    ASSERT_EQ(Value(run.out, "TRUE_OROI"), "[502,342,300,260,1]");
+    for (const auto& [x, y] :
+         {std::pair{502, 342}, {801, 342}, {502, 601}, {801, 601}, {520, 342}, {652, 472}})
+        EXPECT_TRUE(Marked(picture, x, y)) << x << ", " << y;
+    for (const auto& [x, y] : {std::pair{495, 335}, {808, 608}, {510, 350}})
+        EXPECT_FALSE(Marked(picture, x, y)) << x << ", " << y;
+    // What is not marked is camera frame 3.
+    WheelScene scene;
+    scene.startAngle = 2;
+    const Bytes grey = Draw(scene, 3);
+    for (int y = 0; y < 140; y++)
+        for (int x = 0; x < 1280; x++)
+            ASSERT_EQ(picture.at(x, y), grey[std::size_t(y) * 1280 + x] * 0x10101u) << x << ", " << y;
+}
+
+TEST_F(Wheelsim, PreviewGoesIntoAFolder)
+{
+    fs::create_directory(Folder() / "there.d");
+    for (const char* folder : {"new", "there.d", "new/"}) {
+        const Finished run = Run(std::string("--preview ") + folder);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(decoded::DecodePng(Folder().Read(std::string(folder) + "/preview.png")).width, 1280)
+            << folder;
+    }
+    EXPECT_EQ(Run("--preview .").status, 0);
+    EXPECT_TRUE(Folder().Has("preview.png"));
+}
+
+TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
+{
+    for (const char* arguments :
+         {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000", "--teeth 1000",
+          "--centre 30,30", "--centre 1249,929 --speed -1", "--speed 0 --disc 110,120,40,4,5", "--teeth 1"}) {
+        const Finished run = Run(std::string("--preview p.png ") + arguments);
+        EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
+        EXPECT_EQ(decoded::DecodePng(Folder().Read("p.png")).height, 960) << arguments;
+    }
+}
+
+TEST_F(Wheelsim, PreviewThatCannotBeWrittenIsAnError)
+{
+    Folder().Write("file", "no folder");
+    const Finished run = Run("--preview file/p.png");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "wheelsim: cannot write file/p.png: Not a directory\n");
+    EXPECT_EQ(run.out, "");
+}
+
 TEST_F(Wheelsim, HelpNamesOptionsAndOutput)
 {
     const Finished run = Run("--help");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     for (const char* word :
-         {"--out",   "--count", "--p1",    "--p2",         "--first",    "--centre", "--inner",
-          "--outer", "--teeth", "--speed", "--start",      "--spokes",   "--hub",    "--uneven",
-          "--noise", "--seed",  "--disc",  "TRUE_CENTRE=", "TRUE_OROI=", "VOTES=",   "RING="})
+         {"--out",   "--count",   "--p1",         "--p2",       "--first", "--centre", "--inner", "--outer",
+          "--teeth", "--speed",   "--start",      "--spokes",   "--hub",   "--uneven", "--noise", "--seed",
+          "--disc",  "--preview", "TRUE_CENTRE=", "TRUE_OROI=", "VOTES=",  "RING="})
         EXPECT_NE(run.out.find(word), std::string::npos) << word;
     EXPECT_FALSE(fs::exists(Frames()));
 }
