@@ -28,7 +28,7 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
     --library=posix -I. -Icamera/simulated \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
-    Kavrix Telvane camera simulator tools examples
+    Kavrix Telvane camera simulator tools report examples
 echo "shellcheck"
 shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh .ci/run
 

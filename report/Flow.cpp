@@ -1,0 +1,77 @@
+// Flow as colours.
+#include <report/Flow.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+double Degrees(double x, double y) { return std::atan2(y, x) * 180 / std::numbers::pi; }
+
+UBYTE Part(double share) { return static_cast<UBYTE>(std::lround(255 * std::clamp(share, 0.0, 1.0))); }
+
+/// Full up to 60 degrees from `middle`, none from 120 degrees on.
+double Channel(double degrees, double middle)
+{
+    const double apart = std::abs(std::remainder(degrees - middle, 360));
+    return std::clamp(2 - apart / 60, 0.0, 1.0);
+}
+
+} // namespace
+
+Colour HueColour(double degrees) { return FlowColour(degrees, 1); }
+
+Colour FlowColour(double degrees, double strength)
+{
+    const double bright = std::sqrt(std::clamp(strength, 0.0, 1.0));
+    return {Part(bright * Channel(degrees, 0)), Part(bright * Channel(degrees, 120)),
+            Part(bright * Channel(degrees, 240))};
+}
+
+double StrongestFlow(const MatShort& u, const MatShort& v)
+{
+    double strongest = 0;
+    for (int y = 0; y < u.dim2; y++)
+        for (int x = 0; x < u.dim1; x++) strongest = std::max(strongest, std::hypot(u(x, y), v(x, y)));
+    return strongest;
+}
+
+Canvas FlowPicture(const MatShort& u, const MatShort& v)
+{
+    const double strongest = std::max(StrongestFlow(u, v), 1.0);
+    Canvas canvas(u.dim1, u.dim2);
+    for (int y = 0; y < u.dim2; y++)
+        for (int x = 0; x < u.dim1; x++)
+            canvas.set(x, y,
+                       FlowColour(Degrees(-u(x, y), -v(x, y)), std::hypot(u(x, y), v(x, y)) / strongest));
+    return canvas;
+}
+
+MatByte StrengthPicture(const MatShort& u, const MatShort& v)
+{
+    const double strongest = std::max(StrongestFlow(u, v), 1.0);
+    MatByte grey(u.dim1, u.dim2);
+    for (int y = 0; y < u.dim2; y++)
+        for (int x = 0; x < u.dim1; x++) grey(x, y) = Part(std::hypot(u(x, y), v(x, y)) / strongest);
+    return grey;
+}
+
+Canvas FlowLegend()
+{
+    const int side = 330, middle = side / 2, radius = 90, scale = 2;
+    const Colour white{255, 255, 255};
+    Canvas canvas(side, side);
+    for (int y = 0; y < side; y++)
+        for (int x = 0; x < side; x++) {
+            const double dx = x - middle, dy = y - middle, r = std::hypot(dx, dy);
+            canvas.blend(x, y, FlowColour(Degrees(dx, dy), r / radius), radius + 0.5 - r);
+        }
+    const int beyond = radius + 20;
+    const auto aside = [=](const char* word) { return radius + 12 + TextWidth(word, scale) / 2; };
+    canvas.label(middle, middle - beyond, "up", white, scale);
+    canvas.label(middle, middle + beyond, "down", white, scale);
+    canvas.label(middle - aside("left"), middle, "left", white, scale);
+    canvas.label(middle + aside("right"), middle, "right", white, scale);
+    return canvas;
+}

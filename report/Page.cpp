@@ -1,0 +1,96 @@
+// Composing of the page.
+#include <report/Page.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+const char style[] = R"(
+:root { color-scheme: light dark; }
+body { max-width: 62rem; margin: 0 auto; padding: 1rem; font: 1rem/1.5 system-ui, sans-serif;
+       overflow-wrap: anywhere; }
+h1 { font-size: 1.5rem; line-height: 1.25; margin: 0 0 1rem; }
+h2 { font-size: 1.2rem; margin: 2rem 0 .5rem; border-bottom: 1px solid GrayText; }
+p { margin: 0 0 1rem; max-width: 44rem; }
+figure { margin: 0 0 1.5rem; break-inside: avoid; }
+figcaption { font-size: .9rem; max-width: 44rem; }
+img { display: block; max-width: 100%; height: auto; margin: 0 0 .4rem; }
+.row { display: grid; gap: 0 1.5rem; align-items: start;
+       grid-template-columns: repeat(auto-fit, minmax(min(100%, 18rem), 1fr)); }
+.good, .fair, .bad { padding: .4rem .8rem; border-left: .4rem solid; }
+.good { border-color: #2a9d4a; }
+.fair { border-color: #d99a00; }
+.bad { border-color: #d0342c; }
+@media print {
+  body { max-width: none; padding: 0; }
+  h2 { break-after: avoid; }
+  img { max-height: 22cm; width: auto; }
+}
+)";
+
+} // namespace
+
+std::string Escaped(std::string_view text)
+{
+    std::string html;
+    for (const char c : text) {
+        switch (c) {
+        case '&': html += "&amp;"; break;
+        case '<': html += "&lt;"; break;
+        case '>': html += "&gt;"; break;
+        case '"': html += "&quot;"; break;
+        case '\'': html += "&#39;"; break;
+        default: html += c;
+        }
+    }
+    return html;
+}
+
+std::string Base64(std::string_view bytes)
+{
+    const char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        // Three bytes are four letters of 6 bits; letters of bytes that are not there become '='.
+        const std::size_t there = bytes.size() - i < 3 ? bytes.size() - i : 3;
+        std::uint32_t bits = 0;
+        for (std::size_t k = 0; k < 3; k++)
+            bits = bits << 8 | (k < there ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+        for (std::size_t k = 0; k < 4; k++) text += k <= there ? letters[bits >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
+
+Page::Page(std::string_view t) : title(Escaped(t)) {}
+
+void Page::section(std::string_view heading) { body += "<h2>" + Escaped(heading) + "</h2>\n"; }
+
+void Page::paragraph(std::string_view text) { body += "<p>" + Escaped(text) + "</p>\n"; }
+
+void Page::verdict(std::string_view kind, std::string_view text)
+{
+    body += "<p class=\"" + Escaped(kind) + "\">" + Escaped(text) + "</p>\n";
+}
+
+void Page::figure(const Picture& picture, std::string_view alternative, std::string_view caption)
+{
+    body += "<figure>\n<img width=\"" + std::to_string(picture.width) + "\" height=\"" +
+            std::to_string(picture.height) + "\" alt=\"" + Escaped(alternative) +
+            "\" src=\"data:" + picture.type + ";base64," + Base64(picture.bytes) + "\"/>\n";
+    if (!caption.empty()) body += "<figcaption>" + Escaped(caption) + "</figcaption>\n";
+    body += "</figure>\n";
+}
+
+void Page::beginRow() { body += "<div class=\"row\">\n"; }
+
+void Page::endRow() { body += "</div>\n"; }
+
+std::string Page::html() const
+{
+    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\"/>\n"
+           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>" +
+           title + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<h1>" + title + "</h1>\n" +
+           body + "</body>\n</html>\n";
+}

@@ -1,0 +1,43 @@
+// The text of a page: HTML that is well-formed as XML too, complete in one file.
+#ifndef REPORT_PAGE_H
+#define REPORT_PAGE_H
+
+#include <string>
+#include <string_view>
+
+/// Text as HTML shows it, in elements and in quoted attributes.
+std::string Escaped(std::string_view text);
+
+/// RFC 4648, with padding and without line breaks.
+std::string Base64(std::string_view bytes);
+
+/// A picture inside the page.
+struct Picture {
+    std::string type;          ///< "image/png" or "image/jpeg"
+    std::string bytes;         ///< of the file
+    int width = 0, height = 0; ///< pixels
+};
+
+/// Collects the sections of a page. Texts are plain and are escaped here.
+class Page {
+public:
+    explicit Page(std::string_view title);
+
+    void section(std::string_view heading);
+    void paragraph(std::string_view text);
+    /// A paragraph that stands out, by a coloured edge: "good", "fair" or "bad".
+    void verdict(std::string_view kind, std::string_view text);
+    /// \param alternative  what the picture shows, for those who do not see it
+    void figure(const Picture& picture, std::string_view alternative, std::string_view caption);
+    /// What stands between these two calls lies side by side where there is room.
+    void beginRow();
+    void endRow();
+
+    /// The whole file.
+    std::string html() const;
+
+private:
+    std::string title, body;
+};
+
+#endif

@@ -1,0 +1,160 @@
+// BMP files of frames and of 16-bit pictures, and JPEG files.
+#include <report/Pictures.h>
+
+#include <Kavrix/bmpformat.h>
+
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include <jpeglib.h>
+
+namespace {
+
+const unsigned char* Bytes(const std::string& file)
+{
+    return reinterpret_cast<const unsigned char*>(file.data());
+}
+
+const int mostPixels = 16384; // of a side: no camera of this kind has more
+
+std::string TooLarge() { return "larger than " + std::to_string(mostPixels) + " pixels"; }
+
+/// The fields that both kinds of BMP files go by. Their pixels must lie inside the file.
+struct BmpFields {
+    std::uint32_t offset = 0;
+    int width = 0, height = 0;
+    std::uint16_t bits = 0;
+    std::uint32_t compression = 0;
+};
+
+std::string ReadFields(const std::string& file, BmpFields& f)
+{
+    const unsigned char* const p = Bytes(file);
+    if (file.size() < 2 || GetLittleEndian<std::uint16_t>(p) != BmpHeaders::bmpType) return "not a BMP file";
+    if (file.size() < BmpHeaders::size) return "cut short within its header";
+    if (GetLittleEndian<std::uint32_t>(p + 14) != BmpHeaders{}.headerSize)
+        return "a BMP file with another kind of header";
+    f.offset = GetLittleEndian<std::uint32_t>(p + 10);
+    f.width = GetLittleEndian<std::int32_t>(p + 18);
+    f.height = GetLittleEndian<std::int32_t>(p + 22);
+    f.bits = GetLittleEndian<std::uint16_t>(p + 28);
+    f.compression = GetLittleEndian<std::uint32_t>(p + 30);
+    if (f.width > mostPixels || f.height > mostPixels) return TooLarge();
+    if (f.width < 1 || f.height < 1) return "a BMP file without width or height, or stored top row first";
+    return {};
+}
+
+std::uint64_t RowBytes(const BmpFields& f) { return (std::uint64_t{f.bits} / 8 * f.width + 3) & ~3ull; }
+
+/// Whether all rows lie inside the file.
+std::string CheckLength(const std::string& file, const BmpFields& f, std::uint64_t rowBytes)
+{
+    if (f.offset + rowBytes * static_cast<std::uint64_t>(f.height) <= file.size()) return {};
+    return "cut short: " + std::to_string(f.width) + " x " + std::to_string(f.height) + " pixels need " +
+           std::to_string(f.offset + rowBytes * static_cast<std::uint64_t>(f.height)) + " bytes, there are " +
+           std::to_string(file.size());
+}
+
+std::string OtherKind(const BmpFields& f)
+{
+    return "a BMP file of " + std::to_string(f.bits) + " bits per pixel, compression " +
+           std::to_string(f.compression);
+}
+
+/// libjpeg leaves an operation at its first error and comes back here.
+struct JpegErrors {
+    jpeg_error_mgr manager; // the first member: libjpeg knows this one
+    std::jmp_buf back;
+};
+
+[[noreturn]] void LeaveJpeg(j_common_ptr info)
+{
+    std::longjmp(reinterpret_cast<JpegErrors*>(info->err)->back, 1);
+}
+
+/// Damage that libjpeg gets over with a warning, such as a missing end, is damage.
+void TakeSeriously(j_common_ptr info, int level)
+{
+    if (level < 0) LeaveJpeg(info);
+}
+
+} // namespace
+
+std::string ReadShortPicture(const std::string& file, MatShort& picture)
+{
+    const int masks = 12; // bytes between the headers and the pixels
+    BmpFields f;
+    if (std::string problem = ReadFields(file, f); !problem.empty()) return problem;
+    if (f.bits != 16 || f.compression != BmpHeaders::bitFields) return OtherKind(f);
+    if (f.offset < BmpHeaders::size + masks) return "a BMP file whose pixels begin within its header";
+    const std::uint64_t rowBytes = RowBytes(f);
+    if (std::string problem = CheckLength(file, f, rowBytes); !problem.empty()) return problem;
+
+    picture.Resize(f.width, f.height);
+    const unsigned char* row = Bytes(file) + f.offset;
+    for (int y = f.height - 1; y >= 0; y--, row += rowBytes)
+        for (int x = 0; x < f.width; x++)
+            picture(x, y) = GetLittleEndian<short>(row + std::size_t{2} * static_cast<std::size_t>(x));
+    return {};
+}
+
+std::string ReadFrame(const std::string& file, MatByte& frame)
+{
+    BmpFields f;
+    if (std::string problem = ReadFields(file, f); !problem.empty()) return problem;
+    if (f.bits != 8 || f.compression != BmpHeaders::uncompressed) return OtherKind(f);
+    // What follows a row is the file's affair; its pixels alone must be there.
+    if (std::string problem = CheckLength(file, f, static_cast<std::uint64_t>(f.width)); !problem.empty())
+        return problem;
+    std::FILE* const stream = fmemopen(const_cast<char*>(file.data()), file.size(), "rb");
+    const bool loaded = stream != nullptr && frame.ReadBMP(stream) == 0;
+    if (stream != nullptr) std::fclose(stream);
+    return loaded ? "" : "a BMP file that does not load";
+}
+
+std::string CheckJpeg(const std::string& file, int& width, int& height)
+{
+    if (file.size() < 3 || file.compare(0, 3, "\xFF\xD8\xFF") != 0) return "not a JPEG file";
+
+    // Nothing with a destructor lives between here and the jump back.
+    jpeg_decompress_struct info;
+    JpegErrors errors;
+    info.err = jpeg_std_error(&errors.manager);
+    errors.manager.error_exit = LeaveJpeg;
+    errors.manager.emit_message = TakeSeriously;
+    volatile bool whole = false, large = false; // written between the two returns of setjmp
+    if (setjmp(errors.back) == 0) {             // NOLINT(cert-err52-cpp): libjpeg's own way out of an error
+        jpeg_create_decompress(&info);
+        jpeg_mem_src(&info, Bytes(file), file.size());
+        jpeg_read_header(&info, TRUE);
+        large = info.image_width > mostPixels || info.image_height > mostPixels;
+        if (large) LeaveJpeg(reinterpret_cast<j_common_ptr>(&info));
+        jpeg_start_decompress(&info);
+        JSAMPARRAY row = info.mem->alloc_sarray(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE,
+                                                info.output_width * info.output_components, 1);
+        while (info.output_scanline < info.output_height) jpeg_read_scanlines(&info, row, 1);
+        width = static_cast<int>(info.output_width);
+        height = static_cast<int>(info.output_height);
+        jpeg_finish_decompress(&info);
+        whole = true;
+    }
+    jpeg_destroy_decompress(&info);
+    if (large) return TooLarge();
+    return whole ? "" : "a JPEG file that is damaged or cut short";
+}
+
+std::string GreyJpeg(const MatByte& picture)
+{
+    char* memory = nullptr;
+    std::size_t size = 0;
+    std::FILE* const stream = open_memstream(&memory, &size);
+    if (stream == nullptr) return {};
+    const bool written = picture.WriteJPG(stream, 85) == 0;
+    const bool closed = std::fclose(stream) == 0;
+    std::string bytes;
+    if (written && closed) bytes.assign(memory, size);
+    std::free(memory);
+    return bytes;
+}

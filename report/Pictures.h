@@ -1,0 +1,26 @@
+// The picture files of a run: what telvane-report reads of each kind, and what it says where a file is
+// another. Every reader takes the bytes of a whole file and returns nothing, or what is wrong with them.
+#ifndef REPORT_PICTURES_H
+#define REPORT_PICTURES_H
+
+#include <Kavrix/KXshort.h>
+#include <Kavrix/KXubyte.h>
+
+#include <string>
+
+/// A 16-bit picture as MatShort::WriteBMP makes it, of any width: rows of (2 * width + 3) & ~3 bytes from the
+/// data offset on, the bottom one first. MatShort::ReadBMP trusts the image size of the header, which counts
+/// the padding of odd widths twice; here nothing but the file's own length is trusted.
+std::string ReadShortPicture(const std::string& file, MatShort& picture);
+
+/// A frame: an 8-bit BMP, by MatByte::ReadBMP. A header that promises more pixels than there are bytes is
+/// refused before it is given room.
+std::string ReadFrame(const std::string& file, MatByte& frame);
+
+/// Whether it is a whole JPEG file that libjpeg can show; its size in pixels.
+std::string CheckJpeg(const std::string& file, int& width, int& height);
+
+/// A grey picture as the bytes of a JPEG file; empty when there is no memory for it.
+std::string GreyJpeg(const MatByte& picture);
+
+#endif

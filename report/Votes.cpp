@@ -1,0 +1,157 @@
+// Summits of the votes, and the heat map.
+#include <report/Votes.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace {
+
+const Colour peakColour{0, 230, 255}, nextColour{120, 255, 60};
+// Of the marks, in pixels: on a phone the picture is shown at a quarter of its size.
+const int ringRadius = 32, ringThickness = 5, letters = 5;
+
+/// maxima[i] is the largest of the values up to `reach` places from i, read through get(i), i = 0..n-1.
+/// Every value is taken in and dropped once, whatever the reach.
+template <class Get, class Put> void RunningMaximum(int n, int reach, Get get, Put put)
+{
+    std::vector<int> falling; // places whose values fall, the largest first, from `head` on
+    falling.reserve(static_cast<std::size_t>(n));
+    std::size_t head = 0;
+    int taken = 0;
+    for (int i = 0; i < n; i++) {
+        for (; taken < n && taken <= i + reach; taken++) {
+            while (falling.size() > head && get(falling.back()) <= get(taken)) falling.pop_back();
+            falling.push_back(taken);
+        }
+        while (falling[head] < i - reach) head++;
+        put(i, get(falling[head]));
+    }
+}
+
+/// The largest value within `reach` columns and rows of every place.
+MatShort LocalMaxima(const MatShort& m, int reach)
+{
+    MatShort alongRows(m.dim1, m.dim2), maxima(m.dim1, m.dim2);
+    for (int y = 0; y < m.dim2; y++)
+        RunningMaximum(
+            m.dim1, reach, [&](int x) { return m(x, y); },
+            [&](int x, short value) { alongRows(x, y) = value; });
+    for (int x = 0; x < m.dim1; x++)
+        RunningMaximum(
+            m.dim2, reach, [&](int y) { return alongRows(x, y); },
+            [&](int y, short value) { maxima(x, y) = value; });
+    return maxima;
+}
+
+double Share(short votes, short most) { return most > 0 ? static_cast<double>(votes) / most : 0; }
+
+/// A ring round a summit, with its name beside it: on the side that looks away from the other summit, or else
+/// where it lies inside the picture and hides neither.
+void Mark(Canvas& canvas, const Summit& s, const Summit& other, Colour colour, const char* name)
+{
+    const double halfWidth = TextWidth(name, letters) / 2.0 + 20, halfHeight = 35;
+    const double aside = ringRadius + halfWidth, beyond = ringRadius + halfHeight;
+    const double away = s.x < other.x ? -aside : aside;
+    const double places[][2] = {{away, 0}, {-away, 0}, {0, -beyond}, {0, beyond}};
+    canvas.circle(s.x, s.y, ringRadius, colour, ringThickness);
+    for (const auto& place : places) {
+        const double x = s.x + place[0], y = s.y + place[1];
+        const bool inside = x >= halfWidth && x <= canvas.width() - halfWidth && y >= halfHeight &&
+                            y <= canvas.height() - halfHeight;
+        const bool hides = other.votes > 0 && std::abs(x - other.x) < halfWidth + ringRadius &&
+                           std::abs(y - other.y) < halfHeight + ringRadius;
+        if (inside && !hides) {
+            canvas.label(x, y, name, colour, letters);
+            return;
+        }
+    }
+    const double fromMiddle = s.y < canvas.height() / 2 ? 2 * beyond : -2 * beyond;
+    canvas.label(s.x, s.y + fromMiddle, name, colour, letters);
+}
+
+} // namespace
+
+Summits FindSummits(const MatShort& votes, int apart)
+{
+    Summits found;
+    if (votes.dim1 < 3 || votes.dim2 < 3) return found;
+    const MatShort inner = votes(RNG(1, votes.dim1 - 2), RNG(1, votes.dim2 - 2));
+    const MatShort maxima = LocalMaxima(inner, apart);
+
+    const auto best = [&](auto counts) {
+        Summit s;
+        for (int y = 0; y < inner.dim2; y++)
+            for (int x = 0; x < inner.dim1; x++)
+                if (inner(x, y) > s.votes && inner(x, y) == maxima(x, y) && counts(x + 1, y + 1))
+                    s = {x + 1, y + 1, inner(x, y)};
+        return s;
+    };
+    const Summit& peak = found.peak = best([](int, int) { return true; });
+    found.next =
+        best([&](int x, int y) { return std::max(std::abs(x - peak.x), std::abs(y - peak.y)) > apart; });
+    return found;
+}
+
+Colour HeatColour(double share)
+{
+    const double t = 3 * std::sqrt(std::clamp(share, 0.0, 1.0));
+    const auto channel = [t](int before) {
+        return static_cast<UBYTE>(std::lround(255 * std::clamp(t - before, 0.0, 1.0)));
+    };
+    return {channel(0), channel(1), channel(2)};
+}
+
+Canvas VotePicture(const MatShort& votes, const Summits& summits)
+{
+    const short most = Max(Max(votes));
+    Canvas canvas(votes.dim1, votes.dim2);
+    for (int y = 0; y < votes.dim2; y++)
+        for (int x = 0; x < votes.dim1; x++) canvas.set(x, y, HeatColour(Share(votes(x, y), most)));
+    const Summit &peak = summits.peak, &next = summits.next;
+    if (next.votes > 0) Mark(canvas, next, peak, nextColour, "next best");
+    if (peak.votes > 0) Mark(canvas, peak, next, peakColour, "peak");
+    return canvas;
+}
+
+Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int scale)
+{
+    const short most = Max(Max(votes));
+    const int side = (2 * reach + 1) * scale;
+    Canvas canvas(side, side);
+    for (int y = 0; y < side; y++) {
+        for (int x = 0; x < side; x++) {
+            const int vx = peak.x - reach + x / scale, vy = peak.y - reach + y / scale;
+            const bool inside = 0 <= vx && vx < votes.dim1 && 0 <= vy && vy < votes.dim2;
+            canvas.set(x, y, inside ? HeatColour(Share(votes(vx, vy), most)) : Colour{70, 70, 70});
+        }
+    }
+    // A cross with the peak's pixel left open.
+    const double middle = (side - 1) / 2.0, gap = 3 * scale, end = 10 * scale;
+    for (const int sign : {-1, 1}) {
+        canvas.line(middle + sign * gap, middle, middle + sign * end, middle, peakColour, 2);
+        canvas.line(middle, middle + sign * gap, middle, middle + sign * end, peakColour, 2);
+    }
+    return canvas;
+}
+
+Canvas HeatLegend(int most)
+{
+    const int w = 520, bar = 28, scale = 2;
+    Canvas canvas(w, bar + 26);
+    for (int y = 0; y < bar; y++)
+        for (int x = 0; x < w; x++) {
+            const double t = static_cast<double>(x) / (w - 1);
+            canvas.set(x, y, HeatColour(t * t)); // even steps of colour
+        }
+    for (const double share : {0.0, 0.01, 0.1, 0.25, 0.5, 1.0}) {
+        const double x = std::sqrt(share) * (w - 1);
+        canvas.line(x, bar, x, bar + 4, {255, 255, 255}, 2);
+        const std::string words = std::to_string(std::lround(share * most));
+        const int width = TextWidth(words, scale);
+        const int left = static_cast<int>(std::clamp(x - width / 2.0, 0.0, static_cast<double>(w - width)));
+        canvas.text(left, bar + 8, words, {255, 255, 255}, scale);
+    }
+    return canvas;
+}
