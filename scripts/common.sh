@@ -24,8 +24,8 @@ configure() {
     fi
 }
 
-# build_programs [<package>...]: Telvane and wheelsim in build/release, with what building them needs and the
-# packages named.
+# build_programs [<package>...]: Telvane, wheelsim and telvane-report in build/release, with what building them
+# needs and the packages named.
 build_programs() {
     scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev "$@"
     # The tests need more packages. They stay as they are where the folder is configured with them, and are left
@@ -33,7 +33,8 @@ build_programs() {
     local options=()
     grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt || options=(-DTELVANE_TESTS=OFF)
     configure release "${options[@]}"
-    cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim
+    cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim \
+        telvane-report
 }
 
 # Tests that passed and failed in this script; its last line tells them.
