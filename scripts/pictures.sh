@@ -1,0 +1,41 @@
+#!/bin/bash
+# Makes the pictures of the documentation anew: scripts/pictures.sh
+#
+# They are what the project's own programs draw: a wheel with the arguments marked (wheelsim --preview), a run with
+# the result marked (Telvane), and each stage between (telvane-report). They come into docs/pictures.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+build_programs python3
+programs=$PWD/build/release
+pictures=$PWD/docs/pictures
+run=$(mktemp -d)
+trap 'rm -rf "$run"' EXIT
+
+mkdir -p "$pictures"
+"$programs/simulator/wheelsim" --preview "$pictures/arguments.png"
+
+# Without noise, which would make the files large and show nothing; a region with the ring and angles for the marks.
+"$programs/simulator/wheelsim" --out "$run" --noise 0 >"$run/scene.txt"
+read -ra words < <(sed -n 's/^VOTES=Telvane //p' "$run/scene.txt")
+first=$((${#words[@]} - 16))
+words[first]=560 words[first + 1]=560 words[first + 2]=280 words[first + 3]=280 # the whole ring
+words[first + 7]=200 words[first + 8]=340
+(cd "$run" && "$programs/Telvane/Telvane" -s "${words[@]}" && "$programs/report/telvane-report")
+cp "$run/detected.jpg" "$pictures/marked.jpg"
+
+python3 - "$run/report.html" "$pictures" <<'END'
+import base64, re, sys
+names = {"Heat map of the votes": "votes.png", "The peak, enlarged": "peak.png",
+         "Direction and strength of the motion in colours": "motion.png", "Wheel of colours": "colours.png",
+         "Strength of the motion in grey": "strength.jpg", "The first frame": "frame.jpg"}
+page = open(sys.argv[1], encoding="utf-8").read()
+for tag in re.findall(r"<img[^>]*>", page):
+    title = re.search(r'alt="([^":]*)', tag).group(1)
+    if title in names:
+        data = base64.b64decode(re.search(r"base64,([^\"]*)", tag).group(1))
+        open(f"{sys.argv[2]}/{names.pop(title)}", "wb").write(data)
+if names:
+    sys.exit(f"Not in the report: {', '.join(names)}")
+END
+ls -l "$pictures"
