@@ -426,8 +426,24 @@ TEST(RNG, GetRngReadsRanges)
 
 TEST(RNG, GetRngHaltsOnAnythingElse)
 {
-    const char* const wrong[] = {"",       " ",    "x",   "1x",         "1:2:3:4", "9:2", "-1:4", "2:9:0",
-                                 "2:9:-1", "2:9:", "1 2", "2147483648", "1;2",     "\n2", "2:\t9"};
+    const char* const wrong[] = {"",
+                                 " ",
+                                 "x",
+                                 "1x",
+                                 "1:2:3:4",
+                                 "9:2",
+                                 "-1:4",
+                                 "2:9:0",
+                                 "2:9:-1",
+                                 "2:9:",
+                                 "1 2",
+                                 "2147483648",
+                                 "1;2",
+                                 "\n2",
+                                 "2:\t9",
+                                 "-4294967295:5",
+                                 "-2147483648:5",
+                                 "5:-2147483648"};
     for (const char* text : wrong)
         ExpectInvalidRange([=] { RNG::GetRng(text); }, std::string("\"") + text + "\"");
     ExpectInvalidRange([] { RNG::GetRng(nullptr); }, "no text");
