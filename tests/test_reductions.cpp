@@ -8,9 +8,12 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <pthread.h>
 
 namespace {
 
@@ -616,6 +619,47 @@ TEST(VecShort, SortOfLongAndOrderedVectors)
         w.sort();
         std::sort(values.begin(), values.end());
         ASSERT_EQ(Values<short>(w), values) << kind;
+    }
+}
+
+// Values for which every pivot is the largest of what is left, or the smallest: no parts are more uneven.
+std::vector<short> WorstOrder(int n, bool pivotIsLargest)
+{
+    std::vector<int> place(n);
+    std::iota(place.begin(), place.end(), 0);
+    std::vector<short> values(n);
+    int lo = 0, hi = n - 1;
+    while (lo < hi) {
+        const int pivot = lo + (hi - lo) / 2;
+        const int end = pivotIsLargest ? hi-- : lo++; // where the exchange brings the pivot
+        values[place[pivot]] = static_cast<short>(end);
+        std::swap(place[pivot], place[end]);
+    }
+    values[place[lo]] = static_cast<short>(lo);
+    return values;
+}
+
+TEST(VecShort, SortOfTheWorstOrderNeedsLittleStack)
+{
+    for (const bool pivotIsLargest : {true, false}) {
+        std::vector<short> values = WorstOrder(8000, pivotIsLargest);
+        VecShort v(8000);
+        v.ImportData(values.data());
+
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        ASSERT_EQ(pthread_attr_setstacksize(&attributes, 128 << 10), 0);
+        pthread_t thread;
+        const auto sort = [](void* vector) -> void* {
+            static_cast<VecShort*>(vector)->sort();
+            return nullptr;
+        };
+        ASSERT_EQ(pthread_create(&thread, &attributes, sort, &v), 0);
+        pthread_join(thread, nullptr);
+        pthread_attr_destroy(&attributes);
+
+        std::sort(values.begin(), values.end());
+        EXPECT_EQ(Values<short>(v), values);
     }
 }
 
