@@ -14,7 +14,10 @@ template <class F> int WithFile(const char* fname, const char* mode, F f)
 {
     std::FILE* const fp = std::fopen(fname, mode);
     if (fp == nullptr) return 1;
-    std::setvbuf(fp, nullptr, _IOFBF, 1 << 16); // few system calls for pictures of megabytes
+    // Few system calls for pictures of megabytes. The buffer is given: without one the C library keeps its
+    // own size.
+    char buffer[65536];
+    std::setvbuf(fp, buffer, _IOFBF, sizeof buffer);
     const int result = f(fp);
     const bool closed = std::fclose(fp) == 0;
     return result == 0 && !closed ? 5 : result;
