@@ -68,7 +68,8 @@ int CubByte::WriteJPG(std::FILE* outfile, int quality) const
 {
     if (IsEmpty(*this) || dim3 != 3) return emptyArray;
     const std::int64_t samples = std::int64_t{3} * dim1;
-    VecByte padded(samples <= INT32_MAX ? static_cast<int>(samples) : -1);
+    // A row too long for the format ends in libjpeg before any of its samples are asked for.
+    VecByte padded(static_cast<int>(std::min<std::int64_t>(samples, 3 * JPEG_MAX_DIMENSION)));
     return Compress(outfile, *this, 3, JCS_RGB, quality, [this, samples, &padded](int y) {
         // The row of plane 0 and what follows it in the storage. Behind the end of the storage, where a view
         // with its planes in reverse order can get, the samples are 0.

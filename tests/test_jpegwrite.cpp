@@ -298,6 +298,19 @@ TEST(jpegwrite, APictureTooLargeForTheFormatEndsTheProcess)
     EXPECT_EQ(Decode(Written(ArrayOf(Bytes(65500, 1)), 85)).width, 65500);
 }
 
+TEST(jpegwrite, AColourRowTooLongForTheFormatEndsTheProcessWhateverItsLength)
+{
+    const TemporaryFolder folder;
+    const CubByte cube(1, 1, 3);
+    for (const int right : {65500, 800000000, 2147483646}) { // not one of their samples is asked for
+        const FailStop end = RunUntilHalt(
+            [&] { cube(RNG(0, right), RNG::All(), RNG::All()).WriteJPG((folder / "a.jpg").c_str(), 85); });
+        EXPECT_EQ(end.state, "exited with " + std::to_string(EXIT_FAILURE)) << right << ": " << end.err;
+    }
+    std::FILE* const none = nullptr;
+    EXPECT_EQ(cube(RNG(0, 800000000), RNG::All(), RNG::All()).WriteJPG(none, 85), 1);
+}
+
 TEST(jpegwrite, FilesAreClosedAgain)
 {
     Random random(156);
