@@ -646,6 +646,7 @@ TEST(Detect, AnglesAreNormalisedInTheCallersParameters)
             EXPECT_EQ(result.code, 0);
             EXPECT_EQ(result.params[ang1], c.expected1) << c.ang1 << ", " << c.ang2;
             EXPECT_EQ(result.params[ang2], c.expected2) << c.ang1 << ", " << c.ang2;
+            EXPECT_EQ(std::signbit(result.params[ang1]), std::signbit(c.expected1)) << "the sign of zero";
             EXPECT_TRUE(SameResult(result, Predict(call)));
             call.params[ang1] = result.params[ang1];
             call.params[ang2] = result.params[ang2];
