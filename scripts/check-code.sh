@@ -30,6 +30,6 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --template='{file}:{line}: {severity}: {message} [{id}]' \
     Kavrix Telvane camera simulator tools report examples
 echo "shellcheck"
-shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh .ci/run
+shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh packaging/*.sh tests/packaging/*.sh .ci/run
 
 echo "no findings"

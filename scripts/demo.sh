@@ -1,16 +1,22 @@
 #!/bin/bash
-# Shows Telvane at work: scripts/demo.sh
+# Shows Telvane at work: scripts/demo.sh [--installed]
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds Telvane and wheelsim into
 # build/release, draws a sequence of a wheel whose centre is known, and lets Telvane find it: from files by
-# both methods, and once from the simulated camera. Exit status 0 when every run found its centre.
+# both methods, and once from the simulated camera. With --installed, nothing is installed or built, and the
+# programs are those that are installed. Exit status 0 when every run found its centre.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-# shellcheck disable=SC2119 # no more packages than these
-build_programs
-
 root=$PWD
+if [[ ${1:-} == --installed ]]; then
+    telvane=Telvane wheelsim=wheelsim
+else
+    # shellcheck disable=SC2119 # no more packages than these
+    build_programs
+    telvane=$root/build/release/Telvane/Telvane wheelsim=$root/build/release/simulator/wheelsim
+fi
+
 demo=$root/build/demo
 rm -rf "$demo"
 mkdir -p "$demo"
@@ -24,7 +30,7 @@ draw() {
     echo
     echo "== $2"
     frames=$demo/$1
-    "$root/build/release/simulator/wheelsim" --out "$frames" "${@:3}" | tee "$demo/scene.txt"
+    "$wheelsim" --out "$frames" "${@:3}" | tee "$demo/scene.txt"
 }
 
 # run <name> <title> <the larger error that passes> <Telvane command line>
@@ -36,7 +42,7 @@ run() {
     start=$EPOCHREALTIME
     # Telvane writes its pictures into the current folder. The command line is made of words without blanks.
     # shellcheck disable=SC2086
-    (cd "$frames" && "$root/build/release/Telvane/Telvane" ${command#Telvane }) 2>&1 |
+    (cd "$frames" && "$telvane" ${command#Telvane }) 2>&1 |
         tee "$demo/$name.txt" || status=$?
     end=$EPOCHREALTIME
     [[ ! -e $frames/detected.jpg ]] || mv "$frames/detected.jpg" "$demo/detected-$name.jpg"
