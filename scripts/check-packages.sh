@@ -4,8 +4,8 @@
 # Each release in bare systems of its own below build/roots, thrown away afterwards. The packages for amd64 are
 # installed with what they depend on; the demo runs from the installed programs, manual pages are found, the
 # library's examples are built by CMake and by pkg-config, and after removing nothing is left. Those for arm64 are
-# looked into, installed as well, and their programs started by qemu's emulation. Needs root. The last line is the
-# count of checks; exit status 0 when all passed.
+# looked into, installed as well, and their programs started by qemu's emulation. Needs root and an amd64 machine. The
+# last line is the count of checks; exit status 0 when all passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 source scripts/roots.sh
