@@ -71,7 +71,7 @@ holds() { # <package> <path>...: these files are in it
     done
 }
 
-programs=(Telvane wheelsim)
+programs=(Telvane wheelsim telvane-report)
 manual=("${programs[@]/#/usr/share/man/man1/}")
 contents=("${programs[@]/#/usr/bin/}" "${manual[@]/%/.1.gz}"
     "${programs[@]/#/usr/share/bash-completion/completions/}" usr/share/doc/telvane/{copyright,changelog.Debian.gz,README.md})
@@ -111,6 +111,10 @@ check_amd64() {
     mkdir -p "$root/root/trial"
     cp --recursive scripts "$root/root/trial/"
     check "the demo runs from the installed programs" here /root/trial/scripts/demo.sh --installed
+    # shellcheck disable=SC2016 # for the shell there
+    check "a report of a run is made" here_sh '
+        mkdir -p /root/report && cd /root/report && wheelsim >scene
+        $(sed -n "s/^VOTES=Telvane/Telvane -s/p" scene) && telvane-report && test -s report.html'
     for program in "${programs[@]}"; do
         check "completion of $program loads" here_sh \
             "source /usr/share/bash-completion/completions/$program && complete -p $program"
@@ -171,6 +175,7 @@ check_arm64() {
     check "arm64: Telvane shows its usage" answers 1 'Telvane -n|-l <count>' qemu-aarch64 /usr/bin/Telvane
     check "arm64: Telvane finds no camera" answers 1 'Could not open the camera' \
         qemu-aarch64 /usr/bin/Telvane 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0
+    check "arm64: telvane-report shows its options" answers 0 --apart qemu-aarch64 /usr/bin/telvane-report --help
     here_sh 'cd /root && mkdir frames && qemu-aarch64 /usr/bin/wheelsim --out frames >/dev/null && sha256sum frames/*' \
         >"$kept/frames-arm64"
     check "arm64: wheelsim draws the same frames" diff "$kept/frames" "$kept/frames-arm64"
