@@ -15,7 +15,6 @@ releases=("$@")
 root=$roots/check
 kept=$(mktemp --directory)
 trap 'rm -rf "$kept" "$root"' EXIT
-trap 'exit 1' INT TERM
 
 # check <what> <command>...: one check; what the command prints is shown when it fails.
 check() {

@@ -3,7 +3,7 @@
 # common.sh. They need root.
 #
 # Whatever runs in such a root runs in namespaces of its own: no mount is seen outside of them, and the kernel
-# takes down mounts and processes as soon as the command ends, in whatever way that happens.
+# takes down mounts and processes as soon as the command or the script that started it ends, in whatever way.
 
 roots=$PWD/build/roots
 
@@ -11,6 +11,8 @@ if ((EUID != 0)); then
     echo "Bare systems are made and entered by root: run this as root." >&2
     exit 1
 fi
+
+apart=(setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child)
 
 # mirror <label> <address>: where this machine gets Debian's packages from, or that address if it does not say.
 mirror() {
@@ -24,7 +26,7 @@ in_root() {
     cp --dereference /etc/resolv.conf "$1/etc/resolv.conf"
     mkdir -p "$1/telvane"
     # shellcheck disable=SC2016 # for the shell within
-    unshare --mount --pid --fork --kill-child bash -c '
+    "${apart[@]}" bash -c '
         set -e
         mount -t proc proc "$1/proc"
         mount --bind "$2" "$1/telvane"
@@ -45,7 +47,7 @@ bare_root() {
     mkdir -p "$roots"
     rm -rf "$root.new"
     log=$root.log
-    unshare --mount --pid --fork --kill-child debootstrap --variant=minbase "$release" "$root.new" "$debian" \
+    "${apart[@]}" debootstrap --variant=minbase "$release" "$root.new" "$debian" \
         >"$log" 2>&1 || {
         tail -n 20 "$log" >&2
         return 1
