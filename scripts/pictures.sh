@@ -13,9 +13,10 @@ run=$(mktemp -d)
 trap 'rm -rf "$run"' EXIT
 
 mkdir -p "$pictures"
-"$programs/simulator/wheelsim" --preview "$pictures/arguments.png"
+# Without noise and shade, which would make the files large and show nothing.
+"$programs/simulator/wheelsim" --preview "$pictures/arguments.png" --noise 0 --uneven 0
 
-# Without noise, which would make the files large and show nothing; a region with the ring and angles for the marks.
+# A region with the ring and angles for the marks.
 "$programs/simulator/wheelsim" --out "$run" --noise 0 >"$run/scene.txt"
 read -ra words < <(sed -n 's/^VOTES=Telvane //p' "$run/scene.txt")
 first=$((${#words[@]} - 16))
