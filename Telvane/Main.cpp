@@ -169,6 +169,7 @@ int main(int argc, char* argv[])
         std::cout << " ... completed" << std::endl;
     } else {
         std::cout << "Grabbing images ..." << std::endl;
+        seq.Fill(0); // frames for which the camera has no buffer are black, and not what the memory held
         Grab(&camera, seq, args.period1, args.period2);
         std::cout << " ... completed" << std::endl;
         for (int i = 0; args.saveImages && i < seq.dim3; i++) {

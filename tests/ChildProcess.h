@@ -68,6 +68,7 @@ struct RunOptions {
     std::vector<std::string> environment = {}; ///< added or replaced, as "NAME=value"
     std::string input = "";                    ///< standard input
     std::chrono::seconds timeout{60};          ///< `emulationFactor` times as much under emulation
+    std::function<void()> before = {}; ///< done in the child before the program is started in it
 };
 
 namespace child_process {
@@ -211,7 +212,8 @@ inline std::string Ending(int status)
 
 /// The body of a child that becomes another program.
 inline std::function<void()> Becoming(const std::vector<std::string>& argv, const std::string& workingDir,
-                                      const std::vector<std::string>& environment)
+                                      const std::vector<std::string>& environment,
+                                      const std::function<void()>& before = {})
 {
     return [=] {
         std::vector<std::string> words;
@@ -234,7 +236,10 @@ inline std::function<void()> Becoming(const std::vector<std::string>& argv, cons
             const std::size_t sign = e.find('=');
             setenv(e.substr(0, sign).c_str(), sign == std::string::npos ? "" : e.c_str() + sign + 1, 1);
         }
-        if (chdir(workingDir.c_str()) == 0) execvp(pointers[0], pointers.data());
+        if (chdir(workingDir.c_str()) == 0) {
+            if (before) before();
+            execvp(pointers[0], pointers.data());
+        }
         std::fprintf(stderr, "cannot start %s in %s: %s\n", pointers[0], workingDir.c_str(),
                      std::strerror(errno));
         _exit(127);
@@ -299,9 +304,10 @@ inline FailStop RunUntilHalt(const std::function<void()>& routine,
 
 /// Starts a program that halts. A relative argv[0] is looked up from `workingDir`.
 inline FailStop RunProgramUntilHalt(const std::vector<std::string>& argv, const std::string& workingDir,
-                                    std::chrono::seconds timeout = std::chrono::seconds(20))
+                                    std::chrono::seconds timeout = std::chrono::seconds(20),
+                                    const std::function<void()>& before = {})
 {
-    return child_process::WatchUntilHalt(child_process::Becoming(argv, workingDir, {}), timeout);
+    return child_process::WatchUntilHalt(child_process::Becoming(argv, workingDir, {}, before), timeout);
 }
 
 /// Runs a program to its end. Status 127 with a line on `err` where it cannot be started.
@@ -309,7 +315,7 @@ inline Finished Run(const std::vector<std::string>& argv, const std::string& wor
                     const RunOptions& options = {})
 {
     using namespace child_process;
-    Child child(Becoming(argv, workingDir, options.environment), options.input);
+    Child child(Becoming(argv, workingDir, options.environment, options.before), options.input);
     Finished f;
     const auto deadline = Clock::now() + options.timeout * emulationFactor;
     while (!child.Ended() && !f.timedOut) {

@@ -40,3 +40,16 @@ telvane_test(test_Golden LIBS telvane_detection telvane_simulator DEFINES
     GOLDEN_FILE="${CMAKE_CURRENT_SOURCE_DIR}/golden/results.txt"
     TELVANE_PATH="$<TARGET_FILE:Telvane>" WHEELSIM_PATH="$<TARGET_FILE:wheelsim>")
 add_dependencies(test_Golden Telvane wheelsim)
+
+# What the program does when the world around it fails.
+telvane_test(test_Faults LIBS telvane_simulator DEFINES
+    TELVANE_PATH="$<TARGET_FILE:Telvane>"
+    TELVANE_FILM_CAMERA="$<TARGET_FILE:Telvane_film_camera>"
+    TELVANE_TOLD_DETECTION="$<TARGET_FILE:Telvane_told_detection>")
+add_dependencies(test_Faults Telvane Telvane_film_camera Telvane_told_detection)
+
+# The sanitizers and emulators keep more addresses for themselves than a run may have here.
+if(NOT TELVANE_SANITIZE)
+    telvane_test(test_FaultsMemory LIBS telvane_simulator DEFINES TELVANE_PATH="$<TARGET_FILE:Telvane>" LABELS native)
+    add_dependencies(test_FaultsMemory Telvane)
+endif()

@@ -1,31 +1,17 @@
 // The program as a process with cameras of the tests' own: one that does not open, and one that hands out
 // known bytes and writes down how it is called.
 
-#include "ProgramRuns.h"
-
-#include "scripted_camera/Film.h"
+#include "ScriptedRuns.h"
 
 #include <reference/CommandLine.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace {
 
 const std::string closedCamera = TELVANE_CLOSED_CAMERA, filmCamera = TELVANE_FILM_CAMERA;
-
-BytePicture FilmFrame(int grabs)
-{
-    BytePicture picture(static_cast<int>(filmWidth), static_cast<int>(filmHeight));
-    for (std::size_t i = 0; i < picture.a.size(); i++) {
-        const int b0 = FilmByte(grabs, 3 * i), b1 = FilmByte(grabs, 3 * i + 1),
-                  b2 = FilmByte(grabs, 3 * i + 2);
-        picture.a[i] = static_cast<std::uint8_t>((b0 + 4 * b1 + 3 * b2) / 8);
-    }
-    return picture;
-}
 
 /// The log of a run that takes frames after so many grabs each, the warm-up not counted.
 std::string LogOf(const std::vector<int>& grabsPerFrame)

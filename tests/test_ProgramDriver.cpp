@@ -1,9 +1,7 @@
 // What the program makes of its command line and of the detection's answers: the detection behind it only
 // writes down what it gets, and answers as the test says.
 
-#include "ProgramRuns.h"
-
-#include "scripted_camera/Film.h"
+#include "ScriptedRuns.h"
 
 #include <reference/CommandLine.h>
 
@@ -171,15 +169,6 @@ TEST_F(ProgramDriver, AnyResultIsPrintedAndOnlyZeroShowsTheRegion)
     const Finished run =
         Run(Join({Split("-n 1"), numbered}), "0 -5 2147483647 -2147483648 0 9 0 0 0 0 0 0 0 0 0 0 0 0");
     EXPECT_EQ(run.out.substr(run.out.find("RESULT")), "RESULT=0\nOROI=[-5,2147483647,-2147483648,0,9]\n");
-}
-
-/// The picture that the detection answers with.
-template <class T> reference::Picture<T> Answer(int width, int height)
-{
-    reference::Picture<T> picture(width, height);
-    for (int y = 0; y < height; y++)
-        for (int x = 0; x < width; x++) picture.at(x, y) = static_cast<std::uint8_t>(7 * x + 31 * y);
-    return picture;
 }
 
 TEST_F(ProgramDriver, PicturesAreWrittenWhateverTheResult)

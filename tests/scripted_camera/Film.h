@@ -11,6 +11,10 @@ inline constexpr std::size_t filmWidth = 1280, filmHeight = 960;
 /// The file in the working folder that gets a line for every call of the camera.
 inline constexpr char filmLog[] = "camera.log";
 
+/// Where this file is in the working folder the camera falls off: it holds the number of grabs that still
+/// succeed, and "null" where there is no buffer after them either; otherwise the last one stays.
+inline constexpr char filmFault[] = "camera.fault";
+
 /// Byte `index` of the buffer after that many grabs.
 inline unsigned char FilmByte(int grabs, std::size_t index)
 {
