@@ -247,6 +247,17 @@ TEST(Detect, RegionHasTheSizeOfTheFrames)
     ExpectFailure(swapped, -1, "Error 1: Invalid input, mismatch between <seq> size and <iroi>");
 }
 
+TEST(Detect, SequenceWithoutFramesHasNoSize)
+{
+    Call call = StillCall();
+    call.seq = Sequence(call.seq.w, call.seq.h, 0);
+    const Result result = RunDetect(call);
+    EXPECT_EQ(result.code, -1);
+    EXPECT_EQ(result.err, "Error 1: Invalid input, mismatch between <seq> size and <iroi>\n");
+    EXPECT_TRUE(result.detected.empty());
+    EXPECT_EQ(result.oroi, call.oroi);
+}
+
 TEST(Detect, CentreColumnLiesLeftOfTheWidth)
 {
     Call call = StillCall();

@@ -121,6 +121,19 @@ TEST(SumPattern, SumsWrapAt32Bits)
     }
 }
 
+TEST(SumPattern, PatternLargerByOneLeavesNoPlace)
+{
+    MatShort picture(5, 5);
+    picture.Fill(3);
+    for (const auto& [w, h] : {std::pair{6, 5}, std::pair{5, 6}, std::pair{6, 6}}) {
+        MatByte pattern(w, h);
+        pattern.Fill(1);
+        const MatInt sums = SumPattern(picture, pattern);
+        EXPECT_EQ(sums.dim1, 6 - w);
+        EXPECT_EQ(sums.dim2, 6 - h);
+    }
+}
+
 TEST(SumPattern, RunningSumsMayWrapWhereTheSumsDoNot)
 {
     // A row of 70000 extreme values: the running sum along it wraps, the sums of 3 cells do not.

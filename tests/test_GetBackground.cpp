@@ -240,6 +240,20 @@ TEST(GetBackground, SharedBackgroundOfAnotherSizeHalts)
                   "\n");
 }
 
+TEST(GetBackground, NoFramesGiveABlackOne)
+{
+    CubByte bytes(5, 4, 0);
+    MatByte background(5, 4);
+    background.Fill(77);
+    GetBackground(bytes, background, 50);
+    EXPECT_TRUE(Same(ToPicture(background), BytePicture(5, 4, 0)));
+    CubShort shorts(5, 4, 0);
+    MatShort shortBackground(5, 4);
+    shortBackground.Fill(77);
+    GetBackground(shorts, shortBackground, 50);
+    EXPECT_TRUE(Same(ToPicture(shortBackground), ShortPicture(5, 4, 0)));
+}
+
 TEST(GetBackground, TraceOfTheShortsEndsWithTheCall)
 {
     Trace trace("Outer");

@@ -1,5 +1,6 @@
 // The fail-stop line and its halt, the trace stack, pixel formats, index ranges.
 #include <Kavrix/KXcommon.h>
+#include <Kavrix/KXubyte.h>
 
 #include <ChildProcess.h>
 
@@ -368,6 +369,11 @@ TEST(RNG, SteppedRangesThatLeadNowhereHalt)
     ExpectInvalidRange([] { RNG(5, 0, 1); }, "downwards by a positive step");
     ExpectInvalidRange([] { RNG(5, -1, -1); }, "down past 0");
     ExpectInvalidRange([] { RNG(-2, 4, 2); }, "from below 0");
+    RNG still(0, 5);
+    still.step = 0;
+    ExpectInvalidRange([&] { still.Size(); }, "step 0, counted");
+    const MatByte m(8, 8);
+    ExpectInvalidRange([&] { m(still, RNG::All()); }, "step 0, of columns");
 }
 
 TEST(RNG, SizeCountsIndices)

@@ -328,6 +328,17 @@ TEST(OptFlow, OneFrameRunsNoPair)
     EXPECT_TRUE(Same(v, first));
 }
 
+TEST(OptFlow, NoFrameRunsNoPair)
+{
+    Random random(21);
+    CubByte frames(9, 8, 0);
+    const Ints first = Filled(random, 10, 9);
+    MatInt u = ArrayOf(first), v = ArrayOf(first);
+    EXPECT_EQ(OpticalFlow12Alt(frames, u, v, 2), 0);
+    EXPECT_TRUE(Same(u, first));
+    EXPECT_TRUE(Same(v, first));
+}
+
 TEST(OptFlow, NoSweepAddsNothing)
 {
     Random random(21);
@@ -540,6 +551,19 @@ TEST(OF_Norm, ViewsOfAnyStridesAreReadAndWritten)
                     mag.SurroundingsUntouched());
         EXPECT_TRUE(uSum.SurroundingsUntouched() && vSum.SurroundingsUntouched());
         EXPECT_TRUE(Same(uSum.view, u) && Same(vSum.view, v));
+    }
+}
+
+TEST(OF_Norm, SumsOfNoPixelsGivePicturesOfNone)
+{
+    for (const auto& [w, h] : std::vector<Size2>{{0, 0}, {0, 5}, {6, 0}}) {
+        const MatInt u(w, h), v(w, h);
+        MatShort uSh(3, 3), vSh(3, 3), mag(3, 3);
+        OF_Norm(u, v, uSh, vSh, mag);
+        for (const MatShort* const m : {&uSh, &vSh, &mag}) {
+            EXPECT_EQ(m->dim1, w);
+            EXPECT_EQ(m->dim2, h);
+        }
     }
 }
 

@@ -110,6 +110,15 @@ TEST(PercThreshold, MatchesThePlainVersion)
     }
 }
 
+TEST(PercThreshold, WithoutBinsThereIsNothingToCount)
+{
+    VecInt none;
+    EXPECT_EQ(PercThreshold(none, 0.2f), 0);
+    EXPECT_EQ(PercThreshold(none, 0.9f), 0);
+    CumHistogram(ArrayOf(Shorts(3, 3)), none);
+    EXPECT_EQ(none.dim1, 0);
+}
+
 TEST(PercThreshold, WholeTotalGivesTheLastBinAndNothingTheFirst)
 {
     std::vector<std::int32_t> chist(4096, 0);
@@ -431,6 +440,22 @@ TEST(Votes, ASingleVoteFillsItsCellAndTheCentroid)
     const Single down(22, 20, 10, 6, 0, 1000);
     EXPECT_EQ(Votes(Form::alt, down.u, down.v, {3, 5, 0, 1}).cx, 14.5f);
     EXPECT_EQ(Votes(Form::alt, down.u, down.v, {3, 5, 0, -1}).cx, 6.5f);
+}
+
+TEST(Votes, CellsHaveNumbersOfSixteenBits)
+{
+    // Beyond 32767 a column or row has no cell; its vote counts in the centroid only.
+    const Single wide(33000, 2, 32900, 1, 1000, 0), high(2, 33000, 1, 32900, 0, 1000);
+    for (const Form form : {Form::alt, Form::a2}) {
+        const Result across = Votes(form, wide.u, wide.v, {0, 0, 0, 1});
+        EXPECT_EQ(Cell(across.hough).count, 0);
+        EXPECT_EQ(across.cx, 32900.5f);
+        EXPECT_TRUE(Same(across, PlainVotes(form, wide.u, wide.v, {0, 0, 0, 1})));
+        const Result down = Votes(form, high.u, high.v, {0, 0, 0, 1});
+        EXPECT_EQ(Cell(down.hough).count, 0);
+        EXPECT_EQ(down.cy, 32900.5f);
+        EXPECT_TRUE(Same(down, PlainVotes(form, high.u, high.v, {0, 0, 0, 1})));
+    }
 }
 
 TEST(Votes, TheFourPointsOfTheOffset)

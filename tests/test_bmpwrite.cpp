@@ -319,6 +319,14 @@ TEST(bmpwrite, AnEmptyArrayCreatesAnEmptyFile)
     MatShort noRows;
     noRows.Resize(4, 0);
     empties(noRows, "no rows of shorts");
+    UBYTE bytes[5] = {};
+    MatByte attached;
+    attached.Attach_to_raw_image(bytes, 5, 0);
+    empties(attached, "a buffer of no rows");
+    attached.Detach_from_raw_image();
+    attached.Attach_to_raw_image(bytes, 0, 5);
+    empties(attached, "a buffer of no columns");
+    attached.Detach_from_raw_image();
     MatByte dataless(4, 4);
     dataless.p_data = nullptr;
     empties(dataless, "no data");
@@ -331,6 +339,18 @@ TEST(bmpwrite, AnEmptyArrayCreatesAnEmptyFile)
     EXPECT_EQ(folder.Read("a.bmp"), "");
     std::FILE* const none = nullptr;
     EXPECT_EQ(MatShort().WriteBMP8bpp(none, 8), 3);
+}
+
+TEST(bmpwrite, RowsThatNoStorageHoldsHaltForMemory)
+{
+    // Before a pixel is looked at: the buffer need not be as long as it says.
+    short pixel = 0;
+    MatShort wide;
+    wide.Attach_to_raw_image(&pixel, INT32_MAX / 2 + 1, 1);
+    const FailStop stop = RunUntilHalt([&] { wide.WriteBMP("/dev/null"); });
+    EXPECT_TRUE(stop.halted) << stop.state;
+    EXPECT_EQ(stop.line, ErrorLine("Datablock::create: Not enough memory"));
+    wide.Detach_from_raw_image();
 }
 
 TEST(bmpwrite, NoStreamAndNoFileAreResultOne)

@@ -571,6 +571,11 @@ TEST(VecShort, PercentileOfAViewTouchesItsElementsOnly)
     }
 }
 
+TEST(VecShort, PercentileOfNothingIsZero)
+{
+    for (const int p : {0, 50, 100}) EXPECT_EQ(VecShort().percentile(p), 0);
+}
+
 TEST(VecShort, PercentileOf100OrMoreIsTheLargest)
 {
     EXPECT_EQ(VecShort(5, 1, 4, 2).percentile(100), 5);
