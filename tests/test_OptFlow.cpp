@@ -571,7 +571,7 @@ TEST(OF_Norm, OutputsTakeTheShapeOfTheSums)
 {
     Random random(33);
     const Ints u = Noise<std::int32_t>(random, 6, 5), v = Noise<std::int32_t>(random, 6, 5);
-    for (const auto& [w, h] : std::vector<Size2>{{6, 5}, {5, 6}, {30, 1}, {2, 2}, {100, 100}}) {
+    for (const auto& [w, h] : std::vector<Size2>{{6, 5}, {6, 9}, {5, 6}, {30, 1}, {2, 2}, {100, 100}}) {
         MatShort uSh(w, h), vSh(w, h), mag(w, h);
         OF_Norm(ArrayOf(u), ArrayOf(v), uSh, vSh, mag);
         ExpectSame({PictureOf(uSh), PictureOf(vSh), PictureOf(mag)}, PlainNorm(u, v));

@@ -442,6 +442,19 @@ TEST(Votes, ASingleVoteFillsItsCellAndTheCentroid)
     EXPECT_EQ(Votes(Form::alt, down.u, down.v, {3, 5, 0, -1}).cx, 6.5f);
 }
 
+TEST(Votes, PictureOfNoPixelsHasNoVotes)
+{
+    for (const auto& [w, h] : {std::pair{0, 0}, std::pair{0, 5}, std::pair{5, 0}}) {
+        const MatShort u(w, h), v(w, h);
+        for (const Form form : {Form::alt, Form::a2}) {
+            const Result r = Votes(form, u, v, {2, 3, 0, 1});
+            EXPECT_EQ(r.hough.w, w);
+            EXPECT_EQ(r.hough.h, h);
+            EXPECT_TRUE(std::isnan(r.cx) && std::isnan(r.cy));
+        }
+    }
+}
+
 TEST(Votes, CellsHaveNumbersOfSixteenBits)
 {
     // Beyond 32767 a column or row has no cell; its vote counts in the centroid only.
