@@ -40,6 +40,10 @@
 /// How much longer than on the real machine everything may take.
 inline constexpr int emulationFactor = sizeof EMULATOR > 1 ? 10 : 1;
 
+#ifdef TELVANE_COVERAGE
+extern "C" void __gcov_dump(); // writes the counts of this process; ending by _exit() or a signal does not
+#endif
+
 /// The line that `error(1, message)` writes; `context` are the traced names as " 0:OF_Norm".
 inline std::string ErrorLine(const std::string& message, const std::string& context = "")
 {
@@ -137,6 +141,9 @@ public:
             dup2(errEnd.Get(), STDERR_FILENO);
             [&body]() noexcept { body(); }(); // an exception must not get back into the test program
             std::fflush(stdout);
+#ifdef TELVANE_COVERAGE
+            __gcov_dump();
+#endif
             _exit(0);
         }
         std::fclose(in);
@@ -172,6 +179,11 @@ public:
     void Kill()
     {
         if (Ended()) return;
+#ifdef TELVANE_COVERAGE
+        kill(pid_, SIGTERM); // coverage/counts_on_sigterm.cpp answers it
+        for (int i = 0; i < 1000 && !Ended(); i++) usleep(5000);
+        if (Ended()) return;
+#endif
         kill(-pid_, SIGKILL);
         kill(pid_, SIGKILL); // it may not have got to its own group yet
         ended_ = waitpid(pid_, &status_, 0) == pid_;
