@@ -72,7 +72,7 @@ struct RunOptions {
     std::vector<std::string> environment = {}; ///< added or replaced, as "NAME=value"
     std::string input = "";                    ///< standard input
     std::chrono::seconds timeout{60};          ///< `emulationFactor` times as much under emulation
-    std::function<void()> before = {}; ///< done in the child before the program is started in it
+    std::function<void()> before = {};         ///< done in the child before the program is started in it
 };
 
 namespace child_process {
