@@ -51,12 +51,7 @@ same_files() {
 }
 
 # package <name> <architecture>: the file of a package for the release that is tried.
-package() {
-    local version
-    # shellcheck source=/dev/null
-    version=$(source "$roots/$release/etc/os-release" && echo "$VERSION_ID")
-    printf '%s\n' build/packages/"$1"_*~deb"$version"u*_"$2".deb
-}
+package() { printf '%s\n' build/packages/"$1"_*~deb"$(release_number "$release")"u*_"$2".deb; }
 
 holds() { # <package> <path>...: these files are in it
     local list path

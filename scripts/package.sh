@@ -67,6 +67,7 @@ for release in "${releases[@]}"; do
             exit 1
         }
         sed -n '/^lintian$/,$p' "$log"
+        rm -f build/packages/*~deb"$(release_number "$release")"u*_"$architecture".deb # of earlier versions
         for file in "$root"/build/packages/*.deb; do
             cp "$file" build/packages/
             made+=("build/packages/${file##*/}")

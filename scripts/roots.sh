@@ -69,6 +69,12 @@ END
     mv "$root.new" "$root"
 }
 
+# release_number <release>: 12 for bookworm.
+release_number() {
+    # shellcheck source=/dev/null
+    (source "$roots/$1/etc/os-release" && echo "$VERSION_ID")
+}
+
 # copy_root <root> <copy>: a copy that can be thrown away.
 copy_root() {
     rm -rf "$2"
