@@ -215,6 +215,25 @@ TEST(VotesCancel, TheQueryIsAskedAtEveryCheckpointAndNowhereElse)
     }
 }
 
+TEST(VotesCancel, AnEmptyVotePictureBecomesZeros)
+{
+    Random random(49);
+    const Shorts u = Noise<std::int16_t>(random, 101, 9, -1900, 1900), v = u;
+    const MatShort uSum = ArrayOf(u), vSum = ArrayOf(v);
+    for (int stopAt = 2; stopAt < VoteCheckpoints(101); stopAt++) {
+        for (Form form : {Form::alt, Form::a2}) {
+            MatShort(101, 9).Fill(77); // what the allocator hands out again
+            MatShort hough;
+            float cx = 0, cy = 0;
+            query = {0, stopAt, 1};
+            ASSERT_EQ(form == Form::alt ? OpticalFlowPostprocAlt(uSum, vSum, 3, 2, 4, 1, 1, hough, cx, cy)
+                                        : OpticalFlowPostprocA2(uSum, vSum, 3, 1, 3, -1, hough, cx, cy),
+                      1);
+            EXPECT_TRUE(Same(hough, Shorts(101, 9))) << "stopped at " << stopAt;
+        }
+    }
+}
+
 TEST(VotesCancel, StoppingAtAnyCheckpointButTheLastWritesNothing)
 {
     Random random(48);
