@@ -14,10 +14,13 @@
 
 #include <Kavrix/Kavrix.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <utility>
 
@@ -28,6 +31,7 @@
 
 std::map<std::string, FileBytes> files;
 Storage storage;
+Disk disk;
 
 namespace {
 
@@ -43,7 +47,7 @@ std::string* err = nullptr; // what the routine prints
 
 struct OpenFile {
     std::string name;
-    bool written;
+    std::unique_ptr<FileBytes> bytes; // so far, of one that is written
 };
 std::map<std::FILE*, OpenFile> openFiles;
 
@@ -55,11 +59,15 @@ std::map<std::FILE*, OpenFile> openFiles;
     std::abort();
 }
 
-FileBytes Contents(int fd)
+// Takes what there is room for.
+ssize_t WriteToDisk(void* cookie, const char* bytes, std::size_t length)
 {
-    FileBytes bytes(static_cast<std::size_t>(lseek(fd, 0, SEEK_END)));
-    if (pread(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) std::abort();
-    return bytes;
+    FileBytes& file = *static_cast<FileBytes*>(cookie);
+    const std::size_t room = disk.space - std::min(file.size(), disk.space);
+    const std::size_t taken = std::min(length, room);
+    file.insert(file.end(), bytes, bytes + taken);
+    if (taken == 0) errno = ENOSPC;
+    return static_cast<ssize_t>(taken);
 }
 
 ssize_t PrintToErr(void*, const char* text, std::size_t length)
@@ -117,6 +125,7 @@ private:
 
 // ---------------------------------------------------------------------------------- doubles
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker names them
 extern "C" {
 
 int __real_pause();
@@ -160,14 +169,21 @@ std::FILE* __wrap_fopen(const char* name, const char* mode)
     const auto found = files.find(name);
     if (!written && found == files.end()) return nullptr;
 
-    const int fd = memfd_create("file", MFD_CLOEXEC);
-    if (fd < 0) std::abort();
-    if (!written) {
-        const FileBytes& bytes = found->second;
-        if (pwrite(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) std::abort();
+    OpenFile open{name, {}};
+    if (written) {
+        auto cookie = std::make_unique<FileBytes>();
+        std::FILE* const file = fopencookie(cookie.get(), mode, {nullptr, WriteToDisk, nullptr, nullptr});
+        open.bytes = std::move(cookie);
+        openFiles[file] = std::move(open);
+        files[name].clear(); // as of now it is an empty one
+        return file;
     }
+    const int fd = memfd_create("file", MFD_CLOEXEC);
+    const FileBytes& bytes = found->second;
+    if (fd < 0 || pwrite(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+        std::abort();
     std::FILE* const file = fdopen(fd, mode);
-    openFiles[file] = {name, written};
+    openFiles[file] = std::move(open);
     return file;
 }
 
@@ -176,10 +192,10 @@ int __wrap_fclose(std::FILE* file)
     if (!inside) return __real_fclose(file);
     const auto open = openFiles.find(file);
     if (open == openFiles.end()) Finding("closes a stream that is not open");
-    std::fflush(file);
-    if (open->second.written) files[open->second.name] = Contents(fileno(file));
+    const int result = __real_fclose(file);
+    if (open->second.bytes) files[open->second.name] = *open->second.bytes;
     openFiles.erase(open);
-    return __real_fclose(file);
+    return result;
 }
 
 void* __wrap_malloc(std::size_t size)
@@ -192,6 +208,7 @@ void* __wrap_malloc(std::size_t size)
 }
 
 } // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 // ---------------------------------------------------------------------------------- for the targets
 
@@ -224,7 +241,10 @@ Ending RunToItsEnd(const std::function<void()>& routine)
         inside = false;
     }
     if (ending.returned && !openFiles.empty()) Finding("leaves " + openFiles.begin()->second.name + " open");
-    for (const auto& open : openFiles) __real_fclose(open.first);
+    for (const auto& [file, open] : openFiles) {
+        __real_fclose(file);
+        if (open.bytes) files[open.name] = *open.bytes;
+    }
     openFiles.clear();
     Require(Trace::getLevel() == 0, "the trace stack is empty again");
     return ending;
@@ -239,6 +259,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     files.clear();
     storage = Storage();
+    disk = Disk();
     const int blocks = Datablock::nblocks;
     const unsigned bytes = Datablock::memUsed();
     FuzzedDataProvider input(data, size);

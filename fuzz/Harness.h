@@ -57,6 +57,12 @@ struct Storage {
 };
 extern Storage storage;
 
+/// Where files are written. Reset before each input.
+struct Disk {
+    std::size_t space = SIZE_MAX; ///< bytes that a file gets; then the disk is full
+};
+extern Disk disk;
+
 inline const char* const notEnoughMemory = "Datablock::create: Not enough memory";
 inline const char* const invalidRange = "RNG: Invalid range selection";
 

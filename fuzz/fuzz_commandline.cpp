@@ -55,19 +55,19 @@ int Grab(raspicam::RaspiCam*, CubByte seq, int period1, int period2)
     return 0;
 }
 
-int Mask(CubByte, VecInt iroi, VecInt* rectangles, int count)
+int Mask(CubByte, VecInt iroi, VecInt* oroiArr, int oroiCount)
 {
     calls.masked++;
     calls.iroi = ToValues(iroi);
-    for (int i = 0; i < count; i++) calls.masks.push_back(ToValues(rectangles[i]));
+    for (int i = 0; i < oroiCount; i++) calls.masks.push_back(ToValues(oroiArr[i]));
     return 0;
 }
 
-int Detect(int, CubByte seq, bool usePeriods, VecInt periods, VecInt iroi, VecFloat params, VecInt&, MatByte&,
-           MatShort&, MatShort&, MatShort&, MatShort&, MatShort&)
+int Detect(int, CubByte seq, bool use_periods, VecInt periods, VecInt iroi, VecFloat params, VecInt&,
+           MatByte&, MatShort&, MatShort&, MatShort&, MatShort&, MatShort&)
 {
     calls.detected = true;
-    calls.usePeriods = usePeriods;
+    calls.usePeriods = use_periods;
     calls.frames = seq.dim3;
     calls.periods = ToValues(periods);
     calls.iroi = ToValues(iroi);
@@ -76,6 +76,7 @@ int Detect(int, CubByte seq, bool usePeriods, VecInt periods, VecInt iroi, VecFl
 }
 
 // The members that the linker leads here (--wrap): frames are read and written without pixels.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker names them
 extern "C" {
 
 int __wrap__ZN7MatByte7ReadBMPEPKc(MatByte*, const char* name)
@@ -98,6 +99,7 @@ int __wrap__ZNK7MatByte8WriteJPGEPKci(const MatByte*, const char* name, int)
 }
 
 } // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -153,7 +155,7 @@ void RequireThatItRan(const reference::CommandLine& line, const Ending& ending)
 void Fuzz(FuzzedDataProvider& input)
 {
     calls = Calls();
-    storage.limit = std::size_t{64} << 20;
+    storage.limit = programStorage;
     storage.fill = -1; // it is much, and nobody looks at it
 
     std::vector<std::string> words = Words(input.ConsumeRemainingBytesAsString());

@@ -62,6 +62,7 @@ std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
     scene.hubR = scene.innerR / 5;
     scene.degreesPerFrame = input.ConsumeIntegralInRange(-20, 20) / 10.0;
     std::vector<BytePicture> film;
+    film.reserve(static_cast<std::size_t>(count));
     for (int t = 0; t < count; t++) film.push_back(WheelFrame(scene, t));
 
     // What else there is in the picture: blocks of noise and of one grey.
@@ -84,7 +85,7 @@ std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
 
 void Fuzz(FuzzedDataProvider& input)
 {
-    storage.limit = std::size_t{64} << 20;
+    storage.limit = programStorage;
     const int count = input.ConsumeIntegralInRange(1, 3);
     const bool load = input.ConsumeBool(), save = input.ConsumeBool(), ring = input.ConsumeBool();
     const int missing = input.ConsumeIntegralInRange(0, 15); // the frame that is not there, mostly none

@@ -3,6 +3,7 @@
 
 #include <Kavrix/Kavrix.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <optional>
@@ -74,8 +75,8 @@ void RequireThatItCuts(const RNG& range)
 
 void Fuzz(FuzzedDataProvider& input)
 {
-    const std::string bytes = input.ConsumeRemainingBytesAsString();
-    const std::string text = bytes.c_str(); // up to the first 0
+    std::string text = input.ConsumeRemainingBytesAsString();
+    text.resize(std::min(text.find('\0'), text.size())); // where a C string ends
     const std::optional<Range> expected = Parse(text);
     std::optional<RNG> range;
     const Ending ending = RunToItsEnd([&] { range = RNG::GetRng(text.c_str()); });

@@ -5,7 +5,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh clang clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev libpng-dev libcamera-dev libgtest-dev libbenchmark-dev pkg-config
+scripts/install-packages.sh clang libclang-rt-14-dev clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev \
+    libpng-dev libcamera-dev libgtest-dev libbenchmark-dev pkg-config
 
 jobs=$(jobs_at_once)
 folder=build/clang
@@ -17,11 +18,18 @@ configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_DEBU
 cmake --build "$folder" --parallel "$jobs" -- --no-print-directory --silent
 
 echo "clang-tidy"
-# Those that were compiled above: some need libraries that are not everywhere.
-cpp_files | grep '\.cpp$' | grep -v '^tests/' |
-    while read -r file; do grep -qF "\"file\": \"$PWD/$file\"" "$folder/compile_commands.json" && echo "$file"; done |
-    xargs --max-procs="$jobs" --max-args=1 clang-tidy -p "$folder" --quiet 2>&1 |
-    sed '/warnings generated\.$/d' # of the system's headers
+configure fuzz -DTELVANE_WERROR=ON # built and run by fuzz.sh
+# tidy <build folder>: those of the files on standard input that the folder knows; some need libraries that are
+# not everywhere.
+tidy() {
+    while read -r file; do
+        if grep -qF "\"file\": \"$PWD/$file\"" "$1/compile_commands.json"; then echo "$file"; fi
+    done |
+        xargs --max-procs="$jobs" --max-args=1 clang-tidy -p "$1" --quiet 2>&1 |
+        sed '/warnings generated\.$/d' # of the system's headers
+}
+cpp_files | grep '\.cpp$' | grep -vE '^(tests|fuzz)/' | tidy "$folder"
+cpp_files | grep '^fuzz/.*\.cpp$' | tidy build/fuzz
 
 echo "cppcheck"
 cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inline-suppr \
