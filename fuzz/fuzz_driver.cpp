@@ -88,7 +88,8 @@ void Fuzz(FuzzedDataProvider& input)
     storage.limit = programStorage;
     const int count = input.ConsumeIntegralInRange(1, 3);
     const bool load = input.ConsumeBool(), save = input.ConsumeBool(), ring = input.ConsumeBool();
-    const int missing = input.ConsumeIntegralInRange(0, 15); // the frame that is not there, mostly none
+    const int bad = input.ConsumeIntegralInRange(0, 15); // a frame that does not load, mostly none
+    const bool missing = input.ConsumeBool();            // there is no such file; else it is of another size
     const int periods = input.ConsumeIntegralInRange(0, 3);
     std::vector<std::string> words = {load ? "-l" : "-n", std::to_string(count)};
     if (save) words.push_back("-s");
@@ -113,9 +114,14 @@ void Fuzz(FuzzedDataProvider& input)
     if (load) {
         for (std::size_t i = 0; i < frames.size(); i++)
             files["img" + std::to_string(i + 1) + ".bmp"] = reference::bmpByte(frames[i]);
-        if (missing >= 1 && missing <= count) {
-            files.erase("img" + std::to_string(missing) + ".bmp");
-            expected.resize(static_cast<std::size_t>(missing - 1));
+        const auto at = static_cast<std::size_t>(bad - 1);
+        const std::string name = "img" + std::to_string(bad) + ".bmp";
+        if (bad >= 1 && bad <= count && missing) {
+            files.erase(name);
+            expected.resize(at);
+        } else if (bad >= 1 && bad <= count) {
+            expected[at] = BytePicture(width, height - 1);
+            files[name] = reference::bmpByte(expected[at]);
         }
     } else {
         // Frame i is what the camera shows after the periods before it.
