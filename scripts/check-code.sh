@@ -14,7 +14,7 @@ folder=build/clang
 echo "clang++"
 # Nothing of it is run: without optimisation it compiles fastest, and libcamera is the back end with the most code.
 configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DTELVANE_WERROR=ON \
-    -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON -DTELVANE_CAMERA=libcamera
+    -DTELVANE_TESTS=ON -DTELVANE_TEST_OPTIONS=-O0 -DTELVANE_BENCHMARKS=ON -DTELVANE_CAMERA=libcamera
 cmake --build "$folder" --parallel "$jobs" -- --no-print-directory --silent
 
 echo "clang-tidy"
