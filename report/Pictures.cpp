@@ -46,7 +46,10 @@ std::string ReadFields(const std::string& file, BmpFields& f)
     return {};
 }
 
-std::uint64_t RowBytes(const BmpFields& f) { return (std::uint64_t{f.bits} / 8 * f.width + 3) & ~3ull; }
+std::uint64_t RowBytes(const BmpFields& f)
+{
+    return (std::uint64_t{f.bits} / 8 * static_cast<std::uint64_t>(f.width) + 3) & ~3ull;
+}
 
 /// Whether all rows lie inside the file.
 std::string CheckLength(const std::string& file, const BmpFields& f, std::uint64_t rowBytes)
@@ -132,8 +135,9 @@ std::string CheckJpeg(const std::string& file, int& width, int& height)
         large = info.image_width > mostPixels || info.image_height > mostPixels;
         if (large) LeaveJpeg(reinterpret_cast<j_common_ptr>(&info));
         jpeg_start_decompress(&info);
-        JSAMPARRAY row = info.mem->alloc_sarray(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE,
-                                                info.output_width * info.output_components, 1);
+        JSAMPARRAY row =
+            info.mem->alloc_sarray(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE,
+                                   info.output_width * static_cast<JDIMENSION>(info.output_components), 1);
         while (info.output_scanline < info.output_height) jpeg_read_scanlines(&info, row, 1);
         width = static_cast<int>(info.output_width);
         height = static_cast<int>(info.output_height);

@@ -37,6 +37,21 @@ build_programs() {
         telvane-report
 }
 
+# For programs under the sanitizers: what they look for, and in the array `sanitized` what they are started through.
+# The address sanitizer keeps a fixed range of addresses for itself. Kernels that spread programs over more than 28
+# bits now and then put one there, and it dies before its first line.
+sanitized=()
+for_sanitizers() {
+    export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
+    export UBSAN_OPTIONS=print_stacktrace=1
+    local bits
+    bits=$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 0)
+    if ((bits > 28)) && setarch --addr-no-randomize true 2>/dev/null; then
+        # shellcheck disable=SC2034 # by those who source this
+        sanitized=(setarch --addr-no-randomize)
+    fi
+}
+
 # Tests that passed and failed in this script; its last line tells them.
 passed=0 failed=0
 

@@ -2,14 +2,14 @@
 # Measures what the tests reach: scripts/coverage.sh [<option of ctest>...]
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds everything without optimisation and with
-# counters into build/coverage, runs the tests, and prints for each file of the library, the program, the simulator
-# and the simulated camera how many of its lines and branches were reached. Branches that only the compiler made
+# counters into build/coverage, runs the tests, and prints for each file of the library, the programs and the cameras
+# how many of its lines and branches were reached. Branches that only the compiler made
 # (the ways of exceptions) do not count. build/coverage/html/index.html shows every line. docs/coverage.md tells why
 # the branches that remain are not reached. Exit status 0 when every test passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libgtest-dev pkg-config gcovr
+scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev pkg-config gcovr
 
 folder=build/coverage
 jobs=$(jobs_at_once)
@@ -27,7 +27,7 @@ ctest --preset coverage --parallel "$jobs" --no-tests=error "$@" \
 tail -n 3 "$folder/test.log"
 
 gcovr --root . --object-directory "$folder" "$folder" -j "$jobs" \
-    --filter Kavrix/ --filter Telvane/ --filter simulator/ --filter camera/ \
+    --filter Kavrix/ --filter Telvane/ --filter simulator/ --filter camera/ --filter tools/ --filter report/ \
     --exclude-throw-branches --exclude-unreachable-branches \
     --csv "$folder/coverage.csv" --html-details "$folder/html/index.html" --html-title "Coverage" >"$folder/gcovr.log"
 

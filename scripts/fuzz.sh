@@ -44,15 +44,9 @@ if [[ $make_seeds ]]; then
     exit
 fi
 
+for_sanitizers
 # The freed memory that is kept for finding uses after free is most of what such a program takes.
-export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1:quarantine_size_mb=16
-export UBSAN_OPTIONS=print_stacktrace=1
-# The sanitizer keeps a fixed range of addresses for itself; see test.sh.
-run=()
-bits=$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 0)
-if ((bits > 28)) && setarch --addr-no-randomize true 2>/dev/null; then
-    run=(setarch --addr-no-randomize)
-fi
+ASAN_OPTIONS+=:quarantine_size_mb=16
 
 # fuzz <target>: its line of the table goes to build/fuzz/runs/<target>/line.
 fuzz() {
@@ -64,7 +58,7 @@ fuzz() {
     done
     [[ ! -f fuzz/$family.dict ]] || options+=("-dict=fuzz/$family.dict")
     if ((seconds)); then options+=("-max_total_time=$seconds"); else options+=(-runs=0); fi
-    "${run[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="${FUZZ_SEED:-1}" -max_len=4096 \
+    "${sanitized[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="${FUZZ_SEED:-1}" -max_len=4096 \
         -rss_limit_mb=2048 -timeout=120 -report_slow_units=120 -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" \
         "$folder/corpus" >"$folder/log" 2>&1 || status=$?
 

@@ -6,5 +6,5 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh python3 g++ ninja-build cmake libjpeg-dev libgtest-dev pkg-config
+scripts/install-packages.sh python3 g++ ninja-build cmake libjpeg-dev libpng-dev libgtest-dev pkg-config
 exec python3 scripts/mutants.py "$@"
