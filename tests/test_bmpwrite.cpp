@@ -330,6 +330,8 @@ TEST(bmpwrite, AnEmptyArrayCreatesAnEmptyFile)
     MatByte dataless(4, 4);
     dataless.p_data = nullptr;
     empties(dataless, "no data");
+    empties(MatByte(0, 5), "storage, and no columns");
+    empties(MatByte(5, 0), "storage, and no rows");
     empties(CubByte(4, 4, 1), "one plane");
     empties(CubByte(4, 4, 2), "two planes");
     empties(CubByte(4, 4, 4), "four planes");

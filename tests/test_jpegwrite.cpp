@@ -242,6 +242,8 @@ TEST(jpegwrite, AnEmptyArrayCreatesAnEmptyFile)
     empties(flat, "no rows");
     empties(narrow, "no columns");
     empties(dataless, "no data");
+    empties(MatByte(0, 5), "storage, and no columns");
+    empties(MatByte(5, 0), "storage, and no rows");
     empties(CubByte(4, 4, 1), "one plane");
     empties(CubByte(4, 4, 2), "two planes");
     empties(CubByte(4, 4, 4), "four planes");
