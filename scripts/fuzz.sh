@@ -59,7 +59,7 @@ fuzz() {
     [[ ! -f fuzz/$family.dict ]] || options+=("-dict=fuzz/$family.dict")
     if ((seconds)); then options+=("-max_total_time=$seconds"); else options+=(-runs=0); fi
     "${sanitized[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="${FUZZ_SEED:-1}" -max_len=4096 \
-        -rss_limit_mb=2048 -timeout=120 -report_slow_units=120 -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" \
+        -rss_limit_mb=2048 -timeout=300 -report_slow_units=300 -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" \
         "$folder/corpus" >"$folder/log" 2>&1 || status=$?
 
     finding=$(find build/fuzz/findings -name "$target-*" ! -name '*-slow-unit-*' -print -quit)
