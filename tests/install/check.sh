@@ -48,7 +48,7 @@ Programs)
     # shellcheck disable=SC2046
     "$@" "$prefix/bin/"$(sed -n 's/^RING=//p' scene.txt) | tee result.txt
     grep -qx 'RESULT=0' result.txt
-    "$prefix/bin/telvane-report"
+    "$@" "$prefix/bin/telvane-report"
     grep -q 'data:image/jpeg' report.html
     ;;
 *)
