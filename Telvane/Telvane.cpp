@@ -194,15 +194,16 @@ public:
         }
     }
 
-    // A diagonal arrow in the region's top left corner; only regions of 12 x 12 and more have room for it.
-    void SenseArrow(bool clockwise)
+    // A diagonal arrow in the region's top left corner; only regions of 12 x 12 and more have room for it. A
+    // speed that is not a number gives it no head.
+    void SenseArrow(float angSpd)
     {
         if (r - l + 1 < 12 || b - t + 1 < 12) return;
         for (int i = 0; i < 7; i++) Toggle(l + 2 + i, t + 8 - i);
-        if (clockwise) {
+        if (angSpd > 0) {
             for (int i = 5; i <= 7; i++) Toggle(l + i, t + 2);
             for (int i = 3; i <= 5; i++) Toggle(l + 8, t + i);
-        } else {
+        } else if (angSpd < 0) {
             for (int i = 5; i <= 7; i++) Toggle(l + 2, t + i);
             for (int i = 3; i <= 5; i++) Toggle(l + i, t + 8);
         }
@@ -246,7 +247,7 @@ void MarkResult(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const
         overlay.RadialLine(params(9));
         overlay.RadialLine(params(10));
     }
-    if (params(12) != 0) overlay.SenseArrow(params(12) > 0);
+    if (params(12) != 0) overlay.SenseArrow(params(12));
 }
 
 // ---------------------------------------------------------------------------------- detection

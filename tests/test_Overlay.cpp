@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -543,6 +544,23 @@ TEST(Overlay, NoArrowWithoutASpeed)
         s.angSpd = speed;
         EXPECT_EQ(Count(Marks(s)), Count(Marks(Scene())));
     }
+}
+
+TEST(Overlay, ASpeedThatIsNoNumberGivesTheArrowNoHead)
+{
+    Scene s, without;
+    s.angSpd = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(Drawing(MarksBetween(s, without), 40, 30, 11, 11), (Rows{"...........", //
+                                                                       "...........", //
+                                                                       "........#..", //
+                                                                       ".......#...", //
+                                                                       "......#....", //
+                                                                       ".....#.....", //
+                                                                       "....#......", //
+                                                                       "...#.......", //
+                                                                       "..#........", //
+                                                                       "...........", //
+                                                                       "..........."}));
 }
 
 TEST(Overlay, ArrowNeedsTwelvePixelsBothWays)
