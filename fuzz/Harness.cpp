@@ -24,6 +24,7 @@
 #include <sstream>
 #include <utility>
 
+#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -242,6 +243,7 @@ Ending RunToItsEnd(const std::function<void()>& routine)
     }
     if (ending.returned && !openFiles.empty()) Finding("leaves " + openFiles.begin()->second.name + " open");
     for (const auto& [file, open] : openFiles) {
+        __fpurge(file); // a process that has ended or sleeps writes nothing any more
         __real_fclose(file);
         if (open.bytes) files[open.name] = *open.bytes;
     }
