@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <vector>
 
+using namespace element_rules;
+
 /// Where a view lies: element (x, y, z) at origin + x * steps[0] + ...
 struct Place {
     int origin = 0;

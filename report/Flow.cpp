@@ -20,8 +20,6 @@ double Channel(double degrees, double middle)
 
 } // namespace
 
-Colour HueColour(double degrees) { return FlowColour(degrees, 1); }
-
 Colour FlowColour(double degrees, double strength)
 {
     const double bright = std::sqrt(std::clamp(strength, 0.0, 1.0));

@@ -6,12 +6,9 @@
 
 #include <tools/Canvas.h>
 
-/// A fully bright colour for a direction in degrees clockwise from the right: red to the right, then yellow,
-/// green (down and to the left), cyan to the left, blue, magenta.
-Colour HueColour(double degrees);
-
-/// The colour of a motion of `strength` 0..1 of the strongest; its brightness goes with the square root, so
-/// that weak motion shows too.
+/// The colour of a motion in degrees clockwise from the right, red to the right, then yellow, green (down and
+/// to the left), cyan to the left, blue, magenta; and of `strength` 0..1 of the strongest. Its brightness
+/// goes with the square root, so that weak motion shows too.
 Colour FlowColour(double degrees, double strength);
 
 /// The largest length of the vectors (u, v).

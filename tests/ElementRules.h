@@ -8,6 +8,10 @@
 #include <type_traits>
 #include <vector>
 
+// A namespace of their own: the library has functions of the same names, and the linker would take one for
+// the other.
+namespace element_rules {
+
 // ---------------------------------------------------------------------------------- rules on plain numbers
 
 template <class T> T Add(T a, T b)
@@ -115,3 +119,5 @@ template <class T> std::vector<ScalarRule<T>> ScalarRules()
     }
     return rules;
 }
+
+} // namespace element_rules

@@ -14,6 +14,8 @@
 
 namespace {
 
+using namespace element_rules;
+
 const RNG all(0, 2147483647);
 constexpr int widest = 70;
 
