@@ -75,6 +75,14 @@ struct RunOptions {
     std::function<void()> before = {};         ///< done in the child before the program is started in it
 };
 
+/// For RunOptions::before: the child's standard output becomes that file.
+inline void SendOutputTo(const char* path)
+{
+    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND, 0666);
+    if (fd < 0 || dup2(fd, STDOUT_FILENO) < 0) _exit(126);
+    close(fd);
+}
+
 namespace child_process {
 
 using Clock = std::chrono::steady_clock;

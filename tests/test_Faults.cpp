@@ -108,14 +108,6 @@ void LimitFilesTo(rlim_t bytes, void (*onLimit)(int))
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(126);
 }
 
-/// The child's standard output becomes that file.
-void SendOutputTo(const char* path)
-{
-    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND, 0666);
-    if (fd < 0 || dup2(fd, STDOUT_FILENO) < 0) _exit(126);
-    close(fd);
-}
-
 TEST_F(Faults, WithoutAnyEverythingIsWritten)
 {
     for (const Saving saving : {asBmp, asJpeg}) {

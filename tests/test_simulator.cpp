@@ -692,6 +692,16 @@ TEST_F(Wheelsim, PreviewThatCannotBeWrittenIsAnError)
     EXPECT_EQ(run.out, "");
 }
 
+TEST_F(Wheelsim, TellsWhenNobodyGetsWhatItPrints)
+{
+    RunOptions options;
+    options.before = [] { SendOutputTo("/dev/full"); };
+    const Finished run = ::Run({WHEELSIM_PATH, "--count", "1"}, Folder().path(), options);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "wheelsim: cannot write to standard output\n");
+    EXPECT_TRUE(Folder().Has("img1.bmp"));
+}
+
 TEST_F(Wheelsim, HelpNamesOptionsAndOutput)
 {
     const Finished run = Run("--help");
