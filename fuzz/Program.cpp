@@ -1,6 +1,8 @@
 // Main.cpp is compiled with its main called TelvaneMain.
 #include "Program.h"
 
+#include <reference/Files.h>
+
 int TelvaneMain(int argc, char* argv[]);
 
 Ending RunProgram(std::vector<std::string> words)
@@ -16,13 +18,15 @@ Ending RunProgram(std::vector<std::string> words)
     return ending;
 }
 
-// The program keeps its list of masks from call to call; one call that fills it comes before all inputs.
+// The program keeps its list of masks from call to call; one call that fills it comes before all inputs. It
+// needs a frame to come that far.
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     std::vector<std::string> words = {"-l", "1"};
     for (int i = 0; i < 3; i++) words.insert(words.end(), {"-m", "0", "0", "9", "9"});
     words.insert(words.end(), 16, "0");
     storage.limit = programStorage;
+    files["img1.bmp"] = reference::bmpByte(reference::Picture<std::uint8_t>(1280, 960));
     RunProgram(words);
     return 0;
 }
