@@ -14,14 +14,13 @@ declare -A command=(
     [ci]=".ci/run"
     [arm]="scripts/test-arm.sh"
     [fuzz]="scripts/fuzz.sh 600"
-    [mutants]="scripts/mutants.sh"
     [coverage]="scripts/coverage.sh"
     [vectors]="scripts/vector-report.sh"
     [report]="scripts/check-report.sh"
     [packages]="scripts/check-packages.sh"
 )
 steps=("$@")
-((${#steps[@]})) || steps=(ci arm fuzz mutants coverage vectors report packages)
+((${#steps[@]})) || steps=(ci arm fuzz coverage vectors report packages)
 for step in "${steps[@]}"; do
     [[ ${command[$step]:-} ]] || {
         echo "No step $step; there are: ${!command[*]}" >&2
