@@ -1,5 +1,5 @@
 // What the benchmarks work on.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <simulator/Wheel.h>
 

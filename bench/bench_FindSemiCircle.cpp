@@ -1,5 +1,5 @@
 // The ring search, on the motion of a whole sequence.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <benchmark/benchmark.h>
 

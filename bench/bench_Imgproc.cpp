@@ -1,5 +1,5 @@
 // The filters.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
 // The optical flow, its scaling, and the votes for the centre.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
 // The background, and a whole detection.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <Telvane/Telvane.h>
 

@@ -1,5 +1,5 @@
 // Element-wise arithmetic.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <benchmark/benchmark.h>
 

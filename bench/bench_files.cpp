@@ -1,5 +1,5 @@
 // Picture files, in a temporary file that the system keeps in memory.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <benchmark/benchmark.h>
 

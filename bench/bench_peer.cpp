@@ -1,6 +1,6 @@
 // What OpenCV offers for the same questions, on the same frames and one thread: dense flow of a frame pair,
 // and the best place of a ring. Its numbers are other numbers; the times say what a user of it would wait.
-#include "Motion.h"
+#include <bench/Motion.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>

@@ -1,12 +1,12 @@
 // The same steps pass by pass, for comparison.
-#include "Motion.h"
+#include <bench/Motion.h>
 
-#include <reference/Detection.h>
-#include <reference/Files.h>
-#include <reference/Filters.h>
-#include <reference/Flow.h>
-#include <reference/Ring.h>
-#include <reference/Votes.h>
+#include <tests/reference/Detection.h>
+#include <tests/reference/Files.h>
+#include <tests/reference/Filters.h>
+#include <tests/reference/Flow.h>
+#include <tests/reference/Ring.h>
+#include <tests/reference/Votes.h>
 
 #include <benchmark/benchmark.h>
 

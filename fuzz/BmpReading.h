@@ -1,7 +1,7 @@
 // What the targets of the three BMP readers share: one file, read into an array of any state.
 #pragma once
 
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Kavrix/Kavrix.h>
 

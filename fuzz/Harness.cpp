@@ -10,7 +10,7 @@
 //   malloc          storage with a limit
 //
 // Outside RunToItsEnd all of them are the real ones: libFuzzer itself calls them too.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Kavrix/Kavrix.h>
 

@@ -1,7 +1,7 @@
 // Main.cpp is compiled with its main called TelvaneMain.
-#include "Program.h"
+#include <fuzz/Program.h>
 
-#include <reference/Files.h>
+#include <tests/reference/Files.h>
 
 int TelvaneMain(int argc, char* argv[]);
 

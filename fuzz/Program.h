@@ -1,7 +1,7 @@
 // The program's main under another name, for the targets that run all of it.
 #pragma once
 
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <string>
 #include <vector>

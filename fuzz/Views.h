@@ -1,9 +1,9 @@
 // Any view inside a block of its own, and where it lies there.
 #pragma once
 
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
-#include <ElementRules.h>
+#include <tests/support/ElementRules.h>
 
 #include <algorithm>
 #include <bit>

@@ -1,7 +1,7 @@
 // 8-bit BMP files into matrices of bytes.
-#include "BmpReading.h"
+#include <fuzz/BmpReading.h>
 
-#include <reference/Files.h>
+#include <tests/reference/Files.h>
 
 void Fuzz(FuzzedDataProvider& input)
 {

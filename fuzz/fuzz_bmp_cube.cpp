@@ -1,7 +1,7 @@
 // 24-bit BMP files into cubes of three planes.
-#include "BmpReading.h"
+#include <fuzz/BmpReading.h>
 
-#include <reference/Files.h>
+#include <tests/reference/Files.h>
 
 void Fuzz(FuzzedDataProvider& input)
 {

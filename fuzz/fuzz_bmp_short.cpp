@@ -1,7 +1,7 @@
 // 16-bit BMP files into matrices of shorts.
-#include "BmpReading.h"
+#include <fuzz/BmpReading.h>
 
-#include <reference/Files.h>
+#include <tests/reference/Files.h>
 
 void Fuzz(FuzzedDataProvider& input)
 {

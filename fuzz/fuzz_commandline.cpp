@@ -1,14 +1,14 @@
 // The driver with any command line, one word per line of the input. A line "@closed" before it closes the
 // camera, one of n characters after an "@" leaves n frames to load. The camera, the picture files, the masks
 // and the detection behind it are doubles that write down what they are asked.
-#include "Program.h"
+#include <fuzz/Program.h>
 
 #include <Telvane/Grab.h>
 #include <Telvane/Telvane.h>
 
-#include <Wheels.h>
+#include <tests/support/Wheels.h>
 
-#include <reference/CommandLine.h>
+#include <tests/reference/CommandLine.h>
 
 #include <algorithm>
 #include <string>

@@ -1,16 +1,16 @@
 // The detection of small frames with any arguments, held against its plain version.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/TestQ.h>
 
-#include <Pictures.h>
-#include <Wheels.h>
+#include <tests/support/Pictures.h>
+#include <tests/support/Wheels.h>
 
-#include <reference/Detection.h>
-#include <reference/Numbers.h>
-#include <reference/Ring.h>
+#include <tests/reference/Detection.h>
+#include <tests/reference/Numbers.h>
+#include <tests/reference/Ring.h>
 
 #include <bit>
 #include <cmath>

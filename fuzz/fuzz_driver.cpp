@@ -1,16 +1,16 @@
 // The whole program at full size, with one to three frames from files or from the camera. Slow: a second or
 // more for each input.
-#include "Program.h"
+#include <fuzz/Program.h>
 
 #include <Kavrix/Kavrix.h>
 
-#include <Wheels.h>
+#include <tests/support/Wheels.h>
 
 #include <raspicam/raspicam.h>
 
-#include <reference/CommandLine.h>
-#include <reference/Files.h>
-#include <reference/Jpeg.h>
+#include <tests/reference/CommandLine.h>
+#include <tests/reference/Files.h>
+#include <tests/reference/Jpeg.h>
 
 #include <string>
 

@@ -1,9 +1,9 @@
 // The element-wise operators on any two views that lie inside their blocks, of one block too: strides, signs
 // of strides, swapped dimensions and overlaps of every kind. The plain version is a loop over the storage in
 // the order z, y, x, in which every element is read when its turn comes.
-#include "Views.h"
+#include <fuzz/Views.h>
 
-#include <reference/Numbers.h>
+#include <tests/reference/Numbers.h>
 
 #include <cstring>
 #include <functional>

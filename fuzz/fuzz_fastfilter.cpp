@@ -1,10 +1,10 @@
 // The box filters with any number of passes, on views of any layout.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
-#include <Pictures.h>
+#include <tests/support/Pictures.h>
 
-#include <reference/Filters.h>
-#include <reference/Numbers.h>
+#include <tests/reference/Filters.h>
+#include <tests/reference/Numbers.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // IMG files. The plain version of their first line is the C library's own scanner.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Kavrix/Kavrix.h>
 

@@ -1,12 +1,12 @@
 // Masks: any rectangles over a region from (0, 0) with the size of the frames.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Telvane/Telvane.h>
 
-#include <Wheels.h>
+#include <tests/support/Wheels.h>
 
-#include <reference/Detection.h>
-#include <reference/Numbers.h>
+#include <tests/reference/Detection.h>
+#include <tests/reference/Numbers.h>
 
 void Fuzz(FuzzedDataProvider& input)
 {

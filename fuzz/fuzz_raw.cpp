@@ -1,5 +1,5 @@
 // RAW files: any bytes, any number of them to pass over, any size.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Kavrix/Kavrix.h>
 

@@ -1,5 +1,5 @@
 // Ranges from text, and what is cut by them.
-#include "Harness.h"
+#include <fuzz/Harness.h>
 
 #include <Kavrix/Kavrix.h>
 

@@ -1,8 +1,8 @@
 // The picture writers, with views of any layout and disks with room for all of the file, or for a part.
-#include "Views.h"
+#include <fuzz/Views.h>
 
-#include <reference/Files.h>
-#include <reference/Jpeg.h>
+#include <tests/reference/Files.h>
+#include <tests/reference/Jpeg.h>
 
 #include <array>
 #include <cstdio>

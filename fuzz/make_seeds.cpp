@@ -1,6 +1,6 @@
 // Writes the seeds of the file readers: make_seeds <folder>. What they are is in their names. The BMP files
 // are the shapes that readers of that format are known to get wrong, small, and each with one thing odd.
-#include <reference/Files.h>
+#include <tests/reference/Files.h>
 
 #include <cstdint>
 #include <cstdio>

@@ -31,7 +31,7 @@ build() { # <folder> <cmake option>...
 }
 
 # The library with our declarations of it, and an empty file to link.
-ln -s "$PWD/tests/declared_camera" "$work/raspicam/include"
+ln -s "$PWD/tests/camera/declared_camera" "$work/raspicam/include"
 g++ -shared -x c++ /dev/null -o "$work/raspicam/lib/libraspicam.so"
 
 # --- libcamera

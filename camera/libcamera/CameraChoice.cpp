@@ -1,6 +1,6 @@
 // Which of several cameras is the board's own.
 
-#include "CameraChoice.h"
+#include <camera/libcamera/CameraChoice.h>
 
 #include <algorithm>
 

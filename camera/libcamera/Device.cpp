@@ -1,9 +1,9 @@
 // All that is asked of libcamera: its manager, one camera with one stream, and the requests that go round.
 
-#include "Device.h"
+#include <camera/libcamera/Device.h>
 
-#include "CameraChoice.h"
-#include "PictureConvert.h"
+#include <camera/libcamera/CameraChoice.h>
+#include <camera/libcamera/PictureConvert.h>
 
 #include <libcamera/libcamera.h>
 #include <libcamera/logging.h>

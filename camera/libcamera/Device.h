@@ -3,7 +3,7 @@
 #ifndef CAMERA_LIBCAMERA_DEVICE_H
 #define CAMERA_LIBCAMERA_DEVICE_H
 
-#include "FrameExchange.h"
+#include <camera/libcamera/FrameExchange.h>
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 // Frames on their way from the thread that takes them to the thread that looks at them.
 
-#include "FrameExchange.h"
+#include <camera/libcamera/FrameExchange.h>
 
 #include <algorithm>
 #include <cstring>

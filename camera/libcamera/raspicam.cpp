@@ -1,8 +1,8 @@
 // The camera as the program sees it: opening, waiting for frames, and a buffer that is always there.
 
-#include "raspicam/raspicam.h"
+#include <raspicam/raspicam.h>
 
-#include "Device.h"
+#include <camera/libcamera/Device.h>
 
 #include <chrono>
 #include <new>

@@ -27,7 +27,7 @@ FindPackage)
     # The flags of the project's own build are no affair of its users.
     if grep -E 'ffp-contract|Wshadow|telvane' "$prefix/$LIBDIR/cmake/Kavrix/"*; then exit 1; fi
     enter find_package
-    "$CMAKE" -S "$here" -B . -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" \
+    "$CMAKE" -S "$here/consumer" -B . -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" \
         ${TOOLCHAIN:+"-DCMAKE_TOOLCHAIN_FILE=$TOOLCHAIN" "-DCMAKE_FIND_ROOT_PATH=$prefix"} \
         -DCMAKE_CXX_FLAGS="$CXXFLAGS" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
     "$CMAKE" --build .
@@ -37,7 +37,7 @@ PkgConfig)
     enter pkgconfig
     export PKG_CONFIG_PATH="$prefix/$LIBDIR/pkgconfig"
     # shellcheck disable=SC2046,SC2086 # these are lists of words
-    "$CXX" -std=c++20 $CXXFLAGS "$here/consumer.cpp" $("$PKG_CONFIG" --cflags --libs Kavrix) -o consumer
+    "$CXX" -std=c++20 $CXXFLAGS "$here/consumer/consumer.cpp" $("$PKG_CONFIG" --cflags --libs Kavrix) -o consumer
     LD_LIBRARY_PATH="$prefix/$LIBDIR" "$@" ./consumer
     ;;
 Programs)

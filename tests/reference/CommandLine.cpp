@@ -1,6 +1,6 @@
-#include "CommandLine.h"
+#include <tests/reference/CommandLine.h>
 
-#include "Numbers.h"
+#include <tests/reference/Numbers.h>
 
 #include <cmath>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // What the program answers to a command line: both output streams, the exit status and the pictures.
 #pragma once
 
-#include "Detection.h"
-#include "Files.h"
+#include <tests/reference/Detection.h>
+#include <tests/reference/Files.h>
 
 #include <string>
 #include <vector>

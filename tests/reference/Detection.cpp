@@ -1,8 +1,8 @@
-#include "Detection.h"
+#include <tests/reference/Detection.h>
 
-#include "Filters.h"
-#include "Numbers.h"
-#include "Votes.h"
+#include <tests/reference/Filters.h>
+#include <tests/reference/Numbers.h>
+#include <tests/reference/Votes.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 // The detection: masks, background, the marks on the result picture, and the whole run from frames to region.
 #pragma once
 
-#include "Flow.h"
-#include "Picture.h"
-#include "Ring.h"
+#include <tests/reference/Flow.h>
+#include <tests/reference/Picture.h>
+#include <tests/reference/Ring.h>
 
 #include <array>
 #include <string>

@@ -1,6 +1,6 @@
-#include "Files.h"
+#include <tests/reference/Files.h>
 
-#include "Numbers.h"
+#include <tests/reference/Numbers.h>
 
 #include <algorithm>
 

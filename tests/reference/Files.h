@@ -1,7 +1,7 @@
 // The bytes of the picture files.
 #pragma once
 
-#include "Picture.h"
+#include <tests/reference/Picture.h>
 
 #include <array>
 #include <vector>

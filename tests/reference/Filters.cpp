@@ -1,6 +1,6 @@
-#include "Filters.h"
+#include <tests/reference/Filters.h>
 
-#include "Numbers.h"
+#include <tests/reference/Numbers.h>
 
 namespace reference {
 

@@ -1,7 +1,7 @@
 // The 3 x 3 filters and the box filters, one step after the other, each step cut to the width of an element.
 #pragma once
 
-#include "Picture.h"
+#include <tests/reference/Picture.h>
 
 namespace reference {
 

@@ -1,7 +1,7 @@
-#include "Flow.h"
+#include <tests/reference/Flow.h>
 
-#include "Filters.h"
-#include "Numbers.h"
+#include <tests/reference/Filters.h>
+#include <tests/reference/Numbers.h>
 
 #include <algorithm>
 #include <cmath>

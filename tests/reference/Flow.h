@@ -1,7 +1,7 @@
 // The optical flow of a frame sequence, matrix after matrix and cell after cell, and its scaling to 16 bits.
 #pragma once
 
-#include "Picture.h"
+#include <tests/reference/Picture.h>
 
 #include <functional>
 

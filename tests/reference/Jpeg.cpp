@@ -1,4 +1,4 @@
-#include "Jpeg.h"
+#include <tests/reference/Jpeg.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The bytes of the grey JPEG file, as libjpeg makes them.
 #pragma once
 
-#include "Files.h"
+#include <tests/reference/Files.h>
 
 namespace reference {
 

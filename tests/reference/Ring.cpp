@@ -1,6 +1,6 @@
-#include "Ring.h"
+#include <tests/reference/Ring.h>
 
-#include "Numbers.h"
+#include <tests/reference/Numbers.h>
 
 #include <cmath>
 #include <limits>

@@ -1,7 +1,7 @@
 // The search for the ring with the largest sum.
 #pragma once
 
-#include "Picture.h"
+#include <tests/reference/Picture.h>
 
 namespace reference {
 

@@ -1,6 +1,6 @@
-#include "Votes.h"
+#include <tests/reference/Votes.h>
 
-#include "Numbers.h"
+#include <tests/reference/Numbers.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // The votes of the moving pixels for the centre that they turn around.
 #pragma once
 
-#include "Flow.h"
-#include "Picture.h"
+#include <tests/reference/Flow.h>
+#include <tests/reference/Picture.h>
 
 #include <vector>
 

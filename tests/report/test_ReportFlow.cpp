@@ -1,0 +1,141 @@
+// The motion in colours.
+
+#include <tests/support/Pictures.h>
+
+#include <report/Flow.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <numbers>
+#include <ostream>
+
+void PrintTo(const Colour& c, std::ostream* out)
+{
+    *out << '(' << +c.red << ", " << +c.green << ", " << +c.blue << ')';
+}
+
+namespace {
+
+using namespace pictures;
+
+/// Hue, full saturation and value as colours are usually computed: by sixths of the circle.
+Colour PlainHsv(double degrees, double value)
+{
+    double hue = std::fmod(degrees, 360.0) / 60;
+    if (hue < 0) hue += 6;
+    const int sixth = static_cast<int>(hue) % 6;
+    const double rising = value * (hue - std::floor(hue)), falling = value - rising;
+    double rgb[3] = {};
+    switch (sixth) {
+    case 0: rgb[0] = value, rgb[1] = rising; break;
+    case 1: rgb[0] = falling, rgb[1] = value; break;
+    case 2: rgb[1] = value, rgb[2] = rising; break;
+    case 3: rgb[1] = falling, rgb[2] = value; break;
+    case 4: rgb[0] = rising, rgb[2] = value; break;
+    default: rgb[0] = value, rgb[2] = falling;
+    }
+    const auto part = [](double v) { return static_cast<UBYTE>(v * 255 + 0.5); };
+    return {part(rgb[0]), part(rgb[1]), part(rgb[2])};
+}
+
+bool Near(const Colour& a, const Colour& b)
+{
+    return std::abs(a.red - b.red) <= 1 && std::abs(a.green - b.green) <= 1 && std::abs(a.blue - b.blue) <= 1;
+}
+
+/// The picture of one vector, as strong as the strongest.
+Colour ColourOf(int u, int v)
+{
+    const auto one = [](int value) { return ArrayOf(Shorts(1, 1, static_cast<std::int16_t>(value))); };
+    return FlowPicture(one(u), one(v)).at(0, 0);
+}
+
+TEST(FlowColour, FollowsThePlainFormula)
+{
+    for (int degrees = -720; degrees <= 720; degrees++)
+        for (double strength : {0.0, 0.04, 0.25, 0.7, 1.0}) {
+            const Colour c = FlowColour(degrees, strength);
+            EXPECT_TRUE(Near(c, PlainHsv(degrees, std::sqrt(strength))))
+                << degrees << ' ' << strength << ' ' << testing::PrintToString(c);
+        }
+    EXPECT_EQ(FlowColour(50, 7), FlowColour(50, 1));
+}
+
+TEST(FlowPicture, ColoursShowWhereThePictureMovesTo)
+{
+    // The vectors as delivered point against the motion.
+    EXPECT_EQ(ColourOf(-900, 0), (Colour{255, 0, 0})) << "to the right";
+    EXPECT_EQ(ColourOf(900, 0), (Colour{0, 255, 255})) << "to the left";
+    EXPECT_TRUE(Near(ColourOf(0, -900), {128, 255, 0})) << "down";
+    EXPECT_TRUE(Near(ColourOf(0, 900), {128, 0, 255})) << "up";
+}
+
+TEST(FlowPicture, BrightnessIsTheStrength)
+{
+    Shorts u(5, 1), v(5, 1);
+    const int strengths[] = {0, 100, 225, 400, 900};
+    for (int x = 0; x < 5; x++) u.at(x, 0) = static_cast<std::int16_t>(-strengths[x]);
+    const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
+    const int bright[] = {0, 85, 128, 170, 255};
+    for (int x = 0; x < 5; x++) EXPECT_EQ(canvas.at(x, 0).red, bright[x]) << x;
+    const Bytes strength = PictureOf<UBYTE>(StrengthPicture(ArrayOf(u), ArrayOf(v)));
+    const int linear[] = {0, 28, 64, 113, 255};
+    for (int x = 0; x < 5; x++) EXPECT_EQ(strength.at(x, 0), linear[x]) << x;
+}
+
+TEST(FlowPicture, NoMotionIsBlack)
+{
+    const MatShort none = ArrayOf(Shorts(6, 4));
+    EXPECT_EQ(StrongestFlow(none, none), 0);
+    const Canvas canvas = FlowPicture(none, none);
+    for (int x = 0; x < 6; x++) EXPECT_EQ(canvas.at(x, 3), (Colour{0, 0, 0}));
+    EXPECT_TRUE(Same(StrengthPicture(none, none), Bytes(6, 4)));
+}
+
+TEST(FlowPicture, TheEndsOfTheRangeAreShown)
+{
+    EXPECT_EQ(ColourOf(-32768, 0), (Colour{255, 0, 0}));
+    EXPECT_EQ(ColourOf(32767, 0), (Colour{0, 255, 255}));
+    EXPECT_NEAR(StrongestFlow(ArrayOf(Shorts(1, 1, -32768)), ArrayOf(Shorts(1, 1, -32768))), 46340.95, 0.01);
+}
+
+TEST(FlowPicture, AClockwiseWheelIsRedOnTop)
+{
+    const int size = 81, middle = 40;
+    Shorts u(size, size), v(size, size);
+    for (int y = 0; y < size; y++)
+        for (int x = 0; x < size; x++) { // clockwise motion is (-dy, dx); the vectors point against it
+            u.at(x, y) = static_cast<std::int16_t>(10 * (y - middle));
+            v.at(x, y) = static_cast<std::int16_t>(-10 * (x - middle));
+        }
+    const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
+    const auto hue = [&](int x, int y) { return canvas.at(x, y); };
+    EXPECT_TRUE(hue(middle, 0).red > 200 && hue(middle, 0).green < 5 && hue(middle, 0).blue < 5);
+    EXPECT_TRUE(hue(size - 1, middle).green > 200 && hue(size - 1, middle).blue == 0);
+    EXPECT_TRUE(hue(middle, size - 1).red < 5 && hue(middle, size - 1).green > 200);
+    EXPECT_TRUE(hue(0, middle).blue > 200 && hue(0, middle).green == 0);
+}
+
+TEST(FlowLegend, IsAWheelOfTheSameColours)
+{
+    const Canvas canvas = FlowLegend();
+    const double middle = canvas.width() / 2;
+    EXPECT_EQ(canvas.at(canvas.width() / 2, canvas.height() / 2), (Colour{0, 0, 0}));
+    int looked = 0;
+    for (int degrees = 0; degrees < 360; degrees += 5)
+        for (double r : {20.0, 50.0, 80.0}) {
+            const double angle = degrees * std::numbers::pi / 180;
+            const int x = static_cast<int>(std::lround(middle + r * std::cos(angle)));
+            const int y = static_cast<int>(std::lround(middle + r * std::sin(angle)));
+            const double dx = x - middle, dy = y - middle;
+            const double share = std::hypot(dx, dy) / 90; // the wheel's radius
+            const Colour wanted = PlainHsv(std::atan2(dy, dx) * 180 / std::numbers::pi, std::sqrt(share));
+            EXPECT_TRUE(Near(canvas.at(x, y), wanted)) << degrees << ' ' << r;
+            looked++;
+        }
+    EXPECT_EQ(looked, 216);
+}
+
+} // namespace
