@@ -1,7 +1,7 @@
 // Conversions from and to bytes.
 #include <Kavrix/Convert_Bs.h>
 
-#include <Kavrix/Convert-inl.h>
+#include <Kavrix/inner/Convert-inl.h>
 
 void KX_Base::Convert_Bs(const KX_Base& src, KX_Base& dst) { ConvertElements<UBYTE, short>(src, dst); }
 void KX_Base::Convert_sB(const KX_Base& src, KX_Base& dst) { ConvertElements<short, UBYTE>(src, dst); }

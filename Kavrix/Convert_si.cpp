@@ -1,7 +1,7 @@
 // Conversions between shorts, ints and floats.
 #include <Kavrix/Convert_si.h>
 
-#include <Kavrix/Convert-inl.h>
+#include <Kavrix/inner/Convert-inl.h>
 
 void KX_Base::Convert_si(const KX_Base& src, KX_Base& dst) { ConvertElements<short, int>(src, dst); }
 void KX_Base::Convert_is(const KX_Base& src, KX_Base& dst) { ConvertElements<int, short>(src, dst); }

@@ -1,9 +1,9 @@
 // Sliding ring pattern over a motion picture.
 #include <Kavrix/FindSemiCircle.h>
 
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXclones.h>
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXclones.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
 #include <cmath>

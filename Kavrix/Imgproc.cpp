@@ -11,9 +11,9 @@
 #include <Kavrix/Imgproc.h>
 
 #include <Kavrix/Convert_Bs.h>
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXclones.h>
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXclones.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 namespace {
 

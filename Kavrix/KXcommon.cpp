@@ -1,7 +1,7 @@
 // Fail-stop, trace stack, pixel formats, index ranges, and the array base.
 #include <Kavrix/KXcommon.h>
 
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 // Construction, assignment and views of the arrays of KXfloat.h.
 #include <Kavrix/KXfloat.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Vec<float>;
 template class Mat<float>;

@@ -1,6 +1,6 @@
 // Arithmetic of float arrays.
 #include <Kavrix/KXfloat.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Elem<float>;

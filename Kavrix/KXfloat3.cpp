@@ -1,7 +1,7 @@
 // Reductions of float arrays.
 #include <Kavrix/KXfloat.h>
 
-#include <Kavrix/KXreduce-inl.h>
+#include <Kavrix/inner/KXreduce-inl.h>
 
 float Max(const VecFloat& v) { return BestValue(v, std::greater<float>()); }
 float Min(const VecFloat& v) { return BestValue(v, std::less<float>()); }

@@ -1,7 +1,7 @@
 // Construction, assignment and views of the arrays of KXint.h.
 #include <Kavrix/KXint.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Vec<int>;
 template class Mat<int>;

@@ -1,7 +1,7 @@
 // Arithmetic of int arrays.
 #include <Kavrix/KXshort.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Elem<int>;
 template class IntElem<int>;

@@ -1,7 +1,7 @@
 // Reductions of int arrays.
 #include <Kavrix/KXint.h>
 
-#include <Kavrix/KXreduce-inl.h>
+#include <Kavrix/inner/KXreduce-inl.h>
 
 int Max(const VecInt& v) { return BestValue(v, std::greater<int>()); }
 int Min(const VecInt& v) { return BestValue(v, std::less<int>()); }

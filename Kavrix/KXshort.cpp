@@ -1,7 +1,7 @@
 // Construction, assignment and views of the arrays of KXshort.h.
 #include <Kavrix/KXshort.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Vec<short>;
 template class Mat<short>;

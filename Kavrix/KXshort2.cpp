@@ -1,8 +1,8 @@
 // Arithmetic and comparisons of short arrays.
 #include <Kavrix/KXshort.h>
 
-#include <Kavrix/KXarray-inl.h>
-#include <Kavrix/KXcompare-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
+#include <Kavrix/inner/KXcompare-inl.h>
 
 template class Elem<short>;
 template class IntElem<short>;

@@ -1,9 +1,9 @@
 // Reductions and ordering of short arrays and drawing into short pictures.
 #include <Kavrix/KXshort.h>
 
-#include <Kavrix/KXdraw-inl.h>
-#include <Kavrix/KXreduce-inl.h>
-#include <Kavrix/SelectRank.h>
+#include <Kavrix/inner/KXdraw-inl.h>
+#include <Kavrix/inner/KXreduce-inl.h>
+#include <Kavrix/inner/SelectRank.h>
 
 short Max(const VecShort& v) { return BestValue(v, std::greater<short>()); }
 short Min(const VecShort& v) { return BestValue(v, std::less<short>()); }

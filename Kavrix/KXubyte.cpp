@@ -1,7 +1,7 @@
 // Construction, assignment and views of the arrays of KXubyte.h.
 #include <Kavrix/KXubyte.h>
 
-#include <Kavrix/KXarray-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
 
 template class Vec<UBYTE>;
 template class Mat<UBYTE>;

@@ -1,8 +1,8 @@
 // Arithmetic, bit operations and comparisons of byte arrays.
 #include <Kavrix/KXubyte.h>
 
-#include <Kavrix/KXarray-inl.h>
-#include <Kavrix/KXcompare-inl.h>
+#include <Kavrix/inner/KXarray-inl.h>
+#include <Kavrix/inner/KXcompare-inl.h>
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 // Reductions of byte arrays and drawing into byte pictures.
 #include <Kavrix/KXubyte.h>
 
-#include <Kavrix/KXdraw-inl.h>
-#include <Kavrix/KXreduce-inl.h>
+#include <Kavrix/inner/KXdraw-inl.h>
+#include <Kavrix/inner/KXreduce-inl.h>
 
 UBYTE Dot(const VecByte& a, const VecByte& b) { return DotOf(a, b); }
 

@@ -10,9 +10,9 @@
 // first sweep, and everything is kept in integers. Later sweeps apply the same formula to these values.
 #include <Kavrix/OptFlow.h>
 
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXclones.h>
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXclones.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
 #include <cmath>

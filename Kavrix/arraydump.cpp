@@ -1,7 +1,7 @@
 // The dump of an array of any element type.
 #include <Kavrix/KXcommon.h>
 
-#include <Kavrix/bmpformat.h>
+#include <Kavrix/inner/bmpformat.h>
 
 #include <cstddef>
 #include <cstring>

@@ -1,8 +1,8 @@
 // Reading of 8, 16 and 24-bit BMP files.
 #include <Kavrix/bmpread.h>
 
-#include <Kavrix/WithFile.h>
-#include <Kavrix/bmpformat.h>
+#include <Kavrix/inner/WithFile.h>
+#include <Kavrix/inner/bmpformat.h>
 
 #include <algorithm>
 

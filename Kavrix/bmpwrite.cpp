@@ -1,9 +1,9 @@
 // Writing of 8, 16 and 24-bit BMP files.
 #include <Kavrix/bmpwrite.h>
 
-#include <Kavrix/KXarith.h>
-#include <Kavrix/WithFile.h>
-#include <Kavrix/bmpformat.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/WithFile.h>
+#include <Kavrix/inner/bmpformat.h>
 
 #include <bit>
 #include <cstring>

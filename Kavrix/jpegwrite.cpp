@@ -1,7 +1,7 @@
 // Writing of grey and colour JPEG files.
 #include <Kavrix/jpegwrite.h>
 
-#include <Kavrix/WithFile.h>
+#include <Kavrix/inner/WithFile.h>
 
 #include <algorithm>
 #include <cstring>

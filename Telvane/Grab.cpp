@@ -1,7 +1,7 @@
 // Acquisition of grey frames.
 #include <Telvane/Grab.h>
 
-#include <Kavrix/KXclones.h>
+#include <Kavrix/inner/KXclones.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -3,10 +3,10 @@
 
 #include <Kavrix/Convert_Bs.h>
 #include <Kavrix/FindSemiCircle.h>
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXclones.h>
-#include <Kavrix/KXelementwise.h>
 #include <Kavrix/OptFlow.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXclones.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // BMP files of frames and of 16-bit pictures, and JPEG files.
 #include <report/Pictures.h>
 
-#include <Kavrix/bmpformat.h>
+#include <Kavrix/inner/bmpformat.h>
 
 #include <csetjmp>
 #include <cstdint>

@@ -1,10 +1,10 @@
 // Reductions, constant arrays and square roots, for the units that give each element type its overloads.
-#ifndef KAVRIX_KXREDUCE_INL_H
-#define KAVRIX_KXREDUCE_INL_H
+#ifndef KAVRIX_INNER_KXREDUCE_INL_H
+#define KAVRIX_INNER_KXREDUCE_INL_H
 
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXelementwise.h>
 #include <Kavrix/KXint.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
 #include <cmath>

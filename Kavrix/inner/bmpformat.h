@@ -1,6 +1,6 @@
 // What the BMP reader and writer share: the two headers of the file format, all numbers little-endian.
-#ifndef KAVRIX_BMPFORMAT_H
-#define KAVRIX_BMPFORMAT_H
+#ifndef KAVRIX_INNER_BMPFORMAT_H
+#define KAVRIX_INNER_BMPFORMAT_H
 
 #include <cstdint>
 

@@ -1,10 +1,10 @@
 // Bodies of the class templates of KXarray.h, for the family units that instantiate them.
-#ifndef KAVRIX_KXARRAY_INL_H
-#define KAVRIX_KXARRAY_INL_H
+#ifndef KAVRIX_INNER_KXARRAY_INL_H
+#define KAVRIX_INNER_KXARRAY_INL_H
 
-#include <Kavrix/KXarith.h>
 #include <Kavrix/KXarray.h>
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 // ---------------------------------------------------------------------------------- rules of the operators
 

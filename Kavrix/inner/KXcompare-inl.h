@@ -1,9 +1,9 @@
 // Element-wise comparisons of matrices.
-#ifndef KAVRIX_KXCOMPARE_INL_H
-#define KAVRIX_KXCOMPARE_INL_H
+#ifndef KAVRIX_INNER_KXCOMPARE_INL_H
+#define KAVRIX_INNER_KXCOMPARE_INL_H
 
-#include <Kavrix/KXelementwise.h>
 #include <Kavrix/KXubyte.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 /// A new matrix of a's dim1 x dim2: `yes` where holds(a(x, y), b(x, y)), 0 elsewhere.
 template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b, F holds, UBYTE yes)

@@ -1,8 +1,8 @@
 // The arithmetic of single elements: what wraps, what truncates, what saturates. Everything that could be
 // undefined in the language is spelled out here once, so that every processor and compiler gives the same
 // bits.
-#ifndef KAVRIX_KXARITH_H
-#define KAVRIX_KXARITH_H
+#ifndef KAVRIX_INNER_KXARITH_H
+#define KAVRIX_INNER_KXARITH_H
 
 #include <bit>
 #include <cstdint>

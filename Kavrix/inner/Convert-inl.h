@@ -1,9 +1,9 @@
 // The one conversion between element types.
-#ifndef KAVRIX_CONVERT_INL_H
-#define KAVRIX_CONVERT_INL_H
+#ifndef KAVRIX_INNER_CONVERT_INL_H
+#define KAVRIX_INNER_CONVERT_INL_H
 
-#include <Kavrix/KXarith.h>
-#include <Kavrix/KXelementwise.h>
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXelementwise.h>
 
 #include <type_traits>
 

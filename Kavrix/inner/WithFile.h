@@ -1,7 +1,7 @@
 // What the picture writers and readers share: opening and closing a file around its stream function, and what
 // counts as an empty picture.
-#ifndef KAVRIX_WITHFILE_H
-#define KAVRIX_WITHFILE_H
+#ifndef KAVRIX_INNER_WITHFILE_H
+#define KAVRIX_INNER_WITHFILE_H
 
 #include <Kavrix/KXcommon.h>
 

@@ -1,6 +1,6 @@
 // The one loop under every operator, fill, assignment, conversion and filter.
-#ifndef KAVRIX_KXELEMENTWISE_H
-#define KAVRIX_KXELEMENTWISE_H
+#ifndef KAVRIX_INNER_KXELEMENTWISE_H
+#define KAVRIX_INNER_KXELEMENTWISE_H
 
 #include <Kavrix/KXcommon.h>
 

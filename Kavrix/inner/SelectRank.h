@@ -1,8 +1,8 @@
 // Selection of the k-th smallest value in place.
 // C. A. R. Hoare, "Algorithm 65: Find", Communications of the ACM 4 (1961), p. 321, with the middle element
 // for a pivot; expected time linear in the number of values.
-#ifndef KAVRIX_SELECTRANK_H
-#define KAVRIX_SELECTRANK_H
+#ifndef KAVRIX_INNER_SELECTRANK_H
+#define KAVRIX_INNER_SELECTRANK_H
 
 #include <utility>
 

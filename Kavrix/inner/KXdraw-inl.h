@@ -1,6 +1,6 @@
 // Markers and lines, for pictures of any element type.
-#ifndef KAVRIX_KXDRAW_INL_H
-#define KAVRIX_KXDRAW_INL_H
+#ifndef KAVRIX_INNER_KXDRAW_INL_H
+#define KAVRIX_INNER_KXDRAW_INL_H
 
 #include <Kavrix/KXarray.h>
 

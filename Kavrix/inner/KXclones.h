@@ -1,6 +1,6 @@
 // Run-time choice of vector instructions on x86.
-#ifndef KAVRIX_KXCLONES_H
-#define KAVRIX_KXCLONES_H
+#ifndef KAVRIX_INNER_KXCLONES_H
+#define KAVRIX_INNER_KXCLONES_H
 
 /// Before a function: GCC on x86-64 makes it twice, for AVX2 and for the baseline, everything it calls
 /// inlined, and the program takes the one that its processor has. The source stays a plain loop, and both
