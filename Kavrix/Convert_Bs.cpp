@@ -3,6 +3,8 @@
 
 #include <Kavrix/inner/Convert-inl.h>
 
+using namespace kavrix::inner;
+
 void KX_Base::Convert_Bs(const KX_Base& src, KX_Base& dst) { ConvertElements<UBYTE, short>(src, dst); }
 void KX_Base::Convert_sB(const KX_Base& src, KX_Base& dst) { ConvertElements<short, UBYTE>(src, dst); }
 void KX_Base::Convert_Bi(const KX_Base& src, KX_Base& dst) { ConvertElements<UBYTE, int>(src, dst); }

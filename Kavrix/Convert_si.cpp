@@ -3,6 +3,8 @@
 
 #include <Kavrix/inner/Convert-inl.h>
 
+using namespace kavrix::inner;
+
 void KX_Base::Convert_si(const KX_Base& src, KX_Base& dst) { ConvertElements<short, int>(src, dst); }
 void KX_Base::Convert_is(const KX_Base& src, KX_Base& dst) { ConvertElements<int, short>(src, dst); }
 void KX_Base::Convert_sf(const KX_Base& src, KX_Base& dst) { ConvertElements<short, float>(src, dst); }

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <limits>
 
+using namespace kavrix::inner;
+
 namespace {
 
 // Set cells of the flipped pattern that lie side by side: columns first .. last of row `row`.

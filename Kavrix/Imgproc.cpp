@@ -15,6 +15,8 @@
 #include <Kavrix/inner/KXclones.h>
 #include <Kavrix/inner/KXelementwise.h>
 
+using namespace kavrix::inner;
+
 namespace {
 
 short Cut16(int sum) { return static_cast<short>(sum); }

@@ -29,6 +29,8 @@ class VecFloat;
 class MatFloat;
 class CubFloat;
 
+namespace kavrix {
+
 /// The concrete classes of an element type; `Source` is what a shaped array of it can be made from by
 /// sharing. Byte arrays take any array as a source and read its elements at byte positions: that compiles,
 /// and means something only for byte arrays.
@@ -202,20 +204,20 @@ template <class T> class Vec : public Family<T>::Elem {
 public:
     Vec() = default;                          ///< empty, without storage
     explicit Vec(int n);                      ///< n new elements, not cleared
-    explicit Vec(const RNG& r);               ///< r.Size() new elements; the position is not kept
+    explicit Vec(const ::RNG& r);             ///< r.Size() new elements; the position is not kept
     Vec(const Vec& b) = default;              ///< shares
     Vec& operator=(const Vec& b) = default;   ///< copies values; see Elem
     Vec(const typename Family<T>::Source& a); ///< shares the first row of `a`
 
-    Vec(const typename Family<T>::Vec* v, RNG r);        ///< part of a vector, shared
-    Vec(const typename Family<T>::Mat* m, RNG r, int y); ///< part of row y, shared
-    Vec(const typename Family<T>::Mat* m, int x, RNG r); ///< part of column x, shared
+    Vec(const typename Family<T>::Vec* v, ::RNG r);        ///< part of a vector, shared
+    Vec(const typename Family<T>::Mat* m, ::RNG r, int y); ///< part of row y, shared
+    Vec(const typename Family<T>::Mat* m, int x, ::RNG r); ///< part of column x, shared
     /// Part of a line along x of a cube, in row y of frame z, shared.
-    template <CubeOf<T> C> Vec(const C* c, RNG r, int y, int z) { this->Cut(*c, sizeof(T), r, y, z); }
+    template <CubeOf<T> C> Vec(const C* c, ::RNG r, int y, int z) { this->Cut(*c, sizeof(T), r, y, z); }
     /// Part of a line along y of a cube, in column x of frame z, shared.
-    template <CubeOf<T> C> Vec(const C* c, int x, RNG r, int z) { this->Cut(*c, sizeof(T), x, r, z); }
+    template <CubeOf<T> C> Vec(const C* c, int x, ::RNG r, int z) { this->Cut(*c, sizeof(T), x, r, z); }
     /// Part of a line along z of a cube, at column x and row y, shared.
-    template <CubeOf<T> C> Vec(const C* c, int x, int y, RNG r) { this->Cut(*c, sizeof(T), x, y, r); }
+    template <CubeOf<T> C> Vec(const C* c, int x, int y, ::RNG r) { this->Cut(*c, sizeof(T), x, y, r); }
 
     /// A new vector of these values in order: 2 to 10 of them, for ints 2 to 12 or 16.
     template <ValueFor<T>... A>
@@ -232,7 +234,7 @@ public:
     T& operator()(int i) const { return static_cast<T*>(this->p_data)[std::ptrdiff_t{i} * this->step1]; }
     T& operator[](int i) const { return (*this)(i); }
     /// @}
-    typename Family<T>::Vec operator()(RNG r) const; ///< the elements of a range, shared
+    typename Family<T>::Vec operator()(::RNG r) const; ///< the elements of a range, shared
 };
 
 /// A matrix, or image: dim1 columns by dim2 rows; dim3 is 1. Its operators are those of Elem and IntElem.
@@ -249,13 +251,13 @@ public:
     Mat& operator=(const Mat& b) = default;   ///< copies values; see Elem
     Mat(const typename Family<T>::Source& a); ///< shares the first plane of `a`: MatShort c = a + b;
 
-    Mat(const typename Family<T>::Mat* m, RNG rx, RNG ry); ///< a rectangle, shared
+    Mat(const typename Family<T>::Mat* m, ::RNG rx, ::RNG ry); ///< a rectangle, shared
     /// Part of frame z of a cube, shared.
-    template <CubeOf<T> C> Mat(const C* c, RNG rx, RNG ry, int z) { this->Cut(*c, sizeof(T), rx, ry, z); }
+    template <CubeOf<T> C> Mat(const C* c, ::RNG rx, ::RNG ry, int z) { this->Cut(*c, sizeof(T), rx, ry, z); }
     /// Part of the x-z plane of a cube at row y, shared.
-    template <CubeOf<T> C> Mat(const C* c, RNG rx, int y, RNG rz) { this->Cut(*c, sizeof(T), rx, y, rz); }
+    template <CubeOf<T> C> Mat(const C* c, ::RNG rx, int y, ::RNG rz) { this->Cut(*c, sizeof(T), rx, y, rz); }
     /// Part of the y-z plane of a cube at column x, shared.
-    template <CubeOf<T> C> Mat(const C* c, int x, RNG ry, RNG rz) { this->Cut(*c, sizeof(T), x, ry, rz); }
+    template <CubeOf<T> C> Mat(const C* c, int x, ::RNG ry, ::RNG rz) { this->Cut(*c, sizeof(T), x, ry, rz); }
 
     /// Element in column x, row y; unchecked. Of a const matrix it can be written as well.
     T& operator()(int x, int y) const
@@ -263,10 +265,10 @@ public:
         return static_cast<T*>(
             this->p_data)[std::ptrdiff_t{x} * this->step1 + std::ptrdiff_t{y} * this->step2];
     }
-    typename Family<T>::Mat operator()(RNG rx, RNG ry) const; ///< a rectangle, shared
-    typename Family<T>::Vec operator()(RNG rx, int y) const;  ///< part of row y, shared
-    typename Family<T>::Vec operator()(int x, RNG ry) const;  ///< part of column x, shared
-    typename Family<T>::Mat operator()(const AOI& a) const;   ///< a rectangle, shared
+    typename Family<T>::Mat operator()(::RNG rx, ::RNG ry) const; ///< a rectangle, shared
+    typename Family<T>::Vec operator()(::RNG rx, int y) const;    ///< part of row y, shared
+    typename Family<T>::Vec operator()(int x, ::RNG ry) const;    ///< part of column x, shared
+    typename Family<T>::Mat operator()(const AOI& a) const;       ///< a rectangle, shared
 };
 
 /// A cube, or sequence: dim3 frames of dim1 columns by dim2 rows. Its operators are those of Elem and
@@ -284,7 +286,7 @@ public:
     Cub(const typename Family<T>::Source& a); ///< shares all of `a`
     Cub(const typename Family<T>::Mat& m);    ///< shares a matrix as a cube of one frame
 
-    Cub(const typename Family<T>::Cub* c, RNG rx, RNG ry, RNG rz); ///< a sub-cube, shared
+    Cub(const typename Family<T>::Cub* c, ::RNG rx, ::RNG ry, ::RNG rz); ///< a sub-cube, shared
 
     /// Element in column x, row y, frame z; unchecked. Of a const cube it can be written as well.
     T& operator()(int x, int y, int z) const
@@ -293,14 +295,18 @@ public:
             this->p_data)[std::ptrdiff_t{x} * this->step1 + std::ptrdiff_t{y} * this->step2 +
                           std::ptrdiff_t{z} * this->step3];
     }
-    typename Family<T>::Mat operator()(RNG rx, RNG ry, int z) const; ///< of frame z, shared
-    typename Family<T>::Mat operator()(RNG rx, int y, RNG rz) const; ///< of the x-z plane at row y, shared
-    typename Family<T>::Mat operator()(int x, RNG ry, RNG rz) const; ///< of the y-z plane at column x, shared
-    typename Family<T>::Vec operator()(RNG rx, int y, int z) const;  ///< along x, shared
-    typename Family<T>::Vec operator()(int x, RNG ry, int z) const;  ///< along y, shared
-    typename Family<T>::Vec operator()(int x, int y, RNG rz) const;  ///< along z, shared
-    typename Family<T>::Cub operator()(RNG rx, RNG ry, RNG rz) const; ///< a sub-cube, shared
-    typename Family<T>::Cub operator()(const VOI& v) const;           ///< a sub-cube, shared
+    typename Family<T>::Mat operator()(::RNG rx, ::RNG ry, int z) const; ///< of frame z, shared
+    typename Family<T>::Mat operator()(::RNG rx, int y,
+                                       ::RNG rz) const; ///< of the x-z plane at row y, shared
+    typename Family<T>::Mat operator()(int x, ::RNG ry,
+                                       ::RNG rz) const; ///< of the y-z plane at column x, shared
+    typename Family<T>::Vec operator()(::RNG rx, int y, int z) const;       ///< along x, shared
+    typename Family<T>::Vec operator()(int x, ::RNG ry, int z) const;       ///< along y, shared
+    typename Family<T>::Vec operator()(int x, int y, ::RNG rz) const;       ///< along z, shared
+    typename Family<T>::Cub operator()(::RNG rx, ::RNG ry, ::RNG rz) const; ///< a sub-cube, shared
+    typename Family<T>::Cub operator()(const VOI& v) const;                 ///< a sub-cube, shared
 };
+
+} // namespace kavrix
 
 #endif

@@ -12,6 +12,8 @@
 
 #include <unistd.h>
 
+using namespace kavrix::inner;
+
 // ---------------------------------------------------------------------------------- diagnostics
 
 int Trace::level = 0;
@@ -31,7 +33,7 @@ Trace::~Trace()
     if (level >= 1) level--;
 }
 
-bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message)
+bool kavrix::ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message)
 {
     std::memset(line, 0xFF, sizeof line);
 
@@ -68,8 +70,8 @@ namespace {
 
 void error(int errorCode, const char* message)
 {
-    char line[errorLineSize];
-    if (ComposeErrorLine(line, errorCode, message)) std::fprintf(stderr, "%s\n", line);
+    char line[kavrix::errorLineSize];
+    if (kavrix::ComposeErrorLine(line, errorCode, message)) std::fprintf(stderr, "%s\n", line);
     Halt();
 }
 

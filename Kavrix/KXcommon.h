@@ -29,8 +29,10 @@ using UBYTE = unsigned char;
 /// The line reads "01/01 00:00:00.000 > -999 Err1 in 0:OF_Norm: RNG: Invalid range selection": a fixed time
 /// stamp, the code, the three innermost traced routines with their depth, the message.
 /// \param errorCode  shown in the line; the library's own is 1
-/// \param message    shown in the line; see ComposeErrorLine for those that are too long
+/// \param message    shown in the line; see kavrix::ComposeErrorLine for those that are too long
 [[noreturn]] void error(int errorCode, const char* message);
+
+namespace kavrix {
 
 /// Length of the buffer that holds an error line, its terminating 0 included.
 inline constexpr int errorLineSize = 180;
@@ -40,6 +42,8 @@ inline constexpr int errorLineSize = 180;
 /// long the buffer keeps its filling of 0xFF bytes.
 /// \return whether `line` holds a text that ends with 0
 bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message);
+
+} // namespace kavrix
 
 /// Stops the program for good, silently, after a failed assertion. The two arguments tell where it stands,
 /// for a debugger.
@@ -118,15 +122,15 @@ class AOI {
 public:
     /// Columns and rows.
     /// @{
-    RNG rng1, rng2;
+    ::RNG rng1, rng2;
     /// @}
 
     /// Columns fromX .. toX, rows fromY .. toY, ends included.
     /// Stops with "RNG: Invalid range selection" as RNG(from, to) does.
     AOI(int fromX, int toX, int fromY, int toY) : rng1(fromX, toX), rng2(fromY, toY) {}
-    AOI(const RNG& x, const RNG& y) : rng1(x), rng2(y) {} ///< of two ranges
-    AOI(const AOI&) = default;                            ///< the same area
-    AOI& operator=(const AOI&) = default;                 ///< the same area
+    AOI(const ::RNG& x, const ::RNG& y) : rng1(x), rng2(y) {} ///< of two ranges
+    AOI(const AOI&) = default;                                ///< the same area
+    AOI& operator=(const AOI&) = default;                     ///< the same area
 
     bool inside(const AOI& outer) const; ///< whether it is RNG::inside in both directions
 };
@@ -136,7 +140,7 @@ class VOI {
 public:
     /// Columns, rows and frames.
     /// @{
-    RNG rng1, rng2, rng3;
+    ::RNG rng1, rng2, rng3;
     /// @}
 
     /// Columns fromX .. toX, rows fromY .. toY, frames fromZ .. toZ, ends included.
@@ -145,9 +149,9 @@ public:
         : rng1(fromX, toX), rng2(fromY, toY), rng3(fromZ, toZ)
     {
     }
-    VOI(const RNG& x, const RNG& y, const RNG& z) : rng1(x), rng2(y), rng3(z) {} ///< of three ranges
-    VOI(const VOI&) = default;                                                   ///< the same volume
-    VOI& operator=(const VOI&) = default;                                        ///< the same volume
+    VOI(const ::RNG& x, const ::RNG& y, const ::RNG& z) : rng1(x), rng2(y), rng3(z) {} ///< of three ranges
+    VOI(const VOI&) = default;                                                         ///< the same volume
+    VOI& operator=(const VOI&) = default;                                              ///< the same volume
 
     bool inside(const VOI& outer) const; ///< whether it is RNG::inside in all three directions
 };
@@ -237,9 +241,9 @@ protected:
     /// What a sub-view takes of one dimension: a range, or a fixed index that contributes no dimension.
     class Pick {
     public:
-        Pick(const RNG& r) : range(r), fixed(false) {}                     ///< a range
+        Pick(const ::RNG& r) : range(r), fixed(false) {}                   ///< a range
         Pick(int index) : range(0, 0), fixed(true) { range.from = index; } ///< an index
-        RNG range;                                                         ///< the index is its `from`
+        ::RNG range;                                                       ///< the index is its `from`
         bool fixed;                                                        ///< whether it is an index
     };
 

@@ -3,6 +3,8 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Vec<float>;
-template class Mat<float>;
-template class Cub<float>;
+using namespace kavrix::inner;
+
+template class kavrix::Vec<float>;
+template class kavrix::Mat<float>;
+template class kavrix::Cub<float>;

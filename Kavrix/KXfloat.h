@@ -7,15 +7,15 @@
 
 /// Floats in up to three dimensions: what VecFloat, MatFloat and CubFloat have in common, and what their
 /// operators give.
-class KX_Float : public Elem<float> {
+class KX_Float : public kavrix::Elem<float> {
 public:
     using Elem::Elem;
 };
 
-extern template class Elem<float>;
+extern template class kavrix::Elem<float>;
 
 /// A vector of floats; see Vec.
-class VecFloat : public Vec<float> {
+class VecFloat : public kavrix::Vec<float> {
 public:
     using Vec::Vec;
 
@@ -23,20 +23,20 @@ public:
 };
 
 /// A matrix of floats, dim1 columns by dim2 rows; see Mat.
-class MatFloat : public Mat<float> {
+class MatFloat : public kavrix::Mat<float> {
 public:
     using Mat::Mat;
 };
 
 /// A cube of floats: dim3 frames; see Cub.
-class CubFloat : public Cub<float> {
+class CubFloat : public kavrix::Cub<float> {
 public:
     using Cub::Cub;
 };
 
-extern template class Vec<float>;
-extern template class Mat<float>;
-extern template class Cub<float>;
+extern template class kavrix::Vec<float>;
+extern template class kavrix::Mat<float>;
+extern template class kavrix::Cub<float>;
 
 static_assert(sizeof(MatFloat) == sizeof(KX_Base));
 

@@ -3,4 +3,6 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Elem<float>;
+using namespace kavrix::inner;
+
+template class kavrix::Elem<float>;

@@ -3,6 +3,8 @@
 
 #include <Kavrix/inner/KXreduce-inl.h>
 
+using namespace kavrix::inner;
+
 float Max(const VecFloat& v) { return BestValue(v, std::greater<float>()); }
 float Min(const VecFloat& v) { return BestValue(v, std::less<float>()); }
 int Argmax(const VecFloat& v) { return BestIndex(v, std::greater<float>()); }

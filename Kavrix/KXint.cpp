@@ -3,8 +3,10 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Vec<int>;
-template class Mat<int>;
+using namespace kavrix::inner;
+
+template class kavrix::Vec<int>;
+template class kavrix::Mat<int>;
 
 MatInt& MatInt::Trans()
 {

@@ -7,7 +7,7 @@
 
 /// Ints in up to three dimensions: what VecInt and MatInt have in common, and what their operators give.
 /// Sums, differences and products wrap.
-class KX_Int : public IntElem<int> {
+class KX_Int : public kavrix::IntElem<int> {
 public:
     using IntElem::IntElem;
     using IntElem::operator+=;
@@ -17,11 +17,11 @@ public:
     KX_Int& operator-=(const KX_Short& b); ///< subtracts shorts, widened with their sign, in place
 };
 
-extern template class Elem<int>;
-extern template class IntElem<int>;
+extern template class kavrix::Elem<int>;
+extern template class kavrix::IntElem<int>;
 
 /// A vector of ints; see Vec.
-class VecInt : public Vec<int> {
+class VecInt : public kavrix::Vec<int> {
 public:
     using Vec::Vec;
 
@@ -31,15 +31,15 @@ public:
 };
 
 /// A matrix of ints, dim1 columns by dim2 rows; see Mat.
-class MatInt : public Mat<int> {
+class MatInt : public kavrix::Mat<int> {
 public:
     using Mat::Mat;
 
     MatInt& Trans(); ///< columns and rows swapped without moving an element; returns this matrix
 };
 
-extern template class Vec<int>;
-extern template class Mat<int>;
+extern template class kavrix::Vec<int>;
+extern template class kavrix::Mat<int>;
 
 static_assert(sizeof(MatInt) == sizeof(KX_Base));
 

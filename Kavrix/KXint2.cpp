@@ -3,8 +3,10 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Elem<int>;
-template class IntElem<int>;
+using namespace kavrix::inner;
+
+template class kavrix::Elem<int>;
+template class kavrix::IntElem<int>;
 
 KX_Int& KX_Int::operator+=(const KX_Short& b)
 {

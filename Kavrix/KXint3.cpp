@@ -3,6 +3,8 @@
 
 #include <Kavrix/inner/KXreduce-inl.h>
 
+using namespace kavrix::inner;
+
 int Max(const VecInt& v) { return BestValue(v, std::greater<int>()); }
 int Min(const VecInt& v) { return BestValue(v, std::less<int>()); }
 int Argmax(const VecInt& v) { return BestIndex(v, std::greater<int>()); }

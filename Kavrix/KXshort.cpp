@@ -3,9 +3,11 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Vec<short>;
-template class Mat<short>;
-template class Cub<short>;
+using namespace kavrix::inner;
+
+template class kavrix::Vec<short>;
+template class kavrix::Mat<short>;
+template class kavrix::Cub<short>;
 
 MatShort& MatShort::Trans()
 {

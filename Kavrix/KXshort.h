@@ -8,7 +8,7 @@
 
 /// Shorts in up to three dimensions: what VecShort, MatShort and CubShort have in common, and what their
 /// operators give. Sums, differences and products wrap: 32767 + 1 is -32768.
-class KX_Short : public IntElem<short> {
+class KX_Short : public kavrix::IntElem<short> {
 public:
     using IntElem::IntElem;
     using IntElem::operator+=;
@@ -16,11 +16,11 @@ public:
     KX_Short& operator+=(const KX_Byte& b); ///< adds bytes, widened by zeros, in place; returns this array
 };
 
-extern template class Elem<short>;
-extern template class IntElem<short>;
+extern template class kavrix::Elem<short>;
+extern template class kavrix::IntElem<short>;
 
 /// A vector of shorts; see Vec.
-class VecShort : public Vec<short> {
+class VecShort : public kavrix::Vec<short> {
 public:
     using Vec::Vec;
 
@@ -40,7 +40,7 @@ public:
 };
 
 /// A matrix of shorts: a picture of dim1 columns and dim2 rows; see Mat.
-class MatShort : public Mat<short> {
+class MatShort : public kavrix::Mat<short> {
 public:
     using Mat::Mat;
 
@@ -100,14 +100,14 @@ public:
 };
 
 /// A cube of shorts: dim3 frames; see Cub.
-class CubShort : public Cub<short> {
+class CubShort : public kavrix::Cub<short> {
 public:
     using Cub::Cub;
 };
 
-extern template class Vec<short>;
-extern template class Mat<short>;
-extern template class Cub<short>;
+extern template class kavrix::Vec<short>;
+extern template class kavrix::Mat<short>;
+extern template class kavrix::Cub<short>;
 
 static_assert(sizeof(MatShort) == sizeof(KX_Base));
 

@@ -4,8 +4,10 @@
 #include <Kavrix/inner/KXarray-inl.h>
 #include <Kavrix/inner/KXcompare-inl.h>
 
-template class Elem<short>;
-template class IntElem<short>;
+using namespace kavrix::inner;
+
+template class kavrix::Elem<short>;
+template class kavrix::IntElem<short>;
 
 KX_Short& KX_Short::operator+=(const KX_Byte& b)
 {

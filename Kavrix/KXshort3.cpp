@@ -5,6 +5,8 @@
 #include <Kavrix/inner/KXreduce-inl.h>
 #include <Kavrix/inner/SelectRank.h>
 
+using namespace kavrix::inner;
+
 short Max(const VecShort& v) { return BestValue(v, std::greater<short>()); }
 short Min(const VecShort& v) { return BestValue(v, std::less<short>()); }
 int Argmax(const VecShort& v) { return BestIndex(v, std::greater<short>()); }

@@ -3,9 +3,11 @@
 
 #include <Kavrix/inner/KXarray-inl.h>
 
-template class Vec<UBYTE>;
-template class Mat<UBYTE>;
-template class Cub<UBYTE>;
+using namespace kavrix::inner;
+
+template class kavrix::Vec<UBYTE>;
+template class kavrix::Mat<UBYTE>;
+template class kavrix::Cub<UBYTE>;
 
 MatByte& MatByte::Trans()
 {

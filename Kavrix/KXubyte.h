@@ -9,7 +9,7 @@
 
 /// Bytes in up to three dimensions: what VecByte, MatByte and CubByte have in common, and what their
 /// operators give. Sums, differences and products are kept modulo 256.
-class KX_Byte : public IntElem<UBYTE> {
+class KX_Byte : public kavrix::IntElem<UBYTE> {
 public:
     using IntElem::IntElem;
     using IntElem::operator+=;
@@ -49,17 +49,17 @@ public:
     KX_Byte& operator<=(UBYTE s);          ///< 255 where the element is at most s, else 0; over THIS array
 };
 
-extern template class Elem<UBYTE>;
-extern template class IntElem<UBYTE>;
+extern template class kavrix::Elem<UBYTE>;
+extern template class kavrix::IntElem<UBYTE>;
 
 /// A vector of bytes; see Vec.
-class VecByte : public Vec<UBYTE> {
+class VecByte : public kavrix::Vec<UBYTE> {
 public:
     using Vec::Vec;
 };
 
 /// A matrix of bytes: a grey picture of dim1 columns and dim2 rows; see Mat.
-class MatByte : public Mat<UBYTE> {
+class MatByte : public kavrix::Mat<UBYTE> {
 public:
     using Mat::Mat;
 
@@ -155,7 +155,7 @@ public:
 };
 
 /// A cube of bytes: a sequence of grey frames, or a colour picture of three planes red, green, blue; see Cub.
-class CubByte : public Cub<UBYTE> {
+class CubByte : public kavrix::Cub<UBYTE> {
 public:
     using Cub::Cub;
 
@@ -186,9 +186,9 @@ public:
     /// @}
 };
 
-extern template class Vec<UBYTE>;
-extern template class Mat<UBYTE>;
-extern template class Cub<UBYTE>;
+extern template class kavrix::Vec<UBYTE>;
+extern template class kavrix::Mat<UBYTE>;
+extern template class kavrix::Cub<UBYTE>;
 
 static_assert(sizeof(MatByte) == sizeof(KX_Base) && sizeof(CubByte) == sizeof(KX_Base));
 

@@ -6,8 +6,10 @@
 
 #include <cstring>
 
-template class Elem<UBYTE>;
-template class IntElem<UBYTE>;
+using namespace kavrix::inner;
+
+template class kavrix::Elem<UBYTE>;
+template class kavrix::IntElem<UBYTE>;
 
 KX_Byte& KX_Byte::operator-=(UBYTE s)
 {

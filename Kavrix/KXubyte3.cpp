@@ -4,6 +4,8 @@
 #include <Kavrix/inner/KXdraw-inl.h>
 #include <Kavrix/inner/KXreduce-inl.h>
 
+using namespace kavrix::inner;
+
 UBYTE Dot(const VecByte& a, const VecByte& b) { return DotOf(a, b); }
 
 void MatByte::DrawCross(short x, short y, UBYTE color, char style) { Marker(*this, x, y, color, style); }

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <initializer_list>
 
+using namespace kavrix::inner;
+
 namespace {
 
 template <class Int> void WriteNumber(std::FILE* fp, Int value)

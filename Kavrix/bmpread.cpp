@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using namespace kavrix::inner;
+
 namespace {
 
 enum { loaded = 0, noFile = 1, otherDepth = 2, notAccepted = 4 };

@@ -8,6 +8,8 @@
 #include <bit>
 #include <cstring>
 
+using namespace kavrix::inner;
+
 namespace {
 
 enum { written = 0, noStream = 1, emptyArray = 3, writeFailed = 5 };

@@ -8,6 +8,8 @@
 
 #include <jpeglib.h>
 
+using namespace kavrix::inner;
+
 namespace {
 
 enum { written = 0, noStream = 1, emptyArray = 3, writeFailed = 5 };

@@ -14,6 +14,8 @@
 #include <iostream>
 #include <limits>
 
+using namespace kavrix::inner;
+
 // ---------------------------------------------------------------------------------- masks
 
 namespace {

@@ -10,6 +10,8 @@
 
 #include <jpeglib.h>
 
+using namespace kavrix::inner;
+
 namespace {
 
 const unsigned char* Bytes(const std::string& file)

@@ -7,6 +7,8 @@
 
 #include <type_traits>
 
+namespace kavrix::inner {
+
 /// Over the SOURCE's shape; a destination without storage gets that shape first.
 template <class From, class To> void ConvertElements(const KX_Base& src, KX_Base& dst)
 {
@@ -19,5 +21,7 @@ template <class From, class To> void ConvertElements(const KX_Base& src, KX_Base
     ElementwiseOver(
         ShapeOf(src), [](To& p, From q) { p = ElementCast<To>(q); }, ViewOf<To>(dst), ViewOf<From>(src));
 }
+
+} // namespace kavrix::inner
 
 #endif

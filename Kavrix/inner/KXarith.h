@@ -9,6 +9,8 @@
 #include <limits>
 #include <type_traits>
 
+namespace kavrix::inner {
+
 /// Sum, difference and product cut to the width of T (two's complement wrap-around); plain for floats.
 template <class T> constexpr T WrapAdd(T a, T b)
 {
@@ -117,5 +119,7 @@ template <class To, class From> constexpr To ElementCast(From a)
         return static_cast<To>(a);
     }
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -6,6 +6,8 @@
 #include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXelementwise.h>
 
+namespace kavrix::inner {
+
 // ---------------------------------------------------------------------------------- rules of the operators
 
 /// a = f(a) over all of a; gives a back as its element class.
@@ -38,6 +40,12 @@ template <class T, class F> typename Family<T>::Elem Computed(const Elem<T>& a, 
         ShapeOf(a), [f](T& p, T q, T s) { p = f(q, s); }, ViewOf<T>(r), ViewOf<T>(a), ViewOf<T>(b));
     return r;
 }
+
+} // namespace kavrix::inner
+
+namespace kavrix {
+
+using namespace inner;
 
 // ---------------------------------------------------------------------------------- Elem
 
@@ -186,7 +194,7 @@ template <class T> auto IntElem<T>::operator<<(int n) const -> Self
 
 template <class T> Vec<T>::Vec(int n) : Element(n, 1, 1) {}
 
-template <class T> Vec<T>::Vec(const RNG& r) : Element(r.Size(), 1, 1) {}
+template <class T> Vec<T>::Vec(const ::RNG& r) : Element(r.Size(), 1, 1) {}
 
 template <class T> Vec<T>::Vec(const typename Family<T>::Source& a)
 {
@@ -194,19 +202,22 @@ template <class T> Vec<T>::Vec(const typename Family<T>::Source& a)
     this->dim2 = this->dim3 = 1;
 }
 
-template <class T> Vec<T>::Vec(const typename Family<T>::Vec* v, RNG r) { this->Cut(*v, sizeof(T), r, 0, 0); }
+template <class T> Vec<T>::Vec(const typename Family<T>::Vec* v, ::RNG r)
+{
+    this->Cut(*v, sizeof(T), r, 0, 0);
+}
 
-template <class T> Vec<T>::Vec(const typename Family<T>::Mat* m, RNG r, int y)
+template <class T> Vec<T>::Vec(const typename Family<T>::Mat* m, ::RNG r, int y)
 {
     this->Cut(*m, sizeof(T), r, y, 0);
 }
 
-template <class T> Vec<T>::Vec(const typename Family<T>::Mat* m, int x, RNG r)
+template <class T> Vec<T>::Vec(const typename Family<T>::Mat* m, int x, ::RNG r)
 {
     this->Cut(*m, sizeof(T), x, r, 0);
 }
 
-template <class T> typename Family<T>::Vec Vec<T>::operator()(RNG r) const
+template <class T> typename Family<T>::Vec Vec<T>::operator()(::RNG r) const
 {
     return {static_cast<const typename Family<T>::Vec*>(this), r};
 }
@@ -223,22 +234,22 @@ template <class T> Mat<T>::Mat(const typename Family<T>::Source& a)
     this->dim3 = 1;
 }
 
-template <class T> Mat<T>::Mat(const typename Family<T>::Mat* m, RNG rx, RNG ry)
+template <class T> Mat<T>::Mat(const typename Family<T>::Mat* m, ::RNG rx, ::RNG ry)
 {
     this->Cut(*m, sizeof(T), rx, ry, 0);
 }
 
-template <class T> typename Family<T>::Mat Mat<T>::operator()(RNG rx, RNG ry) const
+template <class T> typename Family<T>::Mat Mat<T>::operator()(::RNG rx, ::RNG ry) const
 {
     return {static_cast<const typename Family<T>::Mat*>(this), rx, ry};
 }
 
-template <class T> typename Family<T>::Vec Mat<T>::operator()(RNG rx, int y) const
+template <class T> typename Family<T>::Vec Mat<T>::operator()(::RNG rx, int y) const
 {
     return {static_cast<const typename Family<T>::Mat*>(this), rx, y};
 }
 
-template <class T> typename Family<T>::Vec Mat<T>::operator()(int x, RNG ry) const
+template <class T> typename Family<T>::Vec Mat<T>::operator()(int x, ::RNG ry) const
 {
     return {static_cast<const typename Family<T>::Mat*>(this), x, ry};
 }
@@ -260,42 +271,42 @@ template <class T> Cub<T>::Cub(const typename Family<T>::Mat& m)
     this->dim3 = 1;
 }
 
-template <class T> Cub<T>::Cub(const typename Family<T>::Cub* c, RNG rx, RNG ry, RNG rz)
+template <class T> Cub<T>::Cub(const typename Family<T>::Cub* c, ::RNG rx, ::RNG ry, ::RNG rz)
 {
     this->Cut(*c, sizeof(T), rx, ry, rz);
 }
 
-template <class T> typename Family<T>::Mat Cub<T>::operator()(RNG rx, RNG ry, int z) const
+template <class T> typename Family<T>::Mat Cub<T>::operator()(::RNG rx, ::RNG ry, int z) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), rx, ry, z};
 }
 
-template <class T> typename Family<T>::Mat Cub<T>::operator()(RNG rx, int y, RNG rz) const
+template <class T> typename Family<T>::Mat Cub<T>::operator()(::RNG rx, int y, ::RNG rz) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), rx, y, rz};
 }
 
-template <class T> typename Family<T>::Mat Cub<T>::operator()(int x, RNG ry, RNG rz) const
+template <class T> typename Family<T>::Mat Cub<T>::operator()(int x, ::RNG ry, ::RNG rz) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), x, ry, rz};
 }
 
-template <class T> typename Family<T>::Vec Cub<T>::operator()(RNG rx, int y, int z) const
+template <class T> typename Family<T>::Vec Cub<T>::operator()(::RNG rx, int y, int z) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), rx, y, z};
 }
 
-template <class T> typename Family<T>::Vec Cub<T>::operator()(int x, RNG ry, int z) const
+template <class T> typename Family<T>::Vec Cub<T>::operator()(int x, ::RNG ry, int z) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), x, ry, z};
 }
 
-template <class T> typename Family<T>::Vec Cub<T>::operator()(int x, int y, RNG rz) const
+template <class T> typename Family<T>::Vec Cub<T>::operator()(int x, int y, ::RNG rz) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), x, y, rz};
 }
 
-template <class T> typename Family<T>::Cub Cub<T>::operator()(RNG rx, RNG ry, RNG rz) const
+template <class T> typename Family<T>::Cub Cub<T>::operator()(::RNG rx, ::RNG ry, ::RNG rz) const
 {
     return {static_cast<const typename Family<T>::Cub*>(this), rx, ry, rz};
 }
@@ -304,5 +315,7 @@ template <class T> typename Family<T>::Cub Cub<T>::operator()(const VOI& v) cons
 {
     return (*this)(v.rng1, v.rng2, v.rng3);
 }
+
+} // namespace kavrix
 
 #endif

@@ -5,6 +5,8 @@
 #include <Kavrix/KXubyte.h>
 #include <Kavrix/inner/KXelementwise.h>
 
+namespace kavrix::inner {
+
 /// A new matrix of a's dim1 x dim2: `yes` where holds(a(x, y), b(x, y)), 0 elsewhere.
 template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b, F holds, UBYTE yes)
 {
@@ -14,5 +16,7 @@ template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b,
         ViewOf<T>(b));
     return r;
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+namespace kavrix::inner {
+
 /// Sets m(x, y) where it lies in the picture.
 template <class T> void SetInside(const Mat<T>& m, int x, int y, T color)
 {
@@ -59,5 +61,7 @@ template <class T> void Line(const Mat<T>& m, int x1, int y1, int x2, int y2, T 
         plot();
     }
 }
+
+} // namespace kavrix::inner
 
 #endif

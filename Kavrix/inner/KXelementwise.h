@@ -6,6 +6,8 @@
 
 #include <cstddef>
 
+namespace kavrix::inner {
+
 /// Sizes in the three dimensions.
 struct Shape {
     int dim1, dim2, dim3;
@@ -62,5 +64,7 @@ template <class A, class B, class F> inline void Elementwise(const KX_Base& a, c
 {
     ElementwiseOver(ShapeOf(a), f, ViewOf<A>(a), ViewOf<B>(b));
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <functional>
 
+namespace kavrix::inner {
+
 /// The best element of v, the first of equals: `better` is a strict order.
 template <class T, class Better> T BestValue(const Vec<T>& v, Better better)
 {
@@ -93,5 +95,7 @@ template <class V, class T> V& SquareRoot(V& v, T)
     });
     return v;
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace kavrix::inner {
+
 /// Partitions a[lo .. hi] around its middle element.
 /// \return {j, i}, j < i: a[lo .. j] <= pivot <= a[i .. hi], and what lies between equals the pivot
 template <class A> std::pair<int, int> Partition(A& a, int lo, int hi)
@@ -31,5 +33,7 @@ template <class A> auto SelectRank(A& a, int n, int k)
     }
     return a[k];
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -7,6 +7,8 @@
 
 #include <cstdio>
 
+namespace kavrix::inner {
+
 /// Opens the file, hands its stream to f and closes it.
 /// \return 1 when the file does not open; 5 when f gave 0 but what it wrote could not be flushed; else what f
 ///         gave
@@ -28,5 +30,7 @@ inline bool IsEmpty(const KX_Base& a)
 {
     return a.pblock == nullptr || a.p_data == nullptr || a.dim1 < 1 || a.dim2 < 1;
 }
+
+} // namespace kavrix::inner
 
 #endif

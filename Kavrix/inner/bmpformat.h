@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace kavrix::inner {
+
 /// BMPHEADER, 14 bytes, and INFOHEADER, 40 bytes.
 struct BmpHeaders {
     std::uint16_t type = bmpType;  ///< "BM"
@@ -39,5 +41,7 @@ template <class T> unsigned char* PutLittleEndian(unsigned char* bytes, T number
     for (unsigned i = 0; i < sizeof(T); i++) *bytes++ = static_cast<unsigned char>(value >> (8 * i));
     return bytes;
 }
+
+} // namespace kavrix::inner
 
 #endif

@@ -18,9 +18,9 @@ namespace {
 /// The composed line, or "(unformatted)".
 std::string Composed(int errorCode, const std::string& message)
 {
-    char line[errorLineSize];
+    char line[kavrix::errorLineSize];
     std::memset(line, 'x', sizeof line);
-    return ComposeErrorLine(line, errorCode, message.c_str()) ? std::string(line) : "(unformatted)";
+    return kavrix::ComposeErrorLine(line, errorCode, message.c_str()) ? std::string(line) : "(unformatted)";
 }
 
 const std::string stamp = "01/01 00:00:00.000 > -999 Err1 in";
@@ -137,9 +137,9 @@ TEST(ErrorLine, NameLongerThanTheBufferIsCut)
 
 TEST(ErrorLine, RestOfTheBufferKeepsItsFilling)
 {
-    char line[errorLineSize];
+    char line[kavrix::errorLineSize];
     std::memset(line, 'x', sizeof line);
-    ASSERT_TRUE(ComposeErrorLine(line, 1, "m"));
+    ASSERT_TRUE(kavrix::ComposeErrorLine(line, 1, "m"));
     const std::string text = stamp + ": m";
     ASSERT_EQ(std::string(line), text);
     for (std::size_t i = text.size() + 1; i < sizeof line; i++)
@@ -150,13 +150,13 @@ TEST(ErrorLine, LongestPossibleLineStaysInItsBuffer)
 {
     struct {
         char before[16];
-        char line[errorLineSize];
+        char line[kavrix::errorLineSize];
         char after[16];
     } guarded;
     std::memset(&guarded, 'g', sizeof guarded);
     // 33 characters of stamp with the code's 11 for its 1, ": ", 139 of the message: more than the line has.
-    ASSERT_TRUE(ComposeErrorLine(guarded.line, INT_MIN, std::string(139, 'm').c_str()));
-    EXPECT_EQ(std::string(guarded.line).size(), std::size_t{errorLineSize} - 1);
+    ASSERT_TRUE(kavrix::ComposeErrorLine(guarded.line, INT_MIN, std::string(139, 'm').c_str()));
+    EXPECT_EQ(std::string(guarded.line).size(), std::size_t{kavrix::errorLineSize} - 1);
     EXPECT_EQ(std::string(guarded.line).substr(0, 47), "01/01 00:00:00.000 > -999 Err-2147483648 in: mm");
     EXPECT_EQ(std::string(guarded.before, 16), std::string(16, 'g'));
     EXPECT_EQ(std::string(guarded.after, 16), std::string(16, 'g'));

@@ -366,7 +366,7 @@ TYPED_TEST(Drawing, LinesWriteOnlyIntoTheirView)
 
 TYPED_TEST(Drawing, DrawsIntoAFrameOfASequence)
 {
-    using Cub = typename Family<TypeParam>::Cub;
+    using Cub = typename kavrix::Family<TypeParam>::Cub;
     Cub seq(10, 8, 3);
     seq.Fill(0);
     MatOf<TypeParam> frame = seq(RNG::All(), RNG::All(), 1);

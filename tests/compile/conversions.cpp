@@ -20,7 +20,7 @@ static_assert(std::derived_from<VecShort, KX_Short> && std::derived_from<MatShor
 static_assert(std::derived_from<VecInt, KX_Int> && std::derived_from<MatInt, KX_Int>);
 static_assert(std::derived_from<VecFloat, KX_Float> && std::derived_from<MatFloat, KX_Float>);
 static_assert(std::derived_from<CubFloat, KX_Float>);
-static_assert(std::is_void_v<Family<int>::Cub>); // there is no cube of ints
+static_assert(std::is_void_v<kavrix::Family<int>::Cub>); // there is no cube of ints
 
 template <class... A>
 constexpr bool plainClasses = ((!std::is_polymorphic_v<A> && sizeof(A) == sizeof(KX_Base) &&
@@ -92,7 +92,7 @@ static_assert(!converts<KX_Base, KX_Byte> && !converts<MatShort, KX_Byte>);
 // ---------------------------------------------------------------------------------- constructors
 
 template <class T, class V, class M> constexpr bool plainConstructors =
-    made<typename Family<T>::Elem, int, int, int>&& made<V, int>&& made<V, RNG>&& made<M, int, int>&&
+    made<typename kavrix::Family<T>::Elem, int, int, int>&& made<V, int>&& made<V, RNG>&& made<M, int, int>&&
         made<M, AOI>&& made<V, const V*, RNG>&& made<V, const M*, RNG, int>&& made<V, const M*, int, RNG>&&
             made<M, const M*, RNG, RNG>;
 static_assert(plainConstructors<UBYTE, VecByte, MatByte> && plainConstructors<short, VecShort, MatShort>);

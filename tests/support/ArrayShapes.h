@@ -22,10 +22,10 @@ using AllElements = ::testing::Types<UBYTE, short, int, float>;
 using IntegerElements = ::testing::Types<UBYTE, short, int>;
 using CubeElements = ::testing::Types<UBYTE, short, float>; // there is no cube of ints
 
-template <class T> using ElemOf = typename Family<T>::Elem;
-template <class T> using VecOf = typename Family<T>::Vec;
-template <class T> using MatOf = typename Family<T>::Mat;
-template <class T> using CubOf = typename Family<T>::Cub;
+template <class T> using ElemOf = typename kavrix::Family<T>::Elem;
+template <class T> using VecOf = typename kavrix::Family<T>::Vec;
+template <class T> using MatOf = typename kavrix::Family<T>::Mat;
+template <class T> using CubOf = typename kavrix::Family<T>::Cub;
 
 /// Equal bit for bit; one "not a number" is as good as another.
 template <class T> bool Same(T a, T b)

@@ -93,10 +93,10 @@ inline Sequence NoiseSequence(Random& random, int w, int h, int n)
 
 // ---------------------------------------------------------------------------------- library arrays
 
-template <class T> using MatOf = typename Family<T>::Mat;
+template <class T> using MatOf = typename kavrix::Family<T>::Mat;
 
 /// An array without storage gives an empty picture.
-template <class T> Picture<T> PictureOf(const Mat<T>& m)
+template <class T> Picture<T> PictureOf(const kavrix::Mat<T>& m)
 {
     if (m.p_data == nullptr) return {};
     Picture<T> picture(m.dim1 > 0 ? m.dim1 : 0, m.dim2 > 0 ? m.dim2 : 0);
@@ -243,7 +243,7 @@ template <class T> testing::AssertionResult Same(const Picture<T>& got, const Pi
     return result << "; " << differing << " of " << got.w << " x " << got.h << " pixels differ";
 }
 
-template <class T> testing::AssertionResult Same(const Mat<T>& got, const Picture<T>& wanted)
+template <class T> testing::AssertionResult Same(const kavrix::Mat<T>& got, const Picture<T>& wanted)
 {
     return Same(PictureOf<T>(got), wanted);
 }

@@ -102,7 +102,7 @@ template <class M, class T> M ToMatrix(const reference::Picture<T>& picture)
     return pictures::ArrayOf(picture);
 }
 
-template <class T> reference::Picture<T> ToPicture(const Mat<T>& m) { return pictures::PictureOf(m); }
+template <class T> reference::Picture<T> ToPicture(const kavrix::Mat<T>& m) { return pictures::PictureOf(m); }
 
 template <class V, class T> V ToVector(const std::vector<T>& values)
 {
