@@ -94,10 +94,10 @@ void MatByte::WriteTIFF(const char* fname) const
 void MatByte::WriteTIFF(std::FILE* fout) const
 {
     if (fout == nullptr) error(1, cannotOpenTiff);
-    // Sizes without storage behind them are written as an empty picture.
-    const auto width = static_cast<std::uint32_t>(p_data ? dim1 : 0);
-    const auto height = static_cast<std::uint32_t>(p_data ? dim2 : 0);
-    const std::uint32_t pixels = 154, pixelsEnd = pixels + width * height;
+    // The sizes are written as they are; without storage there are no pixels behind them.
+    const auto width = static_cast<std::uint32_t>(dim1), height = static_cast<std::uint32_t>(dim2);
+    const std::uint32_t pixels = 154, pixelBytes = p_data ? width * height : 0,
+                        pixelsEnd = pixels + pixelBytes;
     const std::uint32_t resolutionX = pixelsEnd + pixelsEnd % 2, resolutionY = resolutionX + 8;
 
     PutByte('M', fout, tiffWriteFailed);
@@ -118,7 +118,7 @@ void MatByte::WriteTIFF(std::FILE* fout) const
         {273, typeLong, pixels},          // strip offsets
         {277, typeShort, 1},              // samples per pixel
         {278, typeLong, height},          // rows per strip
-        {279, typeLong, width * height},  // strip byte counts
+        {279, typeLong, pixelBytes},      // strip byte counts
         {282, typeRational, resolutionX}, // X resolution
         {283, typeRational, resolutionY}, // Y resolution
         {296, typeShort, 1},              // resolution unit: none

@@ -574,6 +574,28 @@ TEST(WriteTIFF, AnEmptyMatrixGivesAFileWithoutPixels)
     EXPECT_EQ(tiff.Long(10 + 9 * 12 + 8), 154u);
 }
 
+TEST(WriteTIFF, AMatrixWithoutStorageWritesTheHeightThatItHas)
+{
+    const auto heights = [](const MatByte& m) {
+        const std::string bytes = TiffOf(m);
+        EXPECT_EQ(bytes.size(), 154u + 16);
+        const TiffBytes tiff(bytes);
+        EXPECT_EQ(tiff.Long(10 + 8), 0u); // width
+        EXPECT_EQ(tiff.Long(10 + 1 * 12 + 8), tiff.Long(10 + 7 * 12 + 8)) << "rows per strip";
+        return tiff.Long(10 + 1 * 12 + 8);
+    };
+    EXPECT_EQ(heights(MatByte()), 1u);
+    MatByte detached;
+    UBYTE pixels[6] = {};
+    detached.Attach_to_raw_image(pixels, 3, 2);
+    detached.Detach_from_raw_image();
+    EXPECT_EQ(heights(detached), 0u);
+    MatByte resized;
+    resized.Resize(0, 5);
+    ASSERT_EQ(resized.pblock, nullptr);
+    EXPECT_EQ(heights(resized), 5u);
+}
+
 TEST(WriteTIFF, AFileThatDoesNotOpenStops)
 {
     TemporaryFolder folder;
