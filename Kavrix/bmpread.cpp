@@ -1,16 +1,14 @@
 // Reading of 8, 16 and 24-bit BMP files.
 #include <Kavrix/bmpread.h>
 
-#include <Kavrix/inner/WithFile.h>
 #include <Kavrix/inner/bmpformat.h>
+#include <Kavrix/inner/imagefile.h>
 
 #include <algorithm>
 
 using namespace kavrix::inner;
 
 namespace {
-
-enum { loaded = 0, noFile = 1, otherDepth = 2, notAccepted = 4 };
 
 bool ReadBytes(std::FILE* fin, unsigned char* to, std::size_t count)
 {
@@ -22,22 +20,10 @@ bool ReadHeaders(std::FILE* fin, BmpHeaders& h)
 {
     unsigned char bytes[BmpHeaders::size];
     if (!ReadBytes(fin, bytes, BmpHeaders::fileHeaderSize)) return false;
-    h.type = GetLittleEndian<std::uint16_t>(bytes);
-    if (h.type != BmpHeaders::bmpType) return false;
-    if (!ReadBytes(fin, bytes + BmpHeaders::fileHeaderSize, BmpHeaders::size - BmpHeaders::fileHeaderSize))
-        return false;
-    h.fileSize = GetLittleEndian<std::uint32_t>(bytes + 2);
-    h.dataOffset = GetLittleEndian<std::uint32_t>(bytes + 10);
-    h.headerSize = GetLittleEndian<std::uint32_t>(bytes + 14);
-    h.width = GetLittleEndian<std::int32_t>(bytes + 18);
-    h.height = GetLittleEndian<std::int32_t>(bytes + 22);
-    h.planes = GetLittleEndian<std::uint16_t>(bytes + 26);
-    h.bitsPerPixel = GetLittleEndian<std::uint16_t>(bytes + 28);
-    h.compression = GetLittleEndian<std::uint32_t>(bytes + 30);
-    h.imageSize = GetLittleEndian<std::uint32_t>(bytes + 34);
-    h.coloursUsed = GetLittleEndian<std::uint32_t>(bytes + 46);
-    h.coloursImportant = GetLittleEndian<std::uint32_t>(bytes + 50);
-    return h.headerSize == 40 && h.width != 0 && h.height != 0;
+    if (GetLittleEndian<std::uint16_t>(bytes) != BmpHeaders::bmpType) return false;
+    if (!ReadBytes(fin, bytes + BmpHeaders::fileHeaderSize, BmpHeaders::infoHeaderSize)) return false;
+    h = ParseBmpHeaders(bytes);
+    return h.headerSize == BmpHeaders::infoHeaderSize && h.width != 0 && h.height != 0;
 }
 
 // Moves from here by a 32-bit distance taken as signed: offsets smaller than the headers and image sizes
@@ -58,16 +44,16 @@ std::uint32_t RowPadding(const BmpHeaders& h, std::uint32_t imageSize, std::uint
 template <class Store, class After>
 int ReadRows(std::FILE* fin, int count, int rows, int width, Store store, After afterRow)
 {
-    if (rows < 1) return loaded;
-    if (count < 1) return notAccepted; // a row of negative width cannot be read
+    if (rows < 1) return imageDone;
+    if (count < 1) return imageNotAccepted; // a row of negative width cannot be read
     MatByte buffer(width, count);
     for (int y = rows - 1; y >= 0; y--) {
         const std::size_t wanted = static_cast<std::size_t>(count) * static_cast<std::size_t>(width);
         const std::size_t got = std::fread(&buffer(0, 0), 1, wanted, fin);
         store(y, &buffer(0, 0), static_cast<int>(got / static_cast<std::size_t>(width)));
-        if (got != wanted || !afterRow()) return notAccepted;
+        if (got != wanted || !afterRow()) return imageNotAccepted;
     }
-    return loaded;
+    return imageDone;
 }
 
 } // namespace
@@ -79,18 +65,18 @@ int MatByte::ReadBMP(const char* fname)
 
 int MatByte::ReadBMP(std::FILE* fin)
 {
-    if (fin == nullptr) return noFile;
+    if (fin == nullptr) return imageNotOpened;
     BmpHeaders h;
     if (!ReadHeaders(fin, h) || h.compression != BmpHeaders::uncompressed || h.bitsPerPixel != 8)
-        return notAccepted;
+        return imageNotAccepted;
 
     // The red components of the palette, 0 for entries that the file does not give.
     UBYTE red[256] = {};
     const std::uint32_t colours = h.coloursUsed != 0 ? h.coloursUsed : 256;
-    if (colours > 256) return notAccepted;
+    if (colours > 256) return imageNotAccepted;
     for (std::uint32_t i = 0; i < colours; i++) {
         unsigned char entry[4]; // blue, green, red, reserved
-        if (!ReadBytes(fin, entry, sizeof entry)) return notAccepted;
+        if (!ReadBytes(fin, entry, sizeof entry)) return imageNotAccepted;
         red[i] = entry[2];
     }
 
@@ -104,7 +90,7 @@ int MatByte::ReadBMP(std::FILE* fin)
     const std::uint32_t padding = RowPadding(h, imageSize, width);
     const int rows = std::max(h.height, 0);
     for (int y = rows - 1; y >= 0 && step1 == 1; y--) { // rows of a view with gaps are not read
-        if (h.width < 0 || !ReadBytes(fin, &(*this)(0, y), width)) return notAccepted;
+        if (h.width < 0 || !ReadBytes(fin, &(*this)(0, y), width)) return imageNotAccepted;
         Skip(fin, padding);
     }
 
@@ -114,7 +100,7 @@ int MatByte::ReadBMP(std::FILE* fin)
     for (int i = 0; i < 256; i++) changesValues |= red[i] != i;
     for (int y = 0; y < rows && changesValues; y++)
         for (int x = 0; x < h.width - 1; x++) (*this)(x, y) = red[(*this)(x, y)];
-    return loaded;
+    return imageDone;
 }
 
 int CubByte::ReadBMP(const char* fname)
@@ -124,11 +110,11 @@ int CubByte::ReadBMP(const char* fname)
 
 int CubByte::ReadBMP(std::FILE* fin)
 {
-    if (fin == nullptr) return noFile;
+    if (fin == nullptr) return imageNotOpened;
     BmpHeaders h;
-    if (!ReadHeaders(fin, h) || h.compression != BmpHeaders::uncompressed) return notAccepted;
-    if (h.bitsPerPixel != 8 && h.bitsPerPixel != 24 && h.bitsPerPixel != 32) return notAccepted;
-    if (h.bitsPerPixel != 24) return otherDepth;
+    if (!ReadHeaders(fin, h) || h.compression != BmpHeaders::uncompressed) return imageNotAccepted;
+    if (h.bitsPerPixel != 8 && h.bitsPerPixel != 24 && h.bitsPerPixel != 32) return imageNotAccepted;
+    if (h.bitsPerPixel != 24) return imageOtherDepth;
 
     // The padding is formed with the width that the cube has BEFORE it is resized: it is the true one only
     // for a cube that is empty on entry; with any other it comes out negative.
@@ -137,7 +123,7 @@ int CubByte::ReadBMP(std::FILE* fin)
         padding = RowPadding(h, h.imageSize, 3 * static_cast<std::uint32_t>(dim1)) -
                   3 * static_cast<std::uint32_t>(h.width);
     const int skip = static_cast<std::int32_t>(padding);
-    if (skip > 3) return notAccepted;
+    if (skip > 3) return imageNotAccepted;
 
     Resize(h.width, h.height, 3);
     Skip(fin, h.dataOffset - BmpHeaders::size);
@@ -165,15 +151,15 @@ int MatShort::ReadBMP(const char* fname)
 
 int MatShort::ReadBMP(std::FILE* fin)
 {
-    if (fin == nullptr) return noFile;
+    if (fin == nullptr) return imageNotOpened;
     BmpHeaders h;
     if (!ReadHeaders(fin, h) || h.compression != BmpHeaders::bitFields || h.bitsPerPixel != 16 ||
         h.imageSize == 0)
-        return notAccepted;
+        return imageNotAccepted;
 
     Resize(h.width, h.height);
     unsigned char masks[12]; // red, green, blue; any will do, and the pixels follow at once
-    if (!ReadBytes(fin, masks, sizeof masks)) return notAccepted;
+    if (!ReadBytes(fin, masks, sizeof masks)) return imageNotAccepted;
 
     const std::uint32_t padding = RowPadding(h, h.imageSize, 2 * static_cast<std::uint32_t>(h.width));
     return ReadRows(

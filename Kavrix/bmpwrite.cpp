@@ -2,8 +2,8 @@
 #include <Kavrix/bmpwrite.h>
 
 #include <Kavrix/inner/KXarith.h>
-#include <Kavrix/inner/WithFile.h>
 #include <Kavrix/inner/bmpformat.h>
+#include <Kavrix/inner/imagefile.h>
 
 #include <bit>
 #include <cstring>
@@ -11,8 +11,6 @@
 using namespace kavrix::inner;
 
 namespace {
-
-enum { written = 0, noStream = 1, emptyArray = 3, writeFailed = 5 };
 
 bool WriteBytes(std::FILE* fout, const unsigned char* bytes, std::size_t count)
 {
@@ -22,21 +20,7 @@ bool WriteBytes(std::FILE* fout, const unsigned char* bytes, std::size_t count)
 bool WriteHeaders(std::FILE* fout, const BmpHeaders& h)
 {
     unsigned char bytes[BmpHeaders::size];
-    unsigned char* p = PutLittleEndian(bytes, h.type);
-    p = PutLittleEndian(p, h.fileSize);
-    p = PutLittleEndian(p, std::uint32_t{0}); // reserved, twice 16 bits
-    p = PutLittleEndian(p, h.dataOffset);
-    p = PutLittleEndian(p, h.headerSize);
-    p = PutLittleEndian(p, h.width);
-    p = PutLittleEndian(p, h.height);
-    p = PutLittleEndian(p, h.planes);
-    p = PutLittleEndian(p, h.bitsPerPixel);
-    p = PutLittleEndian(p, h.compression);
-    p = PutLittleEndian(p, h.imageSize);
-    p = PutLittleEndian(p, std::uint32_t{0}); // pixels per metre, across
-    p = PutLittleEndian(p, std::uint32_t{0}); // and down
-    p = PutLittleEndian(p, h.coloursUsed);
-    PutLittleEndian(p, h.coloursImportant);
+    ComposeBmpHeaders(h, bytes);
     return WriteBytes(fout, bytes, sizeof bytes);
 }
 
@@ -63,7 +47,7 @@ bool WriteMasks(std::FILE* fout)
 template <class Between, class Pack>
 int WriteFile(std::FILE* fout, const KX_Base& a, PIX_FMT imgFmt, int betweenBytes, Between between, Pack pack)
 {
-    if (fout == nullptr) return noStream;
+    if (fout == nullptr) return imageNotOpened;
     const int bpp = BytesPerPixel(imgFmt);
     const std::int64_t pixelBytes = std::int64_t{bpp} * a.dim1;
     const int fill = static_cast<int>(-pixelBytes & 3);
@@ -78,16 +62,16 @@ int WriteFile(std::FILE* fout, const KX_Base& a, PIX_FMT imgFmt, int betweenByte
     h.imageSize = static_cast<std::uint32_t>(bpp * (std::int64_t{a.dim2} * (std::int64_t{a.dim1} + fill)));
     h.dataOffset = static_cast<std::uint32_t>(BmpHeaders::size + betweenBytes);
     h.fileSize = h.dataOffset + h.imageSize;
-    if (!WriteHeaders(fout, h) || !between(fout)) return writeFailed;
+    if (!WriteHeaders(fout, h) || !between(fout)) return imageNotWritten;
 
     const std::int64_t rowBytes = pixelBytes + fill;
     VecByte row(rowBytes <= INT32_MAX ? static_cast<int>(rowBytes) : -1); // too long a row: not enough memory
     row.Fill(0);
     for (int y = a.dim2 - 1; y >= 0; y--) {
         pack(y, &row(0));
-        if (!WriteBytes(fout, &row(0), static_cast<std::size_t>(rowBytes))) return writeFailed;
+        if (!WriteBytes(fout, &row(0), static_cast<std::size_t>(rowBytes))) return imageNotWritten;
     }
-    return written;
+    return imageDone;
 }
 
 const auto nothing = [](std::FILE*) { return true; };
@@ -101,7 +85,7 @@ int MatByte::WriteBMP(const char* fname) const
 
 int MatByte::WriteBMP(std::FILE* fout) const
 {
-    if (IsEmpty(*this)) return emptyArray;
+    if (IsEmpty(*this)) return imageEmpty;
     return WriteFile(fout, *this, PIX_FMT_Y8, 1024, WriteGreyPalette, [this](int y, unsigned char* p) {
         if (step1 == 1) std::memcpy(p, &(*this)(0, y), static_cast<std::size_t>(dim1));
         else
@@ -116,7 +100,7 @@ int CubByte::WriteBMP(const char* fname) const
 
 int CubByte::WriteBMP(std::FILE* fout) const
 {
-    if (IsEmpty(*this) || dim3 != 3) return emptyArray;
+    if (IsEmpty(*this) || dim3 != 3) return imageEmpty;
     return WriteFile(fout, *this, PIX_FMT_RGB24, 0, nothing, [this](int y, unsigned char* p) {
         for (int x = 0; x < dim1; x++)
             for (int plane = 2; plane >= 0; plane--) *p++ = (*this)(x, y, plane); // blue, green, red
@@ -130,7 +114,7 @@ int MatShort::WriteBMP(const char* fname) const
 
 int MatShort::WriteBMP(std::FILE* fout) const
 {
-    if (IsEmpty(*this)) return emptyArray;
+    if (IsEmpty(*this)) return imageEmpty;
     return WriteFile(fout, *this, PIX_FMT_Y16, 12, WriteMasks, [this](int y, unsigned char* p) {
         if (step1 == 1 && std::endian::native == std::endian::little)
             std::memcpy(p, &(*this)(0, y), sizeof(short) * static_cast<std::size_t>(dim1));
@@ -146,7 +130,7 @@ int MatShort::WriteBMP8bpp(const char* fname, short offset) const
 
 int MatShort::WriteBMP8bpp(std::FILE* fout, short offset) const
 {
-    if (IsEmpty(*this)) return emptyArray;
+    if (IsEmpty(*this)) return imageEmpty;
     return WriteFile(fout, *this, PIX_FMT_Y8, 1024, WriteGreyPalette, [=, this](int y, unsigned char* p) {
         for (int x = 0; x < dim1; x++) p[x] = static_cast<unsigned char>(((*this)(x, y) + offset) >> 4);
     });

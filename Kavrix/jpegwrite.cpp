@@ -1,7 +1,7 @@
 // Writing of grey and colour JPEG files.
 #include <Kavrix/jpegwrite.h>
 
-#include <Kavrix/inner/WithFile.h>
+#include <Kavrix/inner/imagefile.h>
 
 #include <algorithm>
 #include <cstring>
@@ -12,13 +12,11 @@ using namespace kavrix::inner;
 
 namespace {
 
-enum { written = 0, noStream = 1, emptyArray = 3, writeFailed = 5 };
-
 // One picture of a's width and height. rowOf(y) gives the samples of row y.
 template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int components, J_COLOR_SPACE space,
                                     int quality, RowOf rowOf)
 {
-    if (outfile == nullptr) return noStream;
+    if (outfile == nullptr) return imageNotOpened;
     // libjpeg's standard error manager ends the process at its first error, so nothing arrives here; only an
     // error manager that throws, linked in its place, would.
     try {
@@ -42,10 +40,10 @@ template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int co
         jpeg_destroy_compress(&cinfo);
     } catch (...) {
         std::fflush(outfile);
-        return writeFailed;
+        return imageNotWritten;
     }
     std::fflush(outfile);
-    return written;
+    return imageDone;
 }
 
 } // namespace
@@ -57,7 +55,7 @@ int MatByte::WriteJPG(const char* fname, int quality) const
 
 int MatByte::WriteJPG(std::FILE* outfile, int quality) const
 {
-    if (IsEmpty(*this)) return emptyArray;
+    if (IsEmpty(*this)) return imageEmpty;
     return Compress(outfile, *this, 1, JCS_GRAYSCALE, quality, [this](int y) { return &(*this)(0, y); });
 }
 
@@ -68,7 +66,7 @@ int CubByte::WriteJPG(const char* fname, int quality) const
 
 int CubByte::WriteJPG(std::FILE* outfile, int quality) const
 {
-    if (IsEmpty(*this) || dim3 != 3) return emptyArray;
+    if (IsEmpty(*this) || dim3 != 3) return imageEmpty;
     const std::int64_t samples = std::int64_t{3} * dim1;
     // A row too long for the format ends in libjpeg before any of its samples are asked for.
     VecByte padded(static_cast<int>(std::min<std::int64_t>(samples, 3 * JPEG_MAX_DIMENSION)));

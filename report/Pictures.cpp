@@ -23,49 +23,37 @@ const int mostPixels = 16384; // of a side: no camera of this kind has more
 
 std::string TooLarge() { return "larger than " + std::to_string(mostPixels) + " pixels"; }
 
-/// The fields that both kinds of BMP files go by. Their pixels must lie inside the file.
-struct BmpFields {
-    std::uint32_t offset = 0;
-    int width = 0, height = 0;
-    std::uint16_t bits = 0;
-    std::uint32_t compression = 0;
-};
-
-std::string ReadFields(const std::string& file, BmpFields& f)
+/// The headers of both kinds of BMP files. Their pixels must lie inside the file.
+std::string ReadHeaders(const std::string& file, BmpHeaders& h)
 {
     const unsigned char* const p = Bytes(file);
     if (file.size() < 2 || GetLittleEndian<std::uint16_t>(p) != BmpHeaders::bmpType) return "not a BMP file";
     if (file.size() < BmpHeaders::size) return "cut short within its header";
-    if (GetLittleEndian<std::uint32_t>(p + 14) != BmpHeaders{}.headerSize)
-        return "a BMP file with another kind of header";
-    f.offset = GetLittleEndian<std::uint32_t>(p + 10);
-    f.width = GetLittleEndian<std::int32_t>(p + 18);
-    f.height = GetLittleEndian<std::int32_t>(p + 22);
-    f.bits = GetLittleEndian<std::uint16_t>(p + 28);
-    f.compression = GetLittleEndian<std::uint32_t>(p + 30);
-    if (f.width > mostPixels || f.height > mostPixels) return TooLarge();
-    if (f.width < 1 || f.height < 1) return "a BMP file without width or height, or stored top row first";
+    h = ParseBmpHeaders(p);
+    if (h.headerSize != BmpHeaders::infoHeaderSize) return "a BMP file with another kind of header";
+    if (h.width > mostPixels || h.height > mostPixels) return TooLarge();
+    if (h.width < 1 || h.height < 1) return "a BMP file without width or height, or stored top row first";
     return {};
 }
 
-std::uint64_t RowBytes(const BmpFields& f)
+std::uint64_t RowBytes(const BmpHeaders& h)
 {
-    return (std::uint64_t{f.bits} / 8 * static_cast<std::uint64_t>(f.width) + 3) & ~3ull;
+    return (std::uint64_t{h.bitsPerPixel} / 8 * static_cast<std::uint64_t>(h.width) + 3) & ~3ull;
 }
 
 /// Whether all rows lie inside the file.
-std::string CheckLength(const std::string& file, const BmpFields& f, std::uint64_t rowBytes)
+std::string CheckLength(const std::string& file, const BmpHeaders& h, std::uint64_t rowBytes)
 {
-    if (f.offset + rowBytes * static_cast<std::uint64_t>(f.height) <= file.size()) return {};
-    return "cut short: " + std::to_string(f.width) + " x " + std::to_string(f.height) + " pixels need " +
-           std::to_string(f.offset + rowBytes * static_cast<std::uint64_t>(f.height)) + " bytes, there are " +
-           std::to_string(file.size());
+    if (h.dataOffset + rowBytes * static_cast<std::uint64_t>(h.height) <= file.size()) return {};
+    return "cut short: " + std::to_string(h.width) + " x " + std::to_string(h.height) + " pixels need " +
+           std::to_string(h.dataOffset + rowBytes * static_cast<std::uint64_t>(h.height)) +
+           " bytes, there are " + std::to_string(file.size());
 }
 
-std::string OtherKind(const BmpFields& f)
+std::string OtherKind(const BmpHeaders& h)
 {
-    return "a BMP file of " + std::to_string(f.bits) + " bits per pixel, compression " +
-           std::to_string(f.compression);
+    return "a BMP file of " + std::to_string(h.bitsPerPixel) + " bits per pixel, compression " +
+           std::to_string(h.compression);
 }
 
 /// libjpeg leaves an operation at its first error and comes back here.
@@ -90,28 +78,28 @@ void TakeSeriously(j_common_ptr info, int level)
 std::string ReadShortPicture(const std::string& file, MatShort& picture)
 {
     const int masks = 12; // bytes between the headers and the pixels
-    BmpFields f;
-    if (std::string problem = ReadFields(file, f); !problem.empty()) return problem;
-    if (f.bits != 16 || f.compression != BmpHeaders::bitFields) return OtherKind(f);
-    if (f.offset < BmpHeaders::size + masks) return "a BMP file whose pixels begin within its header";
-    const std::uint64_t rowBytes = RowBytes(f);
-    if (std::string problem = CheckLength(file, f, rowBytes); !problem.empty()) return problem;
+    BmpHeaders h;
+    if (std::string problem = ReadHeaders(file, h); !problem.empty()) return problem;
+    if (h.bitsPerPixel != 16 || h.compression != BmpHeaders::bitFields) return OtherKind(h);
+    if (h.dataOffset < BmpHeaders::size + masks) return "a BMP file whose pixels begin within its header";
+    const std::uint64_t rowBytes = RowBytes(h);
+    if (std::string problem = CheckLength(file, h, rowBytes); !problem.empty()) return problem;
 
-    picture.Resize(f.width, f.height);
-    const unsigned char* row = Bytes(file) + f.offset;
-    for (int y = f.height - 1; y >= 0; y--, row += rowBytes)
-        for (int x = 0; x < f.width; x++)
+    picture.Resize(h.width, h.height);
+    const unsigned char* row = Bytes(file) + h.dataOffset;
+    for (int y = h.height - 1; y >= 0; y--, row += rowBytes)
+        for (int x = 0; x < h.width; x++)
             picture(x, y) = GetLittleEndian<short>(row + std::size_t{2} * static_cast<std::size_t>(x));
     return {};
 }
 
 std::string ReadFrame(const std::string& file, MatByte& frame)
 {
-    BmpFields f;
-    if (std::string problem = ReadFields(file, f); !problem.empty()) return problem;
-    if (f.bits != 8 || f.compression != BmpHeaders::uncompressed) return OtherKind(f);
+    BmpHeaders h;
+    if (std::string problem = ReadHeaders(file, h); !problem.empty()) return problem;
+    if (h.bitsPerPixel != 8 || h.compression != BmpHeaders::uncompressed) return OtherKind(h);
     // What follows a row is the file's affair; its pixels alone must be there.
-    if (std::string problem = CheckLength(file, f, static_cast<std::uint64_t>(f.width)); !problem.empty())
+    if (std::string problem = CheckLength(file, h, static_cast<std::uint64_t>(h.width)); !problem.empty())
         return problem;
     std::FILE* const stream = fmemopen(const_cast<char*>(file.data()), file.size(), "rb");
     const bool loaded = stream != nullptr && frame.ReadBMP(stream) == 0;

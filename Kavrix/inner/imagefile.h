@@ -1,7 +1,7 @@
-// What the picture writers and readers share: opening and closing a file around its stream function, and what
-// counts as an empty picture.
-#ifndef KAVRIX_INNER_WITHFILE_H
-#define KAVRIX_INNER_WITHFILE_H
+// What the BMP and JPEG functions share: their results, opening and closing a file around its stream
+// function, and what counts as an empty picture.
+#ifndef KAVRIX_INNER_IMAGEFILE_H
+#define KAVRIX_INNER_IMAGEFILE_H
 
 #include <Kavrix/KXcommon.h>
 
@@ -9,20 +9,30 @@
 
 namespace kavrix::inner {
 
+/// What reading or writing an image file comes to.
+enum ImageFileResult {
+    imageDone = 0,
+    imageNotOpened = 1,   ///< the file does not open, or there is no stream
+    imageOtherDepth = 2,  ///< an image of another depth
+    imageEmpty = 3,       ///< there is nothing to write
+    imageNotAccepted = 4, ///< not a file that the class takes, or too short
+    imageNotWritten = 5   ///< a write failed
+};
+
 /// Opens the file, hands its stream to f and closes it.
-/// \return 1 when the file does not open; 5 when f gave 0 but what it wrote could not be flushed; else what f
-///         gave
+/// \return what f gave, but imageNotWritten where that was imageDone and the file could not be closed:
+///         what was written has not reached it
 template <class F> int WithFile(const char* fname, const char* mode, F f)
 {
     std::FILE* const fp = std::fopen(fname, mode);
-    if (fp == nullptr) return 1;
+    if (fp == nullptr) return imageNotOpened;
     // Few system calls for pictures of megabytes. The buffer is given: without one the C library keeps its
     // own size.
     char buffer[65536];
     std::setvbuf(fp, buffer, _IOFBF, sizeof buffer);
     const int result = f(fp);
     const bool closed = std::fclose(fp) == 0;
-    return result == 0 && !closed ? 5 : result;
+    return result == imageDone && !closed ? imageNotWritten : result;
 }
 
 /// Whether there is nothing to write: no storage, or no columns or rows.
