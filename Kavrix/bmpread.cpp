@@ -1,4 +1,8 @@
 // Reading of 8, 16 and 24-bit BMP files.
+
+// Positions in files have 64 bits, on systems of 32 bits too.
+#define _FILE_OFFSET_BITS 64
+
 #include <Kavrix/bmpread.h>
 
 #include <Kavrix/inner/bmpformat.h>
@@ -26,11 +30,18 @@ bool ReadHeaders(std::FILE* fin, BmpHeaders& h)
     return h.headerSize == BmpHeaders::infoHeaderSize && h.width != 0 && h.height != 0;
 }
 
-// Moves from here by a 32-bit distance taken as signed: offsets smaller than the headers and image sizes
-// smaller than the pixels move backwards. A position outside the file shows in the next read.
+// Moves forward from here. Distances are formed modulo 2^32 and go forward only: offsets inside the headers
+// and image sizes smaller than the pixels lead beyond the end, which shows in the next read. A stream that
+// cannot be moved there, as a pipe cannot, is read up to there.
 void Skip(std::FILE* fin, std::uint32_t distance)
 {
-    if (distance != 0) std::fseek(fin, static_cast<std::int32_t>(distance), SEEK_CUR);
+    if (distance == 0 || fseeko(fin, static_cast<off_t>(distance), SEEK_CUR) == 0) return;
+    unsigned char passed[4096];
+    while (distance > 0) {
+        const std::size_t wanted = std::min<std::size_t>(distance, sizeof passed);
+        if (!ReadBytes(fin, passed, wanted)) return;
+        distance -= static_cast<std::uint32_t>(wanted);
+    }
 }
 
 // Stored bytes of a row beyond `pixelBytes`, modulo 2^32 like all the sizes of the file.

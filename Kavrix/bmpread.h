@@ -9,6 +9,9 @@
 /// Refused are compressed files, other header sizes than 40, sizes of 0, other depths, palettes of more
 /// than 256 entries, and 16-bit files that do not give their image size.
 ///
+/// Pixels and rows are looked for forward only: in a file whose data offset lies inside its headers or
+/// palette, or whose image size is smaller than its pixels, they would lie beyond its end.
+///
 /// The array is resized to the file's size before pixels are read: after a failure it may be resized and
 /// partly filled. A shared array of another size cannot be resized, which is the library's fail-stop.
 ///

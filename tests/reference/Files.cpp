@@ -152,7 +152,7 @@ BmpFile readBmpByte(const Bytes& file)
 
     // Headers.
     if (file.size() < 14 || get16(file, 0) != 0x4D42) return refuse();
-    const std::int32_t dataOffset = low32(get32(file, 10));
+    const std::uint32_t dataOffset = get32(file, 10);
     if (file.size() < 54 || get32(file, 14) != 40) return refuse();
     const std::int32_t width = low32(get32(file, 18));
     const std::int32_t height = low32(get32(file, 22));
@@ -170,15 +170,12 @@ BmpFile readBmpByte(const Bytes& file)
     bmp.height = height;
     if (width > 0 && height > 0) bmp.picture = Picture<std::uint8_t>(width, height);
 
-    // Seeks are from the current position, by a distance of 32 bits; one that would leave the file at its
-    // front fails and moves nothing.
+    // Seeks go forward from the current position, by a distance modulo 2^32.
     std::int64_t position = 54 + 4 * std::int64_t{colours};
-    const auto seek = [&position](std::int64_t by) {
-        if (position + by >= 0) position += by;
-    };
-    seek(low32(std::int64_t{dataOffset} - 4 * std::int64_t{colours} - 54));
+    position += static_cast<std::uint32_t>(dataOffset - 4 * colours - 54);
     if (imageSize == 0) imageSize = static_cast<std::uint32_t>(mul32(width, height));
-    const std::int32_t skip = low32(std::int64_t{imageSize / static_cast<std::uint32_t>(height)} - width);
+    const std::uint32_t skip =
+        imageSize / static_cast<std::uint32_t>(height) - static_cast<std::uint32_t>(width);
 
     // Rows, the bottom one first.
     const std::int64_t size = static_cast<std::int64_t>(file.size());
@@ -189,7 +186,7 @@ BmpFile readBmpByte(const Bytes& file)
             bmp.picture.at(x, y) = file[static_cast<std::size_t>(position)];
             ++position;
         }
-        if (skip != 0) seek(skip);
+        position += skip;
     }
 
     // The palette leaves the last pixel of each row alone.
@@ -202,15 +199,15 @@ namespace {
 
 struct Headers {
     bool accepted = false; // a BMP of 40 more header bytes, with a size
-    std::int32_t dataOffset = 0, width = 0, height = 0;
-    std::uint32_t bits = 0, compression = 0, imageSize = 0;
+    std::int32_t width = 0, height = 0;
+    std::uint32_t dataOffset = 0, bits = 0, compression = 0, imageSize = 0;
 };
 
 Headers headersOf(const Bytes& file)
 {
     Headers h;
     if (file.size() < 54 || get16(file, 0) != 0x4D42 || get32(file, 14) != 40) return h;
-    h.dataOffset = low32(get32(file, 10));
+    h.dataOffset = get32(file, 10);
     h.width = low32(get32(file, 18));
     h.height = low32(get32(file, 22));
     h.bits = get16(file, 28);
@@ -220,10 +217,10 @@ Headers headersOf(const Bytes& file)
     return h;
 }
 
-// Stored bytes of a row beyond the pixels, as a signed number.
-std::int32_t paddingOf(const Headers& h, std::int64_t pixelBytes)
+// Stored bytes of a row beyond the pixels, modulo 2^32.
+std::uint32_t paddingOf(const Headers& h, std::int64_t pixelBytes)
 {
-    return low32(std::int64_t{h.imageSize / static_cast<std::uint32_t>(h.height)} - pixelBytes);
+    return h.imageSize / static_cast<std::uint32_t>(h.height) - static_cast<std::uint32_t>(pixelBytes);
 }
 
 } // namespace
@@ -240,16 +237,14 @@ BmpColourFile readBmpColour(const Bytes& file, int oldWidth)
     }
     // The padding counts with the width that the cube had before.
     const std::int32_t skip =
-        h.imageSize == 0 ? 0 : paddingOf(h, 3 * std::int64_t{oldWidth} + 3 * std::int64_t{h.width});
+        h.imageSize == 0 ? 0 : low32(paddingOf(h, 3 * std::int64_t{oldWidth} + 3 * std::int64_t{h.width}));
     if (skip > 3) return bmp;
 
     bmp.width = h.width;
     bmp.height = h.height;
     if (h.width > 0 && h.height > 0) bmp.planes.fill(Picture<std::uint8_t>(h.width, h.height));
     const std::int64_t size = static_cast<std::int64_t>(file.size());
-    std::int64_t position = 54;
-    const std::int32_t distance = low32(std::int64_t{h.dataOffset} - 54);
-    if (position + distance >= 0) position += distance;
+    std::int64_t position = std::int64_t{54} + static_cast<std::uint32_t>(h.dataOffset - 54);
     for (int y = h.height - 1; y >= 0; --y) {
         if (h.width < 0) return bmp;
         for (int x = 0; x < h.width; ++x) {
@@ -280,7 +275,7 @@ BmpShortFile readBmpShort(const Bytes& file)
     const std::int64_t size = static_cast<std::int64_t>(file.size());
     std::int64_t position = 66;
     if (size < position) return bmp;
-    const std::int32_t skip = paddingOf(h, 2 * std::int64_t{h.width});
+    const std::uint32_t skip = paddingOf(h, 2 * std::int64_t{h.width});
     for (int y = h.height - 1; y >= 0; --y) {
         if (h.width < 0) return bmp;
         for (int x = 0; x < h.width; ++x) {
@@ -288,7 +283,7 @@ BmpShortFile readBmpShort(const Bytes& file)
             bmp.picture.at(x, y) = low16(get16(file, static_cast<std::size_t>(position)));
             position += 2;
         }
-        if (position + skip >= 0) position += skip;
+        position += skip;
     }
     bmp.result = 0;
     return bmp;
