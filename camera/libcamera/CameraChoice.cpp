@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace camera {
+namespace telvane::camera {
 
 std::size_t ChooseCamera(std::span<const std::string> ids)
 {
@@ -13,4 +13,4 @@ std::size_t ChooseCamera(std::span<const std::string> ids)
     return own == ids.end() ? 0 : static_cast<std::size_t>(own - ids.begin());
 }
 
-} // namespace camera
+} // namespace telvane::camera

@@ -21,7 +21,7 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 
-namespace camera {
+namespace telvane::camera {
 
 namespace {
 
@@ -64,22 +64,22 @@ private:
 // A piece of memory of the camera, mapped to be read.
 class Mapping {
 public:
-    Mapping(int fd, std::size_t size)
-        : m_fd(fd), m_size(size), m_start(mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0))
+    Mapping(int descriptor, std::size_t bytes)
+        : fd(descriptor), size(bytes), start(mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0))
     {
     }
     ~Mapping()
     {
-        if (Good()) munmap(m_start, m_size);
+        if (Good()) munmap(start, size);
     }
     Mapping(const Mapping&) = delete;
     Mapping& operator=(const Mapping&) = delete;
 
-    bool Good() const { return m_start != MAP_FAILED; }
-    int Fd() const { return m_fd; }
+    bool Good() const { return start != MAP_FAILED; }
+    int Fd() const { return fd; }
     const unsigned char* At(std::size_t offset) const
     {
-        return static_cast<const unsigned char*>(m_start) + offset;
+        return static_cast<const unsigned char*>(start) + offset;
     }
 
     // Brackets reading with DMA_BUF_SYNC_START and ..._END, so that the processor's cache shows what the
@@ -88,13 +88,13 @@ public:
     {
         dma_buf_sync sync{};
         sync.flags = edge | DMA_BUF_SYNC_READ;
-        ioctl(m_fd, DMA_BUF_IOCTL_SYNC, &sync);
+        ioctl(fd, DMA_BUF_IOCTL_SYNC, &sync);
     }
 
 private:
-    int m_fd;
-    std::size_t m_size;
-    void* m_start;
+    int fd;
+    std::size_t size;
+    void* start;
 };
 
 // A buffer of the camera, as the conversion reads it.
@@ -221,9 +221,9 @@ bool Device::Parts::PrepareRequests()
     format.stride = stream.stride;
     if (const auto& space = stream.colorSpace) {
         using Encoding = libcamera::ColorSpace::YcbcrEncoding;
-        format.weights = space->ycbcrEncoding == Encoding::Rec709    ? LumaWeights::Rec709
-                         : space->ycbcrEncoding == Encoding::Rec2020 ? LumaWeights::Rec2020
-                                                                     : LumaWeights::Rec601;
+        format.weights = space->ycbcrEncoding == Encoding::Rec709    ? LumaWeights::rec709
+                         : space->ycbcrEncoding == Encoding::Rec2020 ? LumaWeights::rec2020
+                                                                     : LumaWeights::rec601;
         format.fullRange = space->range == libcamera::ColorSpace::Range::Full;
     }
 
@@ -287,14 +287,14 @@ void Device::Parts::ReleaseAll()
     }
 }
 
-Device::Device(std::unique_ptr<Parts> parts) : m_parts(std::move(parts)) {}
+Device::Device(std::unique_ptr<Parts> p) : parts(std::move(p)) {}
 
 Device::~Device() = default;
 
 std::unique_ptr<Device> Device::Start(FrameExchange& frames)
 {
-    auto parts = std::make_unique<Parts>(frames);
-    return parts->Start() ? std::unique_ptr<Device>(new Device(std::move(parts))) : nullptr;
+    auto started = std::make_unique<Parts>(frames);
+    return started->Start() ? std::unique_ptr<Device>(new Device(std::move(started))) : nullptr;
 }
 
-} // namespace camera
+} // namespace telvane::camera

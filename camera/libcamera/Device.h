@@ -7,7 +7,7 @@
 
 #include <memory>
 
-namespace camera {
+namespace telvane::camera {
 
 inline constexpr int frameWidth = 1280, frameHeight = 960;
 inline constexpr std::size_t frameBytes = std::size_t(frameWidth) * frameHeight * 3;
@@ -28,10 +28,10 @@ public:
 
 private:
     struct Parts;
-    explicit Device(std::unique_ptr<Parts> parts);
-    std::unique_ptr<Parts> m_parts;
+    explicit Device(std::unique_ptr<Parts> p);
+    std::unique_ptr<Parts> parts;
 };
 
-} // namespace camera
+} // namespace telvane::camera
 
 #endif

@@ -10,7 +10,7 @@
 #include <memory>
 #include <mutex>
 
-namespace camera {
+namespace telvane::camera {
 
 /// One thread delivers frames and is never held up, another takes them in order. A few wait while the taker
 /// is busy, so that frames which follow each other stay neighbours; when more come, the oldest of them are
@@ -41,7 +41,7 @@ public:
     bool Next(std::chrono::milliseconds patience);
 
     /// The taker: the frame that was taken last; black before the first. Never null.
-    unsigned char* Frame() const { return m_slots[m_shown].bytes.get(); }
+    unsigned char* Frame() const { return slots[shown].bytes.get(); }
 
     /// No more frames, for good; wakes a taker that waits. When it returns, the deliverer is not writing and
     /// will not write again, so that what it reads from may go. Not to be called between BeginFrame and
@@ -49,24 +49,24 @@ public:
     void Close();
 
 private:
-    enum class State { Free, Filling, Waiting, Shown };
+    enum class State { free, filling, waiting, shown };
     struct Slot {
         std::unique_ptr<unsigned char[]> bytes;
-        State state = State::Free;
+        State state = State::free;
         unsigned long number = 0; // of the frame, in order of delivery
     };
 
     Slot* Oldest(State state);
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::array<Slot, backlog + 2> m_slots; // one more is shown, one more is filled
-    std::size_t m_shown = 0;               // belongs to the taker
-    Slot* m_filling = nullptr;
-    unsigned long m_delivered = 0;
-    bool m_closed = false;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::array<Slot, backlog + 2> slots; // one more is shown, one more is filled
+    std::size_t shown = 0;               // belongs to the taker
+    Slot* filling = nullptr;
+    unsigned long delivered = 0;
+    bool closed = false;
 };
 
-} // namespace camera
+} // namespace telvane::camera
 
 #endif

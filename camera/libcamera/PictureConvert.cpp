@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace camera {
+namespace telvane::camera {
 
 namespace {
 
@@ -181,4 +181,4 @@ bool ConvertToBgr(const PictureFormat& format, const Planes& planes, unsigned ch
     return true;
 }
 
-} // namespace camera
+} // namespace telvane::camera

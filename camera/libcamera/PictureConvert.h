@@ -8,10 +8,10 @@
 #include <cstdint>
 #include <span>
 
-namespace camera {
+namespace telvane::camera {
 
 /// Which weights of red, green and blue a luma value was made with: ITU-R BT.601, BT.709 or BT.2020.
-enum class LumaWeights { Rec601, Rec709, Rec2020 };
+enum class LumaWeights { rec601, rec709, rec2020 };
 
 /// How the bytes of a picture lie and what they mean.
 struct PictureFormat {
@@ -22,7 +22,7 @@ struct PictureFormat {
     /// Bytes from one row of the first plane to the next. The other planes follow from it: a plane of U or V
     /// alone has half of it, where U and V take turns it is the same.
     std::size_t stride = 0;
-    LumaWeights weights = LumaWeights::Rec601; ///< of Y, U and V; has no meaning for the others
+    LumaWeights weights = LumaWeights::rec601; ///< of Y, U and V; has no meaning for the others
     /// Y, U, V of 0..255; otherwise Y of 16..235 and U, V of 16..240.
     bool fullRange = false;
 };
@@ -45,6 +45,6 @@ bool CanConvert(const PictureFormat& format, const Planes& planes);
 /// \return false where CanConvert says no; nothing is written then
 bool ConvertToBgr(const PictureFormat& format, const Planes& planes, unsigned char* bgr);
 
-} // namespace camera
+} // namespace telvane::camera
 
 #endif

@@ -12,6 +12,8 @@ namespace raspicam {
 
 namespace {
 
+namespace camera = telvane::camera;
+
 // Far more than two frames of a camera that works: after its start the first takes up to half a second.
 constexpr std::chrono::milliseconds patience{2000};
 
@@ -30,18 +32,18 @@ RaspiCam::~RaspiCam() = default;
 
 bool RaspiCam::open(bool)
 {
-    m_capture.reset(); // the camera can be had once
-    std::unique_ptr<Capture> capture(new (std::nothrow) Capture);
-    if (!capture || !capture->frames.Allocate(camera::frameBytes)) return false;
-    capture->device = camera::Device::Start(capture->frames);
-    if (!capture->device) return false;
-    m_capture = std::move(capture);
+    capture.reset(); // the camera can be had once
+    std::unique_ptr<Capture> opened(new (std::nothrow) Capture);
+    if (!opened || !opened->frames.Allocate(camera::frameBytes)) return false;
+    opened->device = camera::Device::Start(opened->frames);
+    if (!opened->device) return false;
+    capture = std::move(opened);
     return true;
 }
 
-bool RaspiCam::grab() { return m_capture && m_capture->frames.Next(patience); }
+bool RaspiCam::grab() { return capture && capture->frames.Next(patience); }
 
-unsigned char* RaspiCam::getImageBufferData() const { return m_capture ? m_capture->frames.Frame() : black; }
+unsigned char* RaspiCam::getImageBufferData() const { return capture ? capture->frames.Frame() : black; }
 
 std::size_t RaspiCam::getImageBufferSize() const { return camera::frameBytes; }
 

@@ -14,8 +14,8 @@ namespace raspicam {
 
 namespace {
 
-const std::size_t Pixels = std::size_t(1280) * 960;
-const std::size_t Bytes = 3 * Pixels;
+const std::size_t pixels = std::size_t(1280) * 960;
+const std::size_t bytes = 3 * pixels;
 
 void SayOnce()
 {
@@ -26,37 +26,37 @@ void SayOnce()
 
 } // namespace
 
-RaspiCam::~RaspiCam() { delete[] m_buffer; }
+RaspiCam::~RaspiCam() { delete[] buffer; }
 
 bool RaspiCam::open(bool)
 {
-    if (!m_buffer) m_buffer = new (std::nothrow) unsigned char[Bytes];
-    if (!m_buffer) return false;
-    std::memset(m_buffer, 0, Bytes);
-    m_frame = 0;
+    if (!buffer) buffer = new (std::nothrow) unsigned char[bytes];
+    if (!buffer) return false;
+    std::memset(buffer, 0, bytes);
+    frame = 0;
     return true;
 }
 
 bool RaspiCam::grab()
 {
-    if (!m_buffer) return false;
+    if (!buffer) return false;
     SayOnce();
 
     // The grey frame is drawn into the last third and spread from the front: writing never overtakes reading.
-    const unsigned char* grey = m_buffer + 2 * Pixels;
-    RenderWheel(WheelScene(), m_frame, m_buffer + 2 * Pixels);
-    for (std::size_t i = 0; i < Pixels; i++) {
+    const unsigned char* grey = buffer + 2 * pixels;
+    RenderWheel(WheelScene(), frame, buffer + 2 * pixels);
+    for (std::size_t i = 0; i < pixels; i++) {
         const unsigned char v = grey[i];
-        m_buffer[3 * i] = v;
-        m_buffer[3 * i + 1] = v;
-        m_buffer[3 * i + 2] = v;
+        buffer[3 * i] = v;
+        buffer[3 * i + 1] = v;
+        buffer[3 * i + 2] = v;
     }
-    m_frame = m_frame < INT_MAX ? m_frame + 1 : 0;
+    frame = frame < INT_MAX ? frame + 1 : 0;
     return true;
 }
 
-unsigned char* RaspiCam::getImageBufferData() const { return m_buffer; }
+unsigned char* RaspiCam::getImageBufferData() const { return buffer; }
 
-std::size_t RaspiCam::getImageBufferSize() const { return m_buffer ? Bytes : 0; }
+std::size_t RaspiCam::getImageBufferSize() const { return buffer ? bytes : 0; }
 
 } // namespace raspicam

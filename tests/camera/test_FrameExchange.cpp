@@ -18,7 +18,7 @@
 namespace {
 
 using namespace std::chrono_literals;
-using camera::FrameExchange;
+using telvane::camera::FrameExchange;
 using Clock = std::chrono::steady_clock;
 
 const std::size_t frameSize = 3000;

@@ -24,6 +24,7 @@
 
 namespace {
 
+namespace camera = telvane::camera;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
@@ -36,7 +37,7 @@ struct Script {
     int running = 0, started = 0, mostAtOnce = 0;
 };
 
-Script* g_script = nullptr; // of the running test
+Script* played = nullptr; // of the running test
 
 void Deliver(camera::FrameExchange& frames, int value)
 {
@@ -48,45 +49,45 @@ void Deliver(camera::FrameExchange& frames, int value)
 
 } // namespace
 
-namespace camera {
+namespace telvane::camera {
 
 struct Device::Parts {
     FrameExchange& frames;
     std::thread thread;
 };
 
-Device::Device(std::unique_ptr<Parts> parts) : m_parts(std::move(parts)) {}
+Device::Device(std::unique_ptr<Parts> p) : parts(std::move(p)) {}
 
 Device::~Device()
 {
-    m_parts->frames.Close();
-    m_parts->thread.join();
-    g_script->running--;
+    parts->frames.Close();
+    parts->thread.join();
+    played->running--;
 }
 
 std::unique_ptr<Device> Device::Start(FrameExchange& frames)
 {
-    if (!g_script->there) return nullptr;
-    if (g_script->onStart) g_script->onStart(frames);
-    g_script->started++;
-    g_script->mostAtOnce = std::max(g_script->mostAtOnce, ++g_script->running);
-    std::thread thread([&frames, run = g_script->onThread] {
+    if (!played->there) return nullptr;
+    if (played->onStart) played->onStart(frames);
+    played->started++;
+    played->mostAtOnce = std::max(played->mostAtOnce, ++played->running);
+    std::thread thread([&frames, run = played->onThread] {
         if (run) run(frames);
     });
     return std::unique_ptr<Device>(new Device(std::unique_ptr<Parts>(new Parts{frames, std::move(thread)})));
 }
 
-} // namespace camera
+} // namespace telvane::camera
 
 namespace {
 
 class LibcameraBackEnd : public testing::Test {
 protected:
-    void SetUp() override { g_script = &script; }
+    void SetUp() override { played = &script; }
     void TearDown() override
     {
         EXPECT_EQ(script.running, 0);
-        g_script = nullptr;
+        played = nullptr;
     }
 
     Script script;

@@ -18,6 +18,7 @@
 
 namespace {
 
+namespace camera = telvane::camera;
 using camera::LumaWeights;
 using camera::PictureFormat;
 using Bytes = std::vector<unsigned char>;
@@ -177,11 +178,11 @@ TEST(PictureConvert, GreyBecomesAllThree)
 /// Blue, green, red of Y, U, V, not rounded, by the equations of the standards.
 std::array<double, 3> ColourOf(const std::array<int, 3>& yuv, LumaWeights weights, bool fullRange)
 {
-    const double kr = weights == LumaWeights::Rec601   ? 0.299
-                      : weights == LumaWeights::Rec709 ? 0.2126
+    const double kr = weights == LumaWeights::rec601   ? 0.299
+                      : weights == LumaWeights::rec709 ? 0.2126
                                                        : 0.2627;
-    const double kb = weights == LumaWeights::Rec601   ? 0.114
-                      : weights == LumaWeights::Rec709 ? 0.0722
+    const double kb = weights == LumaWeights::rec601   ? 0.114
+                      : weights == LumaWeights::rec709 ? 0.0722
                                                        : 0.0593;
     // 0 .. 1 and -1/2 .. 1/2
     const double y = fullRange ? yuv[0] / 255.0 : (yuv[0] - 16) / 219.0;
@@ -288,7 +289,7 @@ TEST(PictureConvert, ColoursAreTheNearestForAllWeightsAndRanges)
     const Scene scene = [&](int x, int y) {
         return std::array<int, 3>{x, chroma[std::size_t(y % n)], chroma[std::size_t(y / n)]};
     };
-    for (const LumaWeights weights : {LumaWeights::Rec601, LumaWeights::Rec709, LumaWeights::Rec2020})
+    for (const LumaWeights weights : {LumaWeights::rec601, LumaWeights::rec709, LumaWeights::rec2020})
         for (const bool fullRange : {false, true}) {
             Picture p = YuvPicture({"YU16", {"YY", "U", "V"}, 1}, scene, 256, n * n, 0);
             p.format.weights = weights;
@@ -304,14 +305,14 @@ TEST(PictureConvert, ColourBarsAreTheColoursTheyAreNamedAfter)
         std::array<int, 3> yuv, bgr;
     };
     // Of the limited range, as test signals have them.
-    for (const Bar& bar : std::vector<Bar>{{LumaWeights::Rec601, {235, 128, 128}, {255, 255, 255}},
-                                           {LumaWeights::Rec601, {16, 128, 128}, {0, 0, 0}},
-                                           {LumaWeights::Rec601, {81, 90, 240}, {0, 0, 255}},
-                                           {LumaWeights::Rec601, {145, 54, 34}, {0, 255, 0}},
-                                           {LumaWeights::Rec601, {41, 240, 110}, {255, 0, 0}},
-                                           {LumaWeights::Rec709, {63, 102, 240}, {0, 0, 255}},
-                                           {LumaWeights::Rec709, {173, 42, 26}, {0, 255, 0}},
-                                           {LumaWeights::Rec709, {32, 240, 118}, {255, 0, 0}}}) {
+    for (const Bar& bar : std::vector<Bar>{{LumaWeights::rec601, {235, 128, 128}, {255, 255, 255}},
+                                           {LumaWeights::rec601, {16, 128, 128}, {0, 0, 0}},
+                                           {LumaWeights::rec601, {81, 90, 240}, {0, 0, 255}},
+                                           {LumaWeights::rec601, {145, 54, 34}, {0, 255, 0}},
+                                           {LumaWeights::rec601, {41, 240, 110}, {255, 0, 0}},
+                                           {LumaWeights::rec709, {63, 102, 240}, {0, 0, 255}},
+                                           {LumaWeights::rec709, {173, 42, 26}, {0, 255, 0}},
+                                           {LumaWeights::rec709, {32, 240, 118}, {255, 0, 0}}}) {
         const Scene scene = [&](int, int) { return bar.yuv; };
         Picture p = YuvPicture({"NV12", {"YY", "UV"}, 2}, scene, 2, 2, 0);
         p.format.weights = bar.weights;
@@ -323,7 +324,7 @@ TEST(PictureConvert, ColourBarsAreTheColoursTheyAreNamedAfter)
 TEST(PictureConvert, PictureWithoutColourKeepsItsLuma)
 {
     const Scene scene = [](int x, int) { return std::array<int, 3>{x, 128, 128}; };
-    for (const LumaWeights weights : {LumaWeights::Rec601, LumaWeights::Rec709, LumaWeights::Rec2020}) {
+    for (const LumaWeights weights : {LumaWeights::rec601, LumaWeights::rec709, LumaWeights::rec2020}) {
         Picture p = YuvPicture({"NV12", {"YY", "UV"}, 2}, scene, 256, 2, 0);
         p.format.weights = weights;
         p.format.fullRange = true;

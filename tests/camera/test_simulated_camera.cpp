@@ -16,7 +16,7 @@
 
 namespace {
 
-const std::size_t FrameBytes = std::size_t(1280) * 960 * 3;
+const std::size_t frameBytes = std::size_t(1280) * 960 * 3;
 
 using Bytes = std::vector<unsigned char>;
 
@@ -34,42 +34,42 @@ protected:
         raspicam::RaspiCam camera, second;
         testing::internal::CaptureStderr();
         testing::internal::CaptureStdout();
-        s_opened = camera.open(true);
-        s_errorsOfOpen = testing::internal::GetCapturedStderr();
+        opened = camera.open(true);
+        errorsOfOpen = testing::internal::GetCapturedStderr();
         testing::internal::CaptureStderr();
-        s_grabbed = camera.grab();
-        s_errorsOfFirstGrab = testing::internal::GetCapturedStderr();
+        grabbed = camera.grab();
+        errorsOfFirstGrab = testing::internal::GetCapturedStderr();
         testing::internal::CaptureStderr();
-        s_grabbed = camera.grab() && second.open(true) && second.grab() && s_grabbed;
-        s_errorsOfLaterGrabs = testing::internal::GetCapturedStderr();
-        s_output = testing::internal::GetCapturedStdout();
+        grabbed = camera.grab() && second.open(true) && second.grab() && grabbed;
+        errorsOfLaterGrabs = testing::internal::GetCapturedStderr();
+        output = testing::internal::GetCapturedStdout();
     }
 
-    static inline bool s_opened = false, s_grabbed = false;
-    static inline std::string s_errorsOfOpen, s_errorsOfFirstGrab, s_errorsOfLaterGrabs, s_output;
+    static inline bool opened = false, grabbed = false;
+    static inline std::string errorsOfOpen, errorsOfFirstGrab, errorsOfLaterGrabs, output;
 };
 
 TEST_F(SimulatedCamera, SaysOnceAtTheFirstGrabThatFramesAreSimulated)
 {
-    EXPECT_TRUE(s_opened);
-    EXPECT_TRUE(s_grabbed);
-    EXPECT_EQ(s_errorsOfOpen, "");
-    EXPECT_NE(s_errorsOfFirstGrab.find("imulated"), std::string::npos) << s_errorsOfFirstGrab;
-    EXPECT_EQ(std::count(s_errorsOfFirstGrab.begin(), s_errorsOfFirstGrab.end(), '\n'), 1);
-    EXPECT_EQ(s_errorsOfFirstGrab.empty() ? ' ' : s_errorsOfFirstGrab.back(), '\n');
-    EXPECT_EQ(s_errorsOfLaterGrabs, "");
-    EXPECT_EQ(s_output, "");
+    EXPECT_TRUE(opened);
+    EXPECT_TRUE(grabbed);
+    EXPECT_EQ(errorsOfOpen, "");
+    EXPECT_NE(errorsOfFirstGrab.find("imulated"), std::string::npos) << errorsOfFirstGrab;
+    EXPECT_EQ(std::count(errorsOfFirstGrab.begin(), errorsOfFirstGrab.end(), '\n'), 1);
+    EXPECT_EQ(errorsOfFirstGrab.empty() ? ' ' : errorsOfFirstGrab.back(), '\n');
+    EXPECT_EQ(errorsOfLaterGrabs, "");
+    EXPECT_EQ(output, "");
 }
 
 TEST_F(SimulatedCamera, BufferIsBlackUntilTheFirstGrab)
 {
     raspicam::RaspiCam camera;
     ASSERT_TRUE(camera.open(true));
-    EXPECT_EQ(camera.getImageBufferSize(), FrameBytes);
+    EXPECT_EQ(camera.getImageBufferSize(), frameBytes);
     ASSERT_NE(camera.getImageBufferData(), nullptr);
-    EXPECT_TRUE(Content(camera) == Bytes(FrameBytes, 0));
+    EXPECT_TRUE(Content(camera) == Bytes(frameBytes, 0));
     ASSERT_TRUE(camera.grab());
-    EXPECT_FALSE(Content(camera) == Bytes(FrameBytes, 0));
+    EXPECT_FALSE(Content(camera) == Bytes(frameBytes, 0));
 }
 
 TEST_F(SimulatedCamera, FilmsTheDefaultWheelFrameByFrame)
@@ -77,7 +77,7 @@ TEST_F(SimulatedCamera, FilmsTheDefaultWheelFrameByFrame)
     const WheelScene scene;
     ASSERT_EQ(scene.width, 1280);
     ASSERT_EQ(scene.height, 960);
-    Bytes grey(FrameBytes / 3);
+    Bytes grey(frameBytes / 3);
     raspicam::RaspiCam camera;
     ASSERT_TRUE(camera.open(true));
     for (int frame = 0; frame < 3; frame++) {
@@ -111,7 +111,7 @@ TEST_F(SimulatedCamera, OpeningAgainStartsTheFilmAgain)
     ASSERT_TRUE(camera.grab());
     EXPECT_FALSE(Content(camera) == first);
     ASSERT_TRUE(camera.open(true));
-    EXPECT_TRUE(Content(camera) == Bytes(FrameBytes, 0));
+    EXPECT_TRUE(Content(camera) == Bytes(frameBytes, 0));
     ASSERT_TRUE(camera.grab());
     EXPECT_TRUE(Content(camera) == first);
 }

@@ -39,7 +39,7 @@ public:
 
 private:
     struct Capture;
-    std::unique_ptr<Capture> m_capture; // while the camera is open
+    std::unique_ptr<Capture> capture; // while the camera is open
 };
 
 } // namespace raspicam

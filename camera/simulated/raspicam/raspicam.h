@@ -33,8 +33,8 @@ public:
     std::size_t getImageBufferSize() const;
 
 private:
-    unsigned char* m_buffer = nullptr;
-    int m_frame = 0; // number of the next camera frame
+    unsigned char* buffer = nullptr;
+    int frame = 0; // number of the next camera frame
 };
 
 } // namespace raspicam
