@@ -65,16 +65,16 @@ std::string Base64(std::string_view bytes)
 
 Page::Page(std::string_view t) : title(Escaped(t)) {}
 
-void Page::section(std::string_view heading) { body += "<h2>" + Escaped(heading) + "</h2>\n"; }
+void Page::Section(std::string_view heading) { body += "<h2>" + Escaped(heading) + "</h2>\n"; }
 
-void Page::paragraph(std::string_view text) { body += "<p>" + Escaped(text) + "</p>\n"; }
+void Page::Paragraph(std::string_view text) { body += "<p>" + Escaped(text) + "</p>\n"; }
 
-void Page::verdict(std::string_view kind, std::string_view text)
+void Page::Verdict(std::string_view kind, std::string_view text)
 {
     body += "<p class=\"" + Escaped(kind) + "\">" + Escaped(text) + "</p>\n";
 }
 
-void Page::figure(const Picture& picture, std::string_view alternative, std::string_view caption)
+void Page::Figure(const Picture& picture, std::string_view alternative, std::string_view caption)
 {
     body += "<figure>\n<img width=\"" + std::to_string(picture.width) + "\" height=\"" +
             std::to_string(picture.height) + "\" alt=\"" + Escaped(alternative) +
@@ -83,11 +83,11 @@ void Page::figure(const Picture& picture, std::string_view alternative, std::str
     body += "</figure>\n";
 }
 
-void Page::beginRow() { body += "<div class=\"row\">\n"; }
+void Page::BeginRow() { body += "<div class=\"row\">\n"; }
 
-void Page::endRow() { body += "</div>\n"; }
+void Page::EndRow() { body += "</div>\n"; }
 
-std::string Page::html() const
+std::string Page::Html() const
 {
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\"/>\n"
            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>" +

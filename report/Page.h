@@ -23,18 +23,18 @@ class Page {
 public:
     explicit Page(std::string_view title);
 
-    void section(std::string_view heading);
-    void paragraph(std::string_view text);
+    void Section(std::string_view heading);
+    void Paragraph(std::string_view text);
     /// A paragraph that stands out, by a coloured edge: "good", "fair" or "bad".
-    void verdict(std::string_view kind, std::string_view text);
+    void Verdict(std::string_view kind, std::string_view text);
     /// \param alternative  what the picture shows, for those who do not see it
-    void figure(const Picture& picture, std::string_view alternative, std::string_view caption);
+    void Figure(const Picture& picture, std::string_view alternative, std::string_view caption);
     /// What stands between these two calls lies side by side where there is room.
-    void beginRow();
-    void endRow();
+    void BeginRow();
+    void EndRow();
 
     /// The whole file.
-    std::string html() const;
+    std::string Html() const;
 
 private:
     std::string title, body;

@@ -101,7 +101,7 @@ public:
 
     void Marked()
     {
-        page.section("The result");
+        page.Section("The result");
         std::string file;
         Picture picture{"image/jpeg", "", 0, 0};
         const std::string name = InFolder("detected.jpg");
@@ -109,37 +109,37 @@ public:
             !Accept(name, CheckJpeg(file, picture.width, picture.height), "a whole JPEG file"))
             return;
         picture.bytes = file;
-        page.paragraph("Written " + Date(name) + ".");
+        page.Paragraph("Written " + Date(name) + ".");
         Show(picture, "The first frame with the result marked on it", markedCaption);
     }
 
     void Votes()
     {
-        page.section("The votes for the centre");
+        page.Section("The votes for the centre");
         MatShort votes;
         if (!LoadShort("hough.bmp", expectedVotes, votes)) return;
         const Summits summits = FindSummits(votes, options.apart);
         if (summits.peak.votes < 1) {
-            page.verdict("bad", noVotes);
+            page.Verdict("bad", noVotes);
         } else {
             Clearness(summits);
         }
         Show(Png(VotePicture(votes, summits)), "Heat map of the votes", votesCaption);
-        page.beginRow();
+        page.BeginRow();
         if (summits.peak.votes > 0)
             Show(Png(PeakPicture(votes, summits.peak, 40, 6)), "The peak, enlarged", peakCaption);
         Show(Png(HeatLegend(Max(Max(votes)))), "Scale of the heat map", scaleCaption);
-        page.endRow();
+        page.EndRow();
     }
 
     void Motion()
     {
-        page.section("The motion");
+        page.Section("The motion");
         MatShort u, v;
         const bool hasU = LoadShort("u_sum_sh.bmp", "the flow along x, which a run with -s writes", u);
         const bool hasV = LoadShort("v_sum_sh.bmp", "the flow along y, which a run with -s writes", v);
         if (!hasU || !hasV) {
-            page.paragraph("The motion needs both u_sum_sh.bmp and v_sum_sh.bmp, whole and of one run.");
+            page.Paragraph("The motion needs both u_sum_sh.bmp and v_sum_sh.bmp, whole and of one run.");
             return;
         }
         const bool sameSize = u.dim1 == v.dim1 && u.dim2 == v.dim2;
@@ -147,21 +147,21 @@ public:
                     "both parts of one flow"))
             return;
         const double strongest = StrongestFlow(u, v);
-        if (!(strongest > 0)) page.verdict("bad", noMotion);
+        if (!(strongest > 0)) page.Verdict("bad", noMotion);
         Show(Png(FlowPicture(u, v)), "Direction and strength of the motion in colours", motionCaption);
-        page.beginRow();
+        page.BeginRow();
         Show(Png(FlowLegend()),
              "Wheel of colours: red to the right, yellow to green down, cyan to the left, blue to violet up",
              wheelCaption);
         Show({"image/jpeg", GreyJpeg(StrengthPicture(u, v)), u.dim1, u.dim2},
              "Strength of the motion in grey",
              "The strength alone: black none, white the strongest, " + Number(strongest) + strengthCaption);
-        page.endRow();
+        page.EndRow();
     }
 
     void Frames()
     {
-        page.section("The frames");
+        page.Section("The frames");
         const std::string& folder = options.frames.empty() ? options.folder : options.frames;
         const std::string suffix = FrameSuffix(folder);
         int last = options.count;
@@ -169,17 +169,17 @@ public:
             last = 1;
             while (last < maxFrames && Exists(FrameName(folder, last + 1, suffix))) last++;
         }
-        page.beginRow();
+        page.BeginRow();
         Frame(FrameName(folder, 1, suffix), "The first frame", firstCaption);
         if (last > 1) Frame(FrameName(folder, last, suffix), "The last frame", lastCaption);
-        page.endRow();
+        page.EndRow();
     }
 
     Report Done()
     {
         Report report;
         report.problems = problems;
-        if (shown > 0) report.html = page.html();
+        if (shown > 0) report.html = page.Html();
         return report;
     }
 
@@ -243,7 +243,7 @@ private:
     {
         if (problem.empty()) return true;
         problems.push_back(name + ": " + problem + "; expected " + expected);
-        page.verdict("fair", "Not shown: " + problems.back() + ".");
+        page.Verdict("fair", "Not shown: " + problems.back() + ".");
         return false;
     }
 
@@ -262,7 +262,7 @@ private:
         // A run writes the marked picture first.
         if (Older(path, detected)) {
             problems.push_back(path + ": older than detected.jpg; expected a file of the same run");
-            page.verdict("fair", "Of an earlier run? " + problems.back() + ".");
+            page.Verdict("fair", "Of an earlier run? " + problems.back() + ".");
         }
         return true;
     }
@@ -270,10 +270,10 @@ private:
     void Show(const Picture& picture, const std::string& alternative, const std::string& caption)
     {
         if (picture.bytes.empty()) {
-            page.verdict("bad", alternative + " cannot be shown: not enough memory.");
+            page.Verdict("bad", alternative + " cannot be shown: not enough memory.");
             return;
         }
-        page.figure(picture, alternative, caption);
+        page.Figure(picture, alternative, caption);
         shown++;
     }
 
@@ -288,23 +288,23 @@ private:
                                  apart +
                                  " rows has more votes, and if they lie further than that from the peak.";
         if (s.next.votes < 1) {
-            page.verdict("good", "The peak is clear: no other place stands out.");
-            page.paragraph(peak + rule);
+            page.Verdict("good", "The peak is clear: no other place stands out.");
+            page.Paragraph(peak + rule);
             return;
         }
         const double ratio = static_cast<double>(s.peak.votes) / s.next.votes;
         const std::string figures = Number(ratio) + " times the votes of the next best place";
         if (ratio >= clearRatio) {
-            page.verdict("good", "The peak is clear: it has " + figures + ".");
+            page.Verdict("good", "The peak is clear: it has " + figures + ".");
         } else if (ratio >= fairRatio) {
-            page.verdict("fair", "The peak stands out, but another place has many votes as well: it has " +
+            page.Verdict("fair", "The peak stands out, but another place has many votes as well: it has " +
                                      figures + ". Compare with the marked picture.");
         } else {
-            page.verdict("bad", "The peak is not clear: it has only " + figures +
+            page.Verdict("bad", "The peak is not clear: it has only " + figures +
                                     ". Do not trust the centre. Check the radii, the sense of rotation, and "
                                     "what else moves.");
         }
-        page.paragraph(peak + "The next best place has " + std::to_string(s.next.votes) + " votes at " +
+        page.Paragraph(peak + "The next best place has " + std::to_string(s.next.votes) + " votes at " +
                        Place(s.next.x, s.next.y) + ". " + rule);
     }
 

@@ -34,12 +34,12 @@ TEST(Page, TextsAreEscaped)
 {
     const std::string nasty = "<b>&amp;\"'</p><script>x</script>";
     Page page(nasty);
-    page.section(nasty);
-    page.paragraph(nasty);
-    page.verdict("good", nasty);
-    page.figure({"image/png", "bytes", 4, 3}, nasty, nasty);
+    page.Section(nasty);
+    page.Paragraph(nasty);
+    page.Verdict("good", nasty);
+    page.Figure({"image/png", "bytes", 4, 3}, nasty, nasty);
     int paragraphs = 0, images = 0;
-    for (const html::Element& e : html::Reader::Read(page.html())) {
+    for (const html::Element& e : html::Reader::Read(page.Html())) {
         EXPECT_NE(e.name, "script");
         EXPECT_NE(e.name, "b");
         if (e.name == "title" || e.name == "h1" || e.name == "h2" || e.name == "p" ||
@@ -60,7 +60,7 @@ TEST(Page, TextsAreEscaped)
 
 TEST(Page, SuitsPhonesAndBothColourSchemes)
 {
-    const std::string page = Page("title").html();
+    const std::string page = Page("title").Html();
     bool viewport = false, utf8 = false;
     std::string style;
     for (const html::Element& e : html::Reader::Read(page)) {
