@@ -29,7 +29,7 @@ reference::Sequence PlainFrames(int count)
     const CubByte frames = BenchFrames(count);
     reference::Sequence seq(frames.dim1, frames.dim2, count);
     for (int i = 0; i < count; i++)
-        seq.setFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
+        seq.SetFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
     return seq;
 }
 
@@ -37,7 +37,7 @@ void FlowOfAPair(benchmark::State& state)
 {
     const reference::Sequence pair = PlainFrames(2);
     Picture<std::int32_t> u(pair.w + 1, pair.h + 1), v(pair.w + 1, pair.h + 1);
-    for (auto _ : state) benchmark::DoNotOptimize(reference::opticalFlow12Alt(pair, u, v, 2));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::OpticalFlow12Alt(pair, u, v, 2));
 }
 BENCHMARK(FlowOfAPair)->Name("flow of a pair/plain")->Unit(benchmark::kMillisecond);
 
@@ -46,7 +46,7 @@ void Norm(benchmark::State& state)
     const auto uSum = Plain<std::int32_t>(Motion15().u_sum), vSum = Plain<std::int32_t>(Motion15().v_sum);
     Picture<std::int16_t> u, v, mag;
     for (auto _ : state) {
-        reference::ofNorm(uSum, vSum, u, v, mag);
+        reference::OfNorm(uSum, vSum, u, v, mag);
         benchmark::ClobberMemory();
     }
 }
@@ -59,7 +59,7 @@ void Votes(benchmark::State& state)
     float cx, cy;
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            reference::opticalFlowPostprocAlt(u, v, 14, benchInnerR, benchOuterR, 0, 1, hough, cx, cy));
+            reference::OpticalFlowPostprocAlt(u, v, 14, benchInnerR, benchOuterR, 0, 1, hough, cx, cy));
 }
 BENCHMARK(Votes)->Name("OpticalFlowPostprocAlt/plain")->Unit(benchmark::kMillisecond);
 
@@ -68,7 +68,7 @@ void FiveSmoothings(benchmark::State& state)
     auto hough = Plain<std::int16_t>(Motion15().hough);
     for (auto _ : state) {
         for (int pass = 0; pass < 5; pass++) {
-            const Picture<std::int16_t> smooth = reference::smoothShort(hough);
+            const Picture<std::int16_t> smooth = reference::SmoothShort(hough);
             for (int y = 0; y < smooth.h; y++)
                 for (int x = 0; x < smooth.w; x++) hough.at(x + 1, y + 1) = smooth.at(x, y);
         }
@@ -83,7 +83,7 @@ void RingSums(benchmark::State& state)
 {
     const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
     const auto ring = Plain<std::uint8_t>(BenchRing(200, 250));
-    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPattern(mag, ring));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::SumPattern(mag, ring));
 }
 BENCHMARK(RingSums)
     ->Name("SumPattern ring 200/250/plain")
@@ -95,7 +95,7 @@ void RingSumsByRuns(benchmark::State& state)
 {
     const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
     const auto ring = Plain<std::uint8_t>(BenchRing(200, 250));
-    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPatternByRuns(mag, ring));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::SumPatternByRuns(mag, ring));
 }
 BENCHMARK(RingSumsByRuns)->Name("SumPattern ring 200/250/plain by runs")->Unit(benchmark::kMillisecond);
 
@@ -103,7 +103,7 @@ void RandomCellSums(benchmark::State& state)
 {
     const auto mag = Plain<std::int16_t>(Motion15().mag_sh);
     const auto cells = Plain<std::uint8_t>(BenchRandomCells(64));
-    for (auto _ : state) benchmark::DoNotOptimize(reference::sumPattern(mag, cells));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::SumPattern(mag, cells));
 }
 BENCHMARK(RandomCellSums)
     ->Name("SumPattern 64 x 64 random cells/plain")
@@ -116,7 +116,7 @@ void RingSearchByRuns(benchmark::State& state)
     float cx, cy;
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            reference::findSemiCircle(mag, 200, 250, cx, cy, reference::sumPatternByRuns));
+            reference::FindSemiCircle(mag, 200, 250, cx, cy, reference::SumPatternByRuns));
 }
 BENCHMARK(RingSearchByRuns)->Name("FindSemiCircle ring 200/250/plain by runs")->Unit(benchmark::kMillisecond);
 
@@ -126,37 +126,37 @@ void Background(benchmark::State& state)
     const CubByte frames = BenchFrames(count)(RNG(400, 799), RNG(300, 699), RNG::All());
     reference::Sequence region(frames.dim1, frames.dim2, count);
     for (int i = 0; i < count; i++)
-        region.setFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
-    for (auto _ : state) benchmark::DoNotOptimize(reference::background(region, 50));
+        region.SetFrame(i, Plain<std::uint8_t>(MatByte(&frames, RNG::All(), RNG::All(), i)));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::Background(region, 50));
 }
 BENCHMARK(Background)->Name("GetBackground 400 x 400/plain")->Arg(15)->Arg(50)->Unit(benchmark::kMillisecond);
 
 void SmoothedFrame(benchmark::State& state)
 {
     const auto frame = PlainFrames(1).frame(0);
-    for (auto _ : state) benchmark::DoNotOptimize(reference::smoothByte(frame));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::SmoothByte(frame));
 }
 BENCHMARK(SmoothedFrame)->Name("smoothing of a frame/plain")->Unit(benchmark::kMillisecond);
 
 // The files' bytes, without a file.
 void ReadFrame(benchmark::State& state)
 {
-    const reference::Bytes file = reference::bmpByte(PlainFrames(1).frame(0));
-    for (auto _ : state) benchmark::DoNotOptimize(reference::readBmpByte(file));
+    const reference::Bytes file = reference::BmpByte(PlainFrames(1).frame(0));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::ReadBmpByte(file));
 }
 BENCHMARK(ReadFrame)->Name("reading a BMP frame/plain")->Unit(benchmark::kMillisecond);
 
 void WriteFrame(benchmark::State& state)
 {
     const auto frame = PlainFrames(1).frame(0);
-    for (auto _ : state) benchmark::DoNotOptimize(reference::bmpByte(frame));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::BmpByte(frame));
 }
 BENCHMARK(WriteFrame)->Name("writing a BMP frame/plain")->Unit(benchmark::kMillisecond);
 
 void WriteShorts(benchmark::State& state)
 {
     const auto votes = Plain<std::int16_t>(Motion15().hough);
-    for (auto _ : state) benchmark::DoNotOptimize(reference::bmpShort(votes));
+    for (auto _ : state) benchmark::DoNotOptimize(reference::BmpShort(votes));
 }
 BENCHMARK(WriteShorts)->Name("writing a 16-bit BMP/plain")->Unit(benchmark::kMillisecond);
 
@@ -164,7 +164,7 @@ void GreyFrames(benchmark::State& state)
 {
     const std::vector<std::uint8_t> bytes(std::size_t{3} * 1280 * 960, 128);
     for (auto _ : state)
-        for (int i = 0; i < 20; i++) benchmark::DoNotOptimize(reference::greyOf(bytes, 1280, 960));
+        for (int i = 0; i < 20; i++) benchmark::DoNotOptimize(reference::GreyOf(bytes, 1280, 960));
 }
 BENCHMARK(GreyFrames)->Name("grey conversion of 20 frames/plain")->Unit(benchmark::kMillisecond);
 

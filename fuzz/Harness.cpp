@@ -80,9 +80,9 @@ ssize_t PrintToErr(void*, const char* text, std::size_t length)
 // Both error streams into one text, in order, and standard output into another.
 class Capture {
 public:
-    explicit Capture(Ending& ending)
-        : ending_(ending), cout_(std::cout.rdbuf(out_.rdbuf())), cerr_(std::cerr.rdbuf(&cerrBuffer_)),
-          stderr_(stderr)
+    explicit Capture(Ending& e)
+        : ending(e), coutBuffer(std::cout.rdbuf(out.rdbuf())), cerrBuffer(std::cerr.rdbuf(&errBuffer)),
+          errStream(stderr)
     {
         err = &ending.err;
         stderr = fopencookie(nullptr, "w", {nullptr, PrintToErr, nullptr, nullptr});
@@ -92,17 +92,17 @@ public:
     Capture& operator=(const Capture&) = delete;
     ~Capture()
     {
-        std::swap(stderr, stderr_);
-        std::fclose(stderr_);
-        std::cerr.rdbuf(cerr_);
-        std::cout.rdbuf(cout_);
+        std::swap(stderr, errStream);
+        std::fclose(errStream);
+        std::cerr.rdbuf(cerrBuffer);
+        std::cout.rdbuf(coutBuffer);
         std::cout.clear();
         std::cerr.clear();
-        ending_.out = out_.str();
+        ending.out = out.str();
     }
 
 private:
-    struct CerrBuffer : std::streambuf {
+    struct ErrBuffer : std::streambuf {
         int_type overflow(int_type c) override
         {
             if (c != traits_type::eof()) err->push_back(static_cast<char>(c));
@@ -115,11 +115,11 @@ private:
         }
     };
 
-    Ending& ending_;
-    std::ostringstream out_;
-    CerrBuffer cerrBuffer_;
-    std::streambuf *cout_, *cerr_;
-    std::FILE* stderr_;
+    Ending& ending;
+    std::ostringstream out;
+    ErrBuffer errBuffer;
+    std::streambuf *coutBuffer, *cerrBuffer;
+    std::FILE* errStream;
 };
 
 } // namespace

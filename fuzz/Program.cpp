@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     for (int i = 0; i < 3; i++) words.insert(words.end(), {"-m", "0", "0", "9", "9"});
     words.insert(words.end(), 16, "0");
     storage.limit = programStorage;
-    files["img1.bmp"] = reference::bmpByte(reference::Picture<std::uint8_t>(1280, 960));
+    files["img1.bmp"] = reference::BmpByte(reference::Picture<std::uint8_t>(1280, 960));
     RunProgram(words);
     return 0;
 }

@@ -9,7 +9,7 @@ void Fuzz(FuzzedDataProvider& input)
         1,
         "Resize_ubyte: Object cannot be resized, data are referenced by another object",
         [](const FileBytes& file, int) {
-            const reference::BmpFile plain = reference::readBmpByte(file);
+            const reference::BmpFile plain = reference::ReadBmpByte(file);
             PlainFile<UBYTE> f{plain.result, plain.width, plain.height, {}};
             if (!plain.picture.empty()) f.planes = {plain.picture.a};
             return f;

@@ -9,7 +9,7 @@ void Fuzz(FuzzedDataProvider& input)
         3,
         "Resize_ubyte: Object cannot be resized, data are referenced by another object",
         [](const FileBytes& file, int oldWidth) {
-            const reference::BmpColourFile plain = reference::readBmpColour(file, oldWidth);
+            const reference::BmpColourFile plain = reference::ReadBmpColour(file, oldWidth);
             PlainFile<UBYTE> f{plain.result, plain.width, plain.height, {}};
             for (const auto& plane : plain.planes)
                 if (!plane.empty()) f.planes.push_back(plane.a);

@@ -9,7 +9,7 @@ void Fuzz(FuzzedDataProvider& input)
         1,
         "Resize_short: Object cannot be resized, data are referenced by another object",
         [](const FileBytes& file, int) {
-            const reference::BmpShortFile plain = reference::readBmpShort(file);
+            const reference::BmpShortFile plain = reference::ReadBmpShort(file);
             PlainFile<short> f{plain.result, plain.width, plain.height, {}};
             if (!plain.picture.empty()) f.planes = {plain.picture.a};
             return f;

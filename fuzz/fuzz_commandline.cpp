@@ -165,10 +165,10 @@ void Fuzz(FuzzedDataProvider& input)
         else calls.filesThere = static_cast<int>(words[0].size()) - 1;
     }
     const Ending ending = RunProgram(words);
-    const reference::CommandLine line = reference::parseCommandLine(words);
+    const reference::CommandLine line = reference::ParseCommandLine(words);
     if (line.usage) {
         Require(ending.exited && ending.status == 1 && ending.out.empty() &&
-                    ending.err == reference::usageText(),
+                    ending.err == reference::UsageText(),
                 "other command lines are answered with the usage");
         Require(calls.opened == 0, "the camera is left alone");
     } else if (!calls.cameraOpens) {

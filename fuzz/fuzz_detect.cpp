@@ -145,8 +145,8 @@ void Fuzz(FuzzedDataProvider& input)
     reference::Detection plain;
     checkpoints = 0;
     try {
-        plain = reference::detect(roiNr, seq, usePeriods, periods, iroi, params, oroi, AskAtCheckpoint,
-                                  reference::sumPatternByRuns);
+        plain = reference::Detect(roiNr, seq, usePeriods, periods, iroi, params, oroi, AskAtCheckpoint,
+                                  reference::SumPatternByRuns);
     } catch (const reference::FailStop& stop) {
         Require(ending.HaltedWith(stop.what()), "halts where the plain detection does");
         return;

@@ -116,7 +116,7 @@ void Fuzz(FuzzedDataProvider& input)
     std::vector<BytePicture> expected = frames;
     if (load) {
         for (std::size_t i = 0; i < frames.size(); i++)
-            files["img" + std::to_string(i + 1) + ".bmp"] = reference::bmpByte(frames[i]);
+            files["img" + std::to_string(i + 1) + ".bmp"] = reference::BmpByte(frames[i]);
         const auto at = static_cast<std::size_t>(bad - 1);
         const std::string name = "img" + std::to_string(bad) + ".bmp";
         if (bad >= 1 && bad <= count && missing) {
@@ -124,7 +124,7 @@ void Fuzz(FuzzedDataProvider& input)
             expected.resize(at);
         } else if (bad >= 1 && bad <= count) {
             expected[at] = BytePicture(width, height - 1);
-            files[name] = reference::bmpByte(expected[at]);
+            files[name] = reference::BmpByte(expected[at]);
         }
     } else {
         // Frame i is what the camera shows after the periods before it.
@@ -136,7 +136,7 @@ void Fuzz(FuzzedDataProvider& input)
     }
 
     const Ending ending = RunProgram(words);
-    const reference::Run plain = reference::predictRun(words, expected);
+    const reference::Run plain = reference::PredictRun(words, expected);
     Require(ending.out == plain.out && ending.err == plain.err, "the run prints what the plain run does");
     Require(ending.halted == plain.halts, "the run halts where the plain run does");
     if (!plain.halts) Require(ending.status == plain.status, "the status is that of the plain run");
@@ -148,5 +148,5 @@ void Fuzz(FuzzedDataProvider& input)
     written("hough.bmp", plain.hough);
     written("u_sum_sh.bmp", plain.uSum);
     written("v_sum_sh.bmp", plain.vSum);
-    written("detected.jpg", plain.detected.empty() ? FileBytes() : reference::jpegGrey(plain.detected, 85));
+    written("detected.jpg", plain.detected.empty() ? FileBytes() : reference::JpegGrey(plain.detected, 85));
 }

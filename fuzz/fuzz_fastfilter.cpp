@@ -66,16 +66,16 @@ void Fuzz(FuzzedDataProvider& input)
     const Layout layout = viewLayouts[input.ConsumeIntegralInRange<std::size_t>(0, viewLayouts.size() - 1)];
     const int passes = count(), passesY = count();
     if (which == 0) {
-        FuzzInPlace<std::uint8_t>(input, layout, passes, reference::fastFilterByte);
+        FuzzInPlace<std::uint8_t>(input, layout, passes, reference::FastFilterByte);
     } else if (which == 1) {
-        FuzzInPlace<std::int16_t>(input, layout, passes, reference::fastFilterShort);
+        FuzzInPlace<std::int16_t>(input, layout, passes, reference::FastFilterShort);
     } else {
         Random random(1);
         const Bytes picture = Picked<std::uint8_t>(input);
         Laid<std::uint8_t> laid(picture, layout, random);
         std::string message;
         const Shorts expected =
-            Expected([&] { return reference::fastFilter(picture, passes, passesY); }, message);
+            Expected([&] { return reference::FastFilter(picture, passes, passesY); }, message);
         MatShort result;
         const Ending ending = RunToItsEnd([&] { result = FastFilter(laid.view, passes, passesY); });
         Require(PictureOf<std::uint8_t>(laid.view) == picture && laid.SurroundingsUntouched(),

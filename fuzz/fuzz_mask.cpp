@@ -29,7 +29,7 @@ void Fuzz(FuzzedDataProvider& input)
 
     std::string message;
     try {
-        reference::mask(seq, iroi, rectangles);
+        reference::Mask(seq, iroi, rectangles);
     } catch (const reference::FailStop& stop) {
         message = stop.what();
     }

@@ -103,10 +103,10 @@ void FuzzBytes(FuzzedDataProvider& input, int which)
     const MatByte view = block.View(input, sizes, place);
     const reference::Picture<std::uint8_t> picture = PictureOf(block, place, 0);
     if (which == 0) {
-        RequireFileOrResult(reference::bmpByte(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpByte(picture), [&] { return view.WriteBMP(name); });
     } else if (which == 1) {
         const int quality = number < 1 ? 1 : number > 100 ? 100 : number; // as libjpeg holds it
-        RequireJpegOrExit(view.step1 == 1, reference::jpegGrey(picture, quality),
+        RequireJpegOrExit(view.step1 == 1, reference::JpegGrey(picture, quality),
                           [&] { return view.WriteJPG(name, number); });
     } else if (which == 2) {
         RequireFileOrHalt(PlainTiff(picture), "Cannot save data into a TIFF file",
@@ -141,9 +141,9 @@ void FuzzShorts(FuzzedDataProvider& input, int which)
     const MatShort view = block.View(input, sizes, place);
     const reference::Picture<std::int16_t> picture = PictureOf(block, place, 0);
     if (which == 0) {
-        RequireFileOrResult(reference::bmpShort(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpShort(picture), [&] { return view.WriteBMP(name); });
     } else {
-        RequireFileOrResult(reference::bmpShort8bpp(picture, offset),
+        RequireFileOrResult(reference::BmpShort8bpp(picture, offset),
                             [&] { return view.WriteBMP8bpp(name, offset); });
     }
 }
@@ -163,7 +163,7 @@ void FuzzCubes(FuzzedDataProvider& input, int which)
     } else if (which == 0) {
         const std::array<reference::Picture<std::uint8_t>, 3> picture = {
             PictureOf(block, place, 0), PictureOf(block, place, 1), PictureOf(block, place, 2)};
-        RequireFileOrResult(reference::bmpColour(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpColour(picture), [&] { return view.WriteBMP(name); });
     } else {
         disk.space = SIZE_MAX; // what the file should hold is not known here
         RequireJpegOrExit(view.step1 == 1, {}, [&] { return view.WriteJPG(name, 85); });

@@ -206,10 +206,10 @@ void WriteBmps()
 
     // Files that the library itself writes.
     const reference::Picture<std::uint8_t> picture(6, 2, 9);
-    SaveBmp("own-8bit", reference::bmpByte(picture));
-    SaveBmp("own-24bit", reference::bmpColour({picture, picture, picture}));
-    SaveBmp("own-16bit", reference::bmpShort(reference::Picture<std::int16_t>(6, 2, -9)));
-    SaveBmp("own-16bit-odd", reference::bmpShort(reference::Picture<std::int16_t>(5, 2, -9)));
+    SaveBmp("own-8bit", reference::BmpByte(picture));
+    SaveBmp("own-24bit", reference::BmpColour({picture, picture, picture}));
+    SaveBmp("own-16bit", reference::BmpShort(reference::Picture<std::int16_t>(6, 2, -9)));
+    SaveBmp("own-16bit-odd", reference::BmpShort(reference::Picture<std::int16_t>(5, 2, -9)));
 }
 
 // ---------------------------------------------------------------------------------- other files

@@ -25,7 +25,7 @@ template <class To, class From> To Converted(From v)
                           : Low<To>(v >= 4294967296.0f ? std::int64_t{0xFFFFFFFF}
                                                        : static_cast<std::int64_t>(v));
         } else {
-            return Low<To>(reference::toInt(v));
+            return Low<To>(reference::ToInt(v));
         }
     } else {
         return Low<To>(v);
@@ -40,19 +40,20 @@ template <class F, class T, void (*member)(const KX_Base&, KX_Base&)> struct Pai
 };
 
 using B = UBYTE;
-struct Bs : Pair<B, short, KX_Base::Convert_Bs> {};
-struct sB : Pair<short, B, KX_Base::Convert_sB> {};
-struct Bi : Pair<B, int, KX_Base::Convert_Bi> {};
-struct iB : Pair<int, B, KX_Base::Convert_iB> {};
-struct Bf : Pair<B, float, KX_Base::Convert_Bf> {};
-struct fB : Pair<float, B, KX_Base::Convert_fB> {};
-struct si : Pair<short, int, KX_Base::Convert_si> {};
-struct is : Pair<int, short, KX_Base::Convert_is> {};
-struct sf : Pair<short, float, KX_Base::Convert_sf> {};
-struct fs : Pair<float, short, KX_Base::Convert_fs> {};
-struct if_ : Pair<int, float, KX_Base::Convert_if> {};
-struct fi : Pair<float, int, KX_Base::Convert_fi> {};
-using Pairs = ::testing::Types<Bs, sB, Bi, iB, Bf, fB, si, is, sf, fs, if_, fi>;
+struct ByteToShort : Pair<B, short, KX_Base::Convert_Bs> {};
+struct ShortToByte : Pair<short, B, KX_Base::Convert_sB> {};
+struct ByteToInt : Pair<B, int, KX_Base::Convert_Bi> {};
+struct IntToByte : Pair<int, B, KX_Base::Convert_iB> {};
+struct ByteToFloat : Pair<B, float, KX_Base::Convert_Bf> {};
+struct FloatToByte : Pair<float, B, KX_Base::Convert_fB> {};
+struct ShortToInt : Pair<short, int, KX_Base::Convert_si> {};
+struct IntToShort : Pair<int, short, KX_Base::Convert_is> {};
+struct ShortToFloat : Pair<short, float, KX_Base::Convert_sf> {};
+struct FloatToShort : Pair<float, short, KX_Base::Convert_fs> {};
+struct IntToFloat : Pair<int, float, KX_Base::Convert_if> {};
+struct FloatToInt : Pair<float, int, KX_Base::Convert_fi> {};
+using Pairs = ::testing::Types<ByteToShort, ShortToByte, ByteToInt, IntToByte, ByteToFloat, FloatToByte,
+                               ShortToInt, IntToShort, ShortToFloat, FloatToShort, IntToFloat, FloatToInt>;
 
 template <class P> class Conversion : public ::testing::Test {
 };

@@ -55,12 +55,12 @@ Shorts ByWeights(const Bytes& picture, int v_passes, int h_passes)
             for (int j = 0; j <= sumsY; j++) {
                 std::int64_t row = 0;
                 for (int i = 0; i < width; i++) {
-                    const int below = differencesY == 1 ? picture.at(x + i, y + j + 1) : 0;
-                    row += alongX[static_cast<std::size_t>(i)] * (picture.at(x + i, y + j) - below);
+                    const int below = differencesY == 1 ? picture.At(x + i, y + j + 1) : 0;
+                    row += alongX[static_cast<std::size_t>(i)] * (picture.At(x + i, y + j) - below);
                 }
-                sum += sumsAlongY[static_cast<std::size_t>(j)] * (reference::low16(row) / first);
+                sum += sumsAlongY[static_cast<std::size_t>(j)] * (reference::Low16(row) / first);
             }
-            out.at(x, y) = reference::low16(reference::low16(sum) / last);
+            out.At(x, y) = reference::Low16(reference::Low16(sum) / last);
         }
     }
     return out;
@@ -109,7 +109,7 @@ TEST(FastFilter, OneNegativePassAlongXGivesTheRightNeighbourMinusThePixel)
     ASSERT_EQ(got.w, 8);
     ASSERT_EQ(got.h, 5);
     for (int y = 0; y < 5; y++)
-        for (int x = 0; x < 8; x++) EXPECT_EQ(got.at(x, y), picture.at(x + 1, y) - picture.at(x, y));
+        for (int x = 0; x < 8; x++) EXPECT_EQ(got.At(x, y), picture.At(x + 1, y) - picture.At(x, y));
 }
 
 TEST(FastFilter, OneNegativePassAlongYGivesTheLowerNeighbourMinusThePixel)
@@ -120,7 +120,7 @@ TEST(FastFilter, OneNegativePassAlongYGivesTheLowerNeighbourMinusThePixel)
     ASSERT_EQ(got.w, 5);
     ASSERT_EQ(got.h, 8);
     for (int y = 0; y < 8; y++)
-        for (int x = 0; x < 5; x++) EXPECT_EQ(got.at(x, y), picture.at(x, y + 1) - picture.at(x, y));
+        for (int x = 0; x < 5; x++) EXPECT_EQ(got.At(x, y), picture.At(x, y + 1) - picture.At(x, y));
 }
 
 TEST(FastFilter, TheFirstCountIsForColumnsAndTheSecondForRows)
@@ -156,54 +156,54 @@ TEST(FastFilter, NoPassGivesTheBytesThemselves)
 TEST(FastFilter, MoreThanSevenPassesDivideAfterTheColumnsAndAgainAtTheEnd)
 {
     Bytes picture(6, 5);
-    for (int y = 0; y < 5; y++) picture.at(0, y) = 31; // each row's sum: 31, divided by 32: 0
-    EXPECT_EQ(Filtered(picture, 5, 4).at(0, 0), 0);    // undivided: 16 * 31 / 512 = 0 as well
-    picture.at(1, 2) = 7;                              // the row's sum: 31 + 5 * 7 = 66, 2
-    EXPECT_EQ(Filtered(picture, 5, 4).at(0, 0), 0);    // 6 * 2 / 16
-    for (int y = 0; y < 5; y++) picture.at(1, y) = 7;
-    EXPECT_EQ(Filtered(picture, 5, 4).at(0, 0), 2);   // 16 * 2 / 16; the exact sum is 2.06
-    for (int y = 0; y < 5; y++) picture.at(1, y) = 6; // 61 / 32 = 1
-    EXPECT_EQ(Filtered(picture, 5, 4).at(0, 0), 1);   // the exact sum is 1.9
+    for (int y = 0; y < 5; y++) picture.At(0, y) = 31; // each row's sum: 31, divided by 32: 0
+    EXPECT_EQ(Filtered(picture, 5, 4).At(0, 0), 0);    // undivided: 16 * 31 / 512 = 0 as well
+    picture.At(1, 2) = 7;                              // the row's sum: 31 + 5 * 7 = 66, 2
+    EXPECT_EQ(Filtered(picture, 5, 4).At(0, 0), 0);    // 6 * 2 / 16
+    for (int y = 0; y < 5; y++) picture.At(1, y) = 7;
+    EXPECT_EQ(Filtered(picture, 5, 4).At(0, 0), 2);   // 16 * 2 / 16; the exact sum is 2.06
+    for (int y = 0; y < 5; y++) picture.At(1, y) = 6; // 61 / 32 = 1
+    EXPECT_EQ(Filtered(picture, 5, 4).At(0, 0), 1);   // the exact sum is 1.9
 }
 
 TEST(FastFilter, SevenPassesDivideOnlyAtTheEnd)
 {
     // 4 along x and 3 along y: rows of 15 would become 0 if each was divided by 16.
     Bytes picture(5, 4);
-    for (int y = 0; y < 4; y++) picture.at(0, y) = 15;
-    picture.at(0, 1) = picture.at(0, 2) = 17;
-    EXPECT_EQ(Filtered(picture, 4, 3).at(0, 0), 1); // (15 + 3 * 17 + 3 * 17 + 15) / 128 = 132 / 128
+    for (int y = 0; y < 4; y++) picture.At(0, y) = 15;
+    picture.At(0, 1) = picture.At(0, 2) = 17;
+    EXPECT_EQ(Filtered(picture, 4, 3).At(0, 0), 1); // (15 + 3 * 17 + 3 * 17 + 15) / 128 = 132 / 128
     // One more along y, and each row is divided by itself: 0, 1, 1, 0, 0, weighted 1 4 6 4 1.
     Bytes taller(5, 5);
-    for (int y = 0; y < 4; y++) taller.at(0, y) = picture.at(0, y);
-    EXPECT_EQ(Filtered(taller, 4, 4).at(0, 0), 0); // (4 + 6) / 16
-    taller.at(0, 0) = taller.at(0, 3) = taller.at(0, 4) = 16;
-    EXPECT_EQ(Filtered(taller, 4, 4).at(0, 0), 1); // 16 / 16
-    taller.at(0, 4) = 15;
-    EXPECT_EQ(Filtered(taller, 4, 4).at(0, 0), 0); // 15 / 16; without the division between, 265 / 256
+    for (int y = 0; y < 4; y++) taller.At(0, y) = picture.At(0, y);
+    EXPECT_EQ(Filtered(taller, 4, 4).At(0, 0), 0); // (4 + 6) / 16
+    taller.At(0, 0) = taller.At(0, 3) = taller.At(0, 4) = 16;
+    EXPECT_EQ(Filtered(taller, 4, 4).At(0, 0), 1); // 16 / 16
+    taller.At(0, 4) = 15;
+    EXPECT_EQ(Filtered(taller, 4, 4).At(0, 0), 0); // 15 / 16; without the division between, 265 / 256
 }
 
 // The difference takes the place of a sum: -5 means four sums, so that -5 and 3 are seven, -5 and 4 eight.
 TEST(FastFilter, PassesAreCountedAfterTheDifference)
 {
     Bytes picture(6, 5);
-    for (int y = 0; y < 5; y++) picture.at(5, y) = 15; // the last column: weight -1 before the divisor -16
-    EXPECT_EQ(Filtered(picture, -5, 3).at(0, 0), 0);   // 8 * 15 / 128
-    picture.at(5, 1) = picture.at(5, 2) = 17;
-    EXPECT_EQ(Filtered(picture, -5, 3).at(0, 0), 1); // 132 / 128
-    EXPECT_EQ(Filtered(picture, -5, 4).at(0, 0), 0); // 0, 1, 1, 0, 0 weighted 1 4 6 4 1: 10 / 16
+    for (int y = 0; y < 5; y++) picture.At(5, y) = 15; // the last column: weight -1 before the divisor -16
+    EXPECT_EQ(Filtered(picture, -5, 3).At(0, 0), 0);   // 8 * 15 / 128
+    picture.At(5, 1) = picture.At(5, 2) = 17;
+    EXPECT_EQ(Filtered(picture, -5, 3).At(0, 0), 1); // 132 / 128
+    EXPECT_EQ(Filtered(picture, -5, 4).At(0, 0), 0); // 0, 1, 1, 0, 0 weighted 1 4 6 4 1: 10 / 16
 }
 
 TEST(FastFilter, DivisionTruncatesTowardsZero)
 {
     Bytes picture(3, 1);
-    picture.at(0, 0) = 1; // the difference 1, 0, its sum 1; divided by -2
-    EXPECT_EQ(Filtered(picture, -2, 0).at(0, 0), 0);
-    picture.at(0, 0) = 3;
-    EXPECT_EQ(Filtered(picture, -2, 0).at(0, 0), -1); // not -2
-    picture.at(0, 0) = 0;
-    picture.at(2, 0) = 3;
-    EXPECT_EQ(Filtered(picture, -2, 0).at(0, 0), 1);
+    picture.At(0, 0) = 1; // the difference 1, 0, its sum 1; divided by -2
+    EXPECT_EQ(Filtered(picture, -2, 0).At(0, 0), 0);
+    picture.At(0, 0) = 3;
+    EXPECT_EQ(Filtered(picture, -2, 0).At(0, 0), -1); // not -2
+    picture.At(0, 0) = 0;
+    picture.At(2, 0) = 3;
+    EXPECT_EQ(Filtered(picture, -2, 0).At(0, 0), 1);
 }
 
 TEST(FastFilter, EveryCountOfPassesMatchesThePlainLoops)
@@ -212,7 +212,7 @@ TEST(FastFilter, EveryCountOfPassesMatchesThePlainLoops)
     for (const Bytes& picture : ByteSamples(random, 19, 13)) {
         for (int v = -4; v <= 8; v++)
             for (int h = -4; h <= 8; h++)
-                ASSERT_TRUE(Same(Filtered(picture, v, h), reference::fastFilter(picture, v, h)))
+                ASSERT_TRUE(Same(Filtered(picture, v, h), reference::FastFilter(picture, v, h)))
                     << v << " along x, " << h << " along y";
     }
 }
@@ -235,7 +235,7 @@ TEST(FastFilter, EveryWidthMatchesThePlainLoops)
         const Bytes picture = Noise<std::uint8_t>(random, w, 7);
         for (const auto& [v, h] : {std::pair{0, 0}, {1, 1}, {-1, 2}, {2, -1}, {-2, -2}, {4, 4}, {6, 3}}) {
             if ((v < 0 ? -v : v) >= w) continue;
-            ASSERT_TRUE(Same(Filtered(picture, v, h), reference::fastFilter(picture, v, h)))
+            ASSERT_TRUE(Same(Filtered(picture, v, h), reference::FastFilter(picture, v, h)))
                 << w << " wide, " << v << " along x, " << h << " along y";
         }
     }
@@ -248,9 +248,9 @@ TEST(FastFilter, DivisorsThatWrapMatchThePlainLoops)
     for (const Bytes& picture : ByteSamples(random, 21, 20)) {
         for (const int many : {14, 15, 16, 17, 18, -15, -16, -17, -18}) {
             for (const int other : {-1, 0, 1, 3}) {
-                ASSERT_TRUE(Same(Filtered(picture, many, other), reference::fastFilter(picture, many, other)))
+                ASSERT_TRUE(Same(Filtered(picture, many, other), reference::FastFilter(picture, many, other)))
                     << many << " along x, " << other << " along y";
-                ASSERT_TRUE(Same(Filtered(picture, other, many), reference::fastFilter(picture, other, many)))
+                ASSERT_TRUE(Same(Filtered(picture, other, many), reference::FastFilter(picture, other, many)))
                     << other << " along x, " << many << " along y";
             }
         }
@@ -274,7 +274,7 @@ TEST(FastFilter, ReadsAnyViewAndLeavesItUntouched)
         for (const Bytes& picture : ByteSamples(random, 13, 12)) {
             for (const auto& [v, h] : {std::pair{2, 2}, {-1, 0}, {0, -1}, {-3, 2}, {5, 4}, {8, 8}}) {
                 Laid<std::uint8_t> laid(picture, layout, random);
-                ASSERT_TRUE(Same(FastFilter(laid.view, v, h), reference::fastFilter(picture, v, h)))
+                ASSERT_TRUE(Same(FastFilter(laid.view, v, h), reference::FastFilter(picture, v, h)))
                     << layout << ", " << v << " along x, " << h << " along y";
                 ASSERT_TRUE(Same(laid.view, picture)) << layout;
                 ASSERT_TRUE(laid.SurroundingsUntouched()) << layout;
@@ -290,7 +290,7 @@ TEST(FastFilter, ReadsAFrameOfASequence)
     const CubByte frames = ArrayOf(seq);
     for (int t = 0; t < 3; t++)
         EXPECT_TRUE(Same(FastFilter(frames(RNG::All(), RNG::All(), t), 3, -2),
-                         reference::fastFilter(seq.frame(t), 3, -2)));
+                         reference::FastFilter(seq.Frame(t), 3, -2)));
     EXPECT_EQ(SequenceOf(frames), seq);
 }
 
@@ -317,7 +317,7 @@ TEST(FastFilter, OnePixelMayBeLeftButNotNone)
     const Bytes picture = Noise<std::uint8_t>(random, 6, 5);
     for (const int v : {5, -5})
         for (const int h : {4, -4})
-            EXPECT_TRUE(Same(Filtered(picture, v, h), reference::fastFilter(picture, v, h))) << v << ' ' << h;
+            EXPECT_TRUE(Same(Filtered(picture, v, h), reference::FastFilter(picture, v, h))) << v << ' ' << h;
 
     for (const auto& [v, h] : {std::pair{6, 0}, {-6, 0}, {0, 5}, {0, -5}, {40, 0}, {5, 5}})
         ExpectInvalidRange([&, v = v, h = h] { FastFilter(ArrayOf(picture), v, h); });
@@ -360,7 +360,7 @@ TEST(FastFilter, TwoPassesOverShortsAverageThreeByThreePixelsBinomially)
         for (int x = 0; x < 3; x++) {
             int sum = 0;
             for (int j = 0; j < 3; j++)
-                for (int i = 0; i < 3; i++) sum += weight[i] * weight[j] * picture.at(x + i, y + j);
+                for (int i = 0; i < 3; i++) sum += weight[i] * weight[j] * picture.At(x + i, y + j);
             EXPECT_EQ(result(x, y), sum / 16) << x << ' ' << y;
         }
     }
@@ -389,7 +389,7 @@ TEST(FastFilter, ShortsMatchThePlainLoopsInAndOutsideTheResult)
     for (const Shorts& picture : ShortSamples(random, 17, 15)) {
         for (int passes = 0; passes <= 10; passes++) {
             Shorts wanted = picture;
-            const Shorts region = reference::fastFilterShort(wanted, passes);
+            const Shorts region = reference::FastFilterShort(wanted, passes);
             MatShort m = ArrayOf(picture);
             ASSERT_TRUE(Same(m.FastFilter(passes), region)) << passes;
             ASSERT_TRUE(Same(m, wanted)) << passes;
@@ -403,7 +403,7 @@ TEST(FastFilter, BytesMatchThePlainLoopsInAndOutsideTheResult)
     for (const Bytes& picture : ByteSamples(random, 17, 15)) {
         for (int passes = 0; passes <= 8; passes++) {
             Bytes wanted = picture;
-            const Bytes region = reference::fastFilterByte(wanted, passes);
+            const Bytes region = reference::FastFilterByte(wanted, passes);
             MatByte m = ArrayOf(picture);
             ASSERT_TRUE(Same(m.FastFilter(passes), region)) << passes;
             ASSERT_TRUE(Same(m, wanted)) << passes;
@@ -417,10 +417,10 @@ TEST(FastFilter, MembersFilterEveryWidth)
     for (int w = 4; w <= 70; w++) {
         Shorts shorts = Noise<std::int16_t>(random, w, 6);
         MatShort m = ArrayOf(shorts);
-        ASSERT_TRUE(Same(m.FastFilter(3), reference::fastFilterShort(shorts, 3))) << w;
+        ASSERT_TRUE(Same(m.FastFilter(3), reference::FastFilterShort(shorts, 3))) << w;
         Bytes bytes = Noise<std::uint8_t>(random, w, 6);
         MatByte b = ArrayOf(bytes);
-        ASSERT_TRUE(Same(b.FastFilter(3), reference::fastFilterByte(bytes, 3))) << w;
+        ASSERT_TRUE(Same(b.FastFilter(3), reference::FastFilterByte(bytes, 3))) << w;
     }
 }
 
@@ -431,14 +431,14 @@ TEST(FastFilter, MembersWriteOnlyIntoTheirView)
         for (const int passes : {0, 1, 2, 5, 8}) {
             Shorts shorts = Noise<std::int16_t>(random, 12, 11);
             Laid<std::int16_t> laidShorts(shorts, layout, random);
-            const Shorts shortRegion = reference::fastFilterShort(shorts, passes);
+            const Shorts shortRegion = reference::FastFilterShort(shorts, passes);
             ASSERT_TRUE(Same(laidShorts.view.FastFilter(passes), shortRegion)) << layout << ", " << passes;
             ASSERT_TRUE(Same(laidShorts.view, shorts)) << layout << ", " << passes;
             ASSERT_TRUE(laidShorts.SurroundingsUntouched()) << layout << ", " << passes;
 
             Bytes bytes = Noise<std::uint8_t>(random, 12, 11);
             Laid<std::uint8_t> laidBytes(bytes, layout, random);
-            const Bytes byteRegion = reference::fastFilterByte(bytes, passes);
+            const Bytes byteRegion = reference::FastFilterByte(bytes, passes);
             ASSERT_TRUE(Same(laidBytes.view.FastFilter(passes), byteRegion)) << layout << ", " << passes;
             ASSERT_TRUE(Same(laidBytes.view, bytes)) << layout << ", " << passes;
             ASSERT_TRUE(laidBytes.SurroundingsUntouched()) << layout << ", " << passes;
@@ -474,7 +474,7 @@ TEST(FastFilter, MembersLeaveOnePixelButNotNone)
 {
     Shorts shorts(5, 7, 50);
     MatShort m = ArrayOf(shorts);
-    EXPECT_TRUE(Same(m.FastFilter(4), reference::fastFilterShort(shorts, 4)));
+    EXPECT_TRUE(Same(m.FastFilter(4), reference::FastFilterShort(shorts, 4)));
     for (const int passes : {5, 6, 1000, INT_MAX}) {
         ExpectInvalidRange([passes] { ArrayOf(Shorts(5, 7, 50)).FastFilter(passes); });
         ExpectInvalidRange([passes] { ArrayOf(Bytes(7, 5, 50)).FastFilter(passes); });

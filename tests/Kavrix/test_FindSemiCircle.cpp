@@ -39,15 +39,15 @@ std::vector<Bytes> Patterns(Random& random, int w, int h)
                                    OneRow<std::uint8_t>(w, h, h - 1, 255),
                                    OneColumn<std::uint8_t>(w, h, 0, 255)};
     Bytes corner(w, h);
-    corner.at(w - 1, 0) = 1;
+    corner.At(w - 1, 0) = 1;
     patterns.push_back(corner);
     Bytes runs(w, h);
     for (int y = 0; y < h; y++)
-        for (int x = 0; x < w; x++) runs.at(x, y) = (x + y) % 5 < 3 ? 7 : 0;
+        for (int x = 0; x < w; x++) runs.At(x, y) = (x + y) % 5 < 3 ? 7 : 0;
     patterns.push_back(runs);
     Bytes triangle(w, h);
     for (int y = 0; y < h; y++)
-        for (int x = 0; x <= y && x < w; x++) triangle.at(x, y) = 255;
+        for (int x = 0; x <= y && x < w; x++) triangle.At(x, y) = 255;
     patterns.push_back(triangle);
     return patterns;
 }
@@ -62,9 +62,9 @@ TEST(SumPattern, AnyPatternMatchesThePlainVersion)
                  std::vector<Size2>{{1, 1}, {1, 6}, {7, 1}, {15, 4}, {16, 3}, {17, 5}, {33, 9}}) {
                 const Shorts picture = Noise<std::int16_t>(random, pw + ow - 1, ph + oh - 1);
                 const Ints sums = Sums(picture, pattern);
-                ASSERT_TRUE(Same(sums, reference::sumPattern(picture, pattern)))
+                ASSERT_TRUE(Same(sums, reference::SumPattern(picture, pattern)))
                     << pw << " x " << ph << " over " << picture.w << " x " << picture.h;
-                ASSERT_TRUE(Same(sums, reference::sumPatternByRuns(picture, pattern)));
+                ASSERT_TRUE(Same(sums, reference::SumPatternByRuns(picture, pattern)));
             }
         }
     }
@@ -74,11 +74,11 @@ TEST(SumPattern, ItIsAConvolution)
 {
     // The set cell in the corner opposite to the picture's: the pattern lies flipped.
     Shorts picture(4, 3);
-    picture.at(3, 2) = 5;
+    picture.At(3, 2) = 5;
     Bytes pattern(2, 2);
-    pattern.at(0, 0) = 1;
+    pattern.At(0, 0) = 1;
     Ints wanted(3, 2);
-    wanted.at(2, 1) = 5;
+    wanted.At(2, 1) = 5;
     EXPECT_TRUE(Same(Sums(picture, pattern), wanted));
 }
 
@@ -101,7 +101,7 @@ TEST(SumPattern, ViewsOfAnyStridesMatchThePlainVersion)
             const Bytes pattern = Salt<std::uint8_t>(random, 6, 5, 0, 255);
             const Laid<short> simg(picture, pictureLayout, random);
             const Laid<UBYTE> cells(pattern, patternLayout, random);
-            EXPECT_TRUE(Same(SumPattern(simg.view, cells.view), reference::sumPattern(picture, pattern)))
+            EXPECT_TRUE(Same(SumPattern(simg.view, cells.view), reference::SumPattern(picture, pattern)))
                 << pictureLayout << "; " << patternLayout;
             EXPECT_TRUE(simg.SurroundingsUntouched() && cells.SurroundingsUntouched());
         }
@@ -115,8 +115,8 @@ TEST(SumPattern, SumsWrapAt32Bits)
         const Shorts picture(303, 302, value);
         const Bytes pattern(300, 300, 255);
         const Ints sums = Sums(picture, pattern);
-        EXPECT_TRUE(Same(sums, reference::sumPattern(picture, pattern)));
-        EXPECT_EQ(sums.at(0, 0), static_cast<std::int32_t>(std::int64_t{90000} * value -
+        EXPECT_TRUE(Same(sums, reference::SumPattern(picture, pattern)));
+        EXPECT_EQ(sums.At(0, 0), static_cast<std::int32_t>(std::int64_t{90000} * value -
                                                            (value > 0 ? 1ll << 32 : -(1ll << 32))));
     }
 }
@@ -163,7 +163,7 @@ Centre Find(const Shorts& picture, float r1, float r2) { return Find(ArrayOf(pic
 Centre PlainFind(const Shorts& picture, float r1, float r2)
 {
     Centre c{-2, -2};
-    reference::findSemiCircle(picture, r1, r2, c.x, c.y);
+    reference::FindSemiCircle(picture, r1, r2, c.x, c.y);
     return c;
 }
 
@@ -194,7 +194,7 @@ TEST(FindSemiCircle, ADrawnRingIsFoundAtItsCentre)
         for (int y = 0; y < 50; y++)
             for (int x = 0; x < 70; x++) {
                 const int d = (x - cx) * (x - cx) + (y - cy) * (y - cy);
-                if (d >= 14 * 14 && d <= 17 * 17) picture.at(x, y) = 1500;
+                if (d >= 14 * 14 && d <= 17 * 17) picture.At(x, y) = 1500;
             }
         EXPECT_EQ(Find(picture, 14, 17), (Centre{static_cast<float>(cx), static_cast<float>(cy)}));
     }
@@ -203,11 +203,11 @@ TEST(FindSemiCircle, ADrawnRingIsFoundAtItsCentre)
 TEST(FindSemiCircle, RadiusZeroFindsTheFirstMaximum)
 {
     Shorts picture(9, 7, 3);
-    picture.at(6, 2) = picture.at(1, 4) = picture.at(8, 2) = 50;
+    picture.At(6, 2) = picture.At(1, 4) = picture.At(8, 2) = 50;
     EXPECT_EQ(Find(picture, 0, 0), (Centre{6, 2}));
     EXPECT_EQ(Find(Shorts(9, 7, -5), 0, 0), (Centre{0, 0}));
     Shorts last(9, 7, -32768);
-    last.at(8, 6) = -32767;
+    last.At(8, 6) = -32767;
     EXPECT_EQ(Find(last, 0, 0), (Centre{8, 6}));
 }
 
@@ -227,18 +227,18 @@ TEST(FindSemiCircle, TheRingFromTwoToThree)
         {0, -3}, {-2, -2}, {-1, -2}, {0, -2}, {1, -2}, {2, -2}, {-2, -1}, {2, -1}, {-3, 0}, {-2, 0},
         {2, 0},  {3, 0},   {-2, 1},  {2, 1},  {-2, 2}, {-1, 2}, {0, 2},   {1, 2},  {2, 2},  {0, 3}};
     Bytes pattern(7, 7);
-    for (const auto& [a, b] : ring) pattern.at(3 + a, 3 + b) = 255;
-    EXPECT_TRUE(Same(reference::ringPattern(2, 3), pattern));
+    for (const auto& [a, b] : ring) pattern.At(3 + a, 3 + b) = 255;
+    EXPECT_TRUE(Same(reference::RingPattern(2, 3), pattern));
 
     for (int y = -3; y <= 3; y++) {
         for (int x = -3; x <= 3; x++) {
             // A picture with one place for the ring and one that does not cover the pixel.
             Shorts picture(7, 14);
-            picture.at(3 + x, 10 + y) = 9;
+            picture.At(3 + x, 10 + y) = 9;
             bool covered = false;
             for (const auto& [a, b] : ring) covered = covered || (a == x && b == y);
             Shorts lower(7, 7);
-            lower.at(3 + x, 3 + y) = 9;
+            lower.At(3 + x, 3 + y) = 9;
             const MatInt sums = SumPattern(ArrayOf(lower), ArrayOf(pattern));
             EXPECT_EQ(sums(0, 0), covered ? 9 : 0) << x << ", " << y;
             EXPECT_EQ(Find(picture, 2, 3), PlainFind(picture, 2, 3)) << x << ", " << y;
@@ -256,9 +256,9 @@ TEST(FindSemiCircle, AnEmptyPictureGivesTheFirstPlace)
 TEST(FindSemiCircle, TiesGoToTheLowestRowAndThenTheLowestColumn)
 {
     Shorts rows(20, 20), columns(20, 20);
-    rows.at(12, 5) = rows.at(4, 11) = 100;
+    rows.At(12, 5) = rows.At(4, 11) = 100;
     EXPECT_EQ(Find(rows, 0, 0.4f), (Centre{12, 5}));
-    columns.at(12, 5) = columns.at(7, 5) = 100;
+    columns.At(12, 5) = columns.At(7, 5) = 100;
     EXPECT_EQ(Find(columns, 0, 0.4f), (Centre{7, 5}));
 }
 
@@ -267,7 +267,7 @@ TEST(FindSemiCircle, TheCentreKeepsTheRadiusFromEverySide)
     // The brightest pixel in each corner: the ring cannot reach further than its radius from the side.
     for (int corner = 0; corner < 4; corner++) {
         Shorts picture(21, 17);
-        picture.at(corner % 2 ? 20 : 0, corner / 2 ? 16 : 0) = 500;
+        picture.At(corner % 2 ? 20 : 0, corner / 2 ? 16 : 0) = 500;
         const Centre c = Find(picture, 0, 4);
         EXPECT_GE(c.x, 4);
         EXPECT_LE(c.x, 16);
@@ -305,7 +305,7 @@ TEST(FindSemiCircle, ARingThatCannotBeBuiltHasNoCentreAndBuildsNothingLarge)
 TEST(FindSemiCircle, ANegativeRadiusThatRoundsToZeroIsASingleCell)
 {
     Shorts picture(9, 7);
-    picture.at(5, 3) = 8;
+    picture.At(5, 3) = 8;
     EXPECT_EQ(Find(picture, 0, -0.25f), (Centre{5, 3}));
     EXPECT_EQ(Find(picture, 0, -0.5f), (Centre{5, 3}));
     EXPECT_EQ(Find(picture, 0, 0.5f), (Centre{5, 3}));
@@ -336,10 +336,10 @@ TEST(FindSemiCircle, SumsThatWrapAreComparedAsTheyCome)
     // them.
     Shorts picture(310, 306, 20000);
     for (int y = 0; y < 306; y++)
-        for (int x = 155; x < 310; x++) picture.at(x, y) = 32767;
+        for (int x = 155; x < 310; x++) picture.At(x, y) = 32767;
     const Centre found = Find(picture, 0, 150);
     Centre plain{};
-    reference::findSemiCircle(picture, 0, 150, plain.x, plain.y, reference::sumPatternByRuns);
+    reference::FindSemiCircle(picture, 0, 150, plain.x, plain.y, reference::SumPatternByRuns);
     EXPECT_EQ(found, plain);
 }
 

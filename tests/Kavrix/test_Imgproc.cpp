@@ -21,9 +21,9 @@ struct ShortFilter {
 };
 
 const std::vector<ShortFilter> shortFilters = {
-    {"Smooth", &MatShort::Smooth, reference::smoothShort}, {"LapAve", &MatShort::LapAve, reference::lapAve},
-    {"Laplace", &MatShort::Laplace, reference::laplace},   {"SobelX", &MatShort::SobelX, reference::sobelX},
-    {"SobelY", &MatShort::SobelY, reference::sobelY},
+    {"Smooth", &MatShort::Smooth, reference::SmoothShort}, {"LapAve", &MatShort::LapAve, reference::LapAve},
+    {"Laplace", &MatShort::Laplace, reference::Laplace},   {"SobelX", &MatShort::SobelX, reference::SobelX},
+    {"SobelY", &MatShort::SobelY, reference::SobelY},
 };
 
 Shorts Filtered(const ShortFilter& f, const Shorts& picture)
@@ -44,7 +44,7 @@ Shorts Smoothed(const Bytes& picture)
 Shorts Single(int w, int h, int x, int y, int value)
 {
     Shorts picture(w, h);
-    picture.at(x, y) = static_cast<std::int16_t>(value);
+    picture.At(x, y) = static_cast<std::int16_t>(value);
     return picture;
 }
 
@@ -99,7 +99,7 @@ TEST(Imgproc, ByteSmoothMatchesThePlainOneAtEverySize)
     Random random(2);
     for (const auto& [w, h] : Sizes())
         for (const Bytes& picture : ByteSamples(random, w, h))
-            ASSERT_TRUE(Same(Smoothed(picture), reference::smoothByte(picture))) << w << " x " << h;
+            ASSERT_TRUE(Same(Smoothed(picture), reference::SmoothByte(picture))) << w << " x " << h;
 }
 
 TEST(Imgproc, ShortFiltersReadViewsOfAnyStrides)
@@ -127,7 +127,7 @@ TEST(Imgproc, ByteSmoothReadsViewsOfAnyStrides)
         const Laid<UBYTE> source(picture, layout, random);
         MatShort out;
         out.Smooth(source.view);
-        EXPECT_TRUE(Same(out, reference::smoothByte(picture))) << layout;
+        EXPECT_TRUE(Same(out, reference::SmoothByte(picture))) << layout;
         EXPECT_TRUE(source.SurroundingsUntouched());
     }
 }
@@ -146,7 +146,7 @@ TEST(Imgproc, FiltersWriteIntoTheViewThatTheyAreCalledOn)
         const Bytes bytes = Noise<std::uint8_t>(random, 19, 11);
         Laid<short> target(17, 9, layout, random);
         target.view.Smooth(ArrayOf(bytes));
-        EXPECT_TRUE(Same(target.view, reference::smoothByte(bytes))) << layout;
+        EXPECT_TRUE(Same(target.view, reference::SmoothByte(bytes))) << layout;
         EXPECT_TRUE(target.SurroundingsUntouched()) << layout;
     }
 }
@@ -160,7 +160,7 @@ TEST(Imgproc, SourceAndReceiverMayBothBeViews)
             const Laid<short> source(picture, from, random);
             Laid<short> target(7, 5, to, random);
             target.view.LapAve(source.view);
-            EXPECT_TRUE(Same(target.view, reference::lapAve(picture))) << from << " to " << to;
+            EXPECT_TRUE(Same(target.view, reference::LapAve(picture))) << from << " to " << to;
             EXPECT_TRUE(target.SurroundingsUntouched());
         }
     }
@@ -240,8 +240,8 @@ TEST(Imgproc, ByteSmoothHasTheBinomialKernel)
     for (int y = 0; y < 3; y++) {
         for (int x = 0; x < 3; x++) {
             Bytes picture(3, 3);
-            picture.at(x, y) = 255;
-            EXPECT_EQ(Smoothed(picture).at(0, 0), 255 * kernel[y][x]) << x << ", " << y;
+            picture.At(x, y) = 255;
+            EXPECT_EQ(Smoothed(picture).At(0, 0), 255 * kernel[y][x]) << x << ", " << y;
         }
     }
 }
@@ -249,59 +249,59 @@ TEST(Imgproc, ByteSmoothHasTheBinomialKernel)
 TEST(Imgproc, LapAveWeighsCornersHalfAndNotTheCentre)
 {
     const ShortFilter& lapAve = shortFilters[1];
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, 1)).at(0, 0), 0);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 2, 0, 12)).at(0, 0), 1);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 2, 11)).at(0, 0), 0);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 1, 6)).at(0, 0), 1);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 2, 5)).at(0, 0), 0);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 1, 32767)).at(0, 0), 0);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, 1)).At(0, 0), 0);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 2, 0, 12)).At(0, 0), 1);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 2, 11)).At(0, 0), 0);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 1, 6)).At(0, 0), 1);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 2, 5)).At(0, 0), 0);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 1, 32767)).At(0, 0), 0);
 }
 
 TEST(Imgproc, LapAveRoundsTheCornersDownAndTheQuotientTowardsZero)
 {
     const ShortFilter& lapAve = shortFilters[1];
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, -1)).at(0, 0), 0);   // -1 >> 1 = -1, -1 / 6 = 0
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, -11)).at(0, 0), -1); // -11 >> 1 = -6
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 0, -6)).at(0, 0), -1);
-    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 0, -11)).at(0, 0), -1); // -11 / 6 = -1, not -2
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, -1)).At(0, 0), 0);   // -1 >> 1 = -1, -1 / 6 = 0
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 0, 0, -11)).At(0, 0), -1); // -11 >> 1 = -6
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 0, -6)).At(0, 0), -1);
+    EXPECT_EQ(Filtered(lapAve, Single(3, 3, 1, 0, -11)).At(0, 0), -1); // -11 / 6 = -1, not -2
 }
 
 TEST(Imgproc, ShortSmoothOfASingleOneIsZero)
 {
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 1, 1)).at(0, 0), 0);
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 1, 4)).at(0, 0), 1);
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 1, 8)).at(0, 0), 1);
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 0, 16)).at(0, 0), 1);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 1, 1)).At(0, 0), 0);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 1, 4)).At(0, 0), 1);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 1, 8)).At(0, 0), 1);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 0, 16)).At(0, 0), 1);
 }
 
 TEST(Imgproc, ShortSmoothRoundsNegativeValuesDownAtBothShifts)
 {
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 0, -1)).at(0, 0), -1); // -1 >> 1 = -1, -1 >> 3 = -1
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 0, -8)).at(0, 0), -1);
-    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 0, -9)).at(0, 0), -2);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 0, 0, -1)).At(0, 0), -1); // -1 >> 1 = -1, -1 >> 3 = -1
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 0, -8)).At(0, 0), -1);
+    EXPECT_EQ(Filtered(shortFilters[0], Single(3, 3, 1, 0, -9)).At(0, 0), -2);
     // (-17 >> 1) + 1 = -8, where a rounding towards zero would give -7 and then 0.
     Shorts picture = Single(3, 3, 2, 2, -17);
-    picture.at(1, 0) = 1;
-    EXPECT_EQ(Filtered(shortFilters[0], picture).at(0, 0), -1);
+    picture.At(1, 0) = 1;
+    EXPECT_EQ(Filtered(shortFilters[0], picture).At(0, 0), -1);
 }
 
 TEST(Imgproc, LaplaceIsTheAverageLessTheCentrePlusABias)
 {
-    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 1, 100)).at(0, 0), 1948);
-    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 0, 60)).at(0, 0), 2058);
-    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 1, -32768)).at(0, 0), -30720) << "wraps";
+    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 1, 100)).At(0, 0), 1948);
+    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 0, 60)).At(0, 0), 2058);
+    EXPECT_EQ(Filtered(shortFilters[2], Single(3, 3, 1, 1, -32768)).At(0, 0), -30720) << "wraps";
 }
 
 TEST(Imgproc, SobelFiltersLookRightAndDown)
 {
     const int weights[3] = {1, 2, 1};
     for (int i = 0; i < 3; i++) {
-        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 2, i, 10)).at(0, 0), 2048 + 10 * weights[i]);
-        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 0, i, 10)).at(0, 0), 2048 - 10 * weights[i]);
-        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 1, i, 10)).at(0, 0), 2048);
-        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 2, 10)).at(0, 0), 2048 + 10 * weights[i]);
-        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 0, 10)).at(0, 0), 2048 - 10 * weights[i]);
-        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 1, 10)).at(0, 0), 2048);
+        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 2, i, 10)).At(0, 0), 2048 + 10 * weights[i]);
+        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 0, i, 10)).At(0, 0), 2048 - 10 * weights[i]);
+        EXPECT_EQ(Filtered(shortFilters[3], Single(3, 3, 1, i, 10)).At(0, 0), 2048);
+        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 2, 10)).At(0, 0), 2048 + 10 * weights[i]);
+        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 0, 10)).At(0, 0), 2048 - 10 * weights[i]);
+        EXPECT_EQ(Filtered(shortFilters[4], Single(3, 3, i, 1, 10)).At(0, 0), 2048);
     }
 }
 
@@ -316,13 +316,13 @@ TEST(Imgproc, SmoothingIntoTheInsideOfAPictureLeavesItsBorder)
         smoothed.Smooth(picture);
         picture(RNG(1, 18), RNG(1, 12)) = smoothed;
 
-        const Shorts inside = reference::smoothShort(expected);
+        const Shorts inside = reference::SmoothShort(expected);
         for (int y = 0; y < inside.h; y++)
-            for (int x = 0; x < inside.w; x++) expected.at(x + 1, y + 1) = inside.at(x, y);
+            for (int x = 0; x < inside.w; x++) expected.At(x + 1, y + 1) = inside.At(x, y);
     }
     EXPECT_TRUE(Same(picture, expected));
-    EXPECT_EQ(picture(0, 0), first.at(0, 0));
-    EXPECT_EQ(picture(19, 13), first.at(19, 13));
+    EXPECT_EQ(picture(0, 0), first.At(0, 0));
+    EXPECT_EQ(picture(19, 13), first.At(19, 13));
 }
 
 } // namespace

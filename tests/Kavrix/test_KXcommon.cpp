@@ -30,13 +30,13 @@ class Traces {
 public:
     ~Traces()
     {
-        while (!traces_.empty()) Pop();
+        while (!traces.empty()) Pop();
     }
-    void Push(const char* name) { traces_.push_back(std::make_unique<Trace>(name)); }
-    void Pop() { traces_.pop_back(); }
+    void Push(const char* name) { traces.push_back(std::make_unique<Trace>(name)); }
+    void Pop() { traces.pop_back(); }
 
 private:
-    std::vector<std::unique_ptr<Trace>> traces_;
+    std::vector<std::unique_ptr<Trace>> traces;
 };
 
 // ---------------------------------------------------------------------------------- the line

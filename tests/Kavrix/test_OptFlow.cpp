@@ -25,7 +25,7 @@ testing::AssertionResult MatchesReference(CubByte frames, int nrIters, const Int
 {
     const Sequence seq = SequenceOf(frames);
     Ints u = uFirst, v = vFirst;
-    const int expected = reference::opticalFlow12Alt(seq, u, v, nrIters);
+    const int expected = reference::OpticalFlow12Alt(seq, u, v, nrIters);
 
     MatInt u_sum = ArrayOf(uFirst), v_sum = ArrayOf(vFirst);
     const int result = OpticalFlow12Alt(frames, u_sum, v_sum, nrIters);
@@ -77,7 +77,7 @@ Bytes Shifted(const Bytes& picture, int dx, int dy)
     Bytes shifted(picture.w, picture.h);
     for (int y = 0; y < picture.h; y++)
         for (int x = 0; x < picture.w; x++)
-            shifted.at(x, y) = picture.at((x - dx + picture.w) % picture.w, (y - dy + picture.h) % picture.h);
+            shifted.At(x, y) = picture.At((x - dx + picture.w) % picture.w, (y - dy + picture.h) % picture.h);
     return shifted;
 }
 
@@ -193,7 +193,7 @@ TEST(OptFlow, SumsMayBeViewsOfAnyStrides)
         Laid<int> uLaid(u, layout, random), vLaid(v, layout, random);
         CubByte frames = ArrayOf(seq);
         ASSERT_EQ(OpticalFlow12Alt(frames, uLaid.view, vLaid.view, 2), 0);
-        reference::opticalFlow12Alt(seq, u, v, 2);
+        reference::OpticalFlow12Alt(seq, u, v, 2);
         EXPECT_TRUE(Same(uLaid.view, u)) << layout;
         EXPECT_TRUE(Same(vLaid.view, v)) << layout;
         EXPECT_TRUE(uLaid.SurroundingsUntouched() && vLaid.SurroundingsUntouched()) << layout;
@@ -233,12 +233,12 @@ TEST(OptFlow, TheDenominatorIsNeverZeroNorMinusOne)
     Shorts Ex(count, count), Ey(count, count), Den(count, count, 25);
     for (int y = 0; y < count; y++) {
         for (int x = 0; x < count; x++) {
-            Ex.at(x, y) = static_cast<std::int16_t>(8 * (x - largest));
-            Ey.at(x, y) = static_cast<std::int16_t>(8 * (y - largest));
+            Ex.At(x, y) = static_cast<std::int16_t>(8 * (x - largest));
+            Ey.At(x, y) = static_cast<std::int16_t>(8 * (y - largest));
         }
     }
-    reference::addSquare(Den, Ex);
-    reference::addSquare(Den, Ey);
+    reference::AddSquare(Den, Ex);
+    reference::AddSquare(Den, Ey);
     int zeros = 0, minusOnes = 0, ones = 0, negative = 0;
     for (int den : Den.a) {
         zeros += den == 0;
@@ -259,11 +259,11 @@ TEST(OptFlow, AQuotientAtTheEndOf32BitsWraps)
     Bytes first(4, 4), second(4, 4);
     first.a = {5, 251, 214, 111, 31, 239, 210, 235, 220, 226, 210, 62, 70, 222, 202, 53};
     second.a = {14, 197, 247, 81, 53, 238, 224, 4, 217, 252, 162, 200, 243, 251, 192, 17};
-    const Shorts P = reference::prepareFrame(first), N = reference::prepareFrame(second);
+    const Shorts P = reference::PrepareFrame(first), N = reference::PrepareFrame(second);
     Shorts Den(3, 3, 25);
-    reference::addSquare(Den, reference::derivativeX(P, N));
-    reference::addSquare(Den, reference::derivativeY(P, N));
-    EXPECT_EQ(Den.at(0, 0), 1);
+    reference::AddSquare(Den, reference::DerivativeX(P, N));
+    reference::AddSquare(Den, reference::DerivativeY(P, N));
+    EXPECT_EQ(Den.At(0, 0), 1);
     EXPECT_TRUE(MatchesReference(SequenceOf({first, second}), 3));
 }
 
@@ -272,11 +272,11 @@ TEST(OptFlow, DerivativesReachTheEndsOfTheirRange)
     for (bool brightRight : {false, true}) {
         Bytes edge(6, 5);
         for (int y = 0; y < edge.h; y++)
-            for (int x = 0; x < edge.w; x++) edge.at(x, y) = (x == 0) == brightRight ? 0 : 255;
-        for (int x = 0; x < edge.w; x++) edge.at(x, 0) = (x == 0) == brightRight ? 0 : 255;
-        const Shorts prepared = reference::prepareFrame(edge);
-        const Shorts Ex = reference::derivativeX(prepared, prepared);
-        EXPECT_GT(std::abs(Ex.at(0, 0)), 1456) << "past the square that fits 16 bits";
+            for (int x = 0; x < edge.w; x++) edge.At(x, y) = (x == 0) == brightRight ? 0 : 255;
+        for (int x = 0; x < edge.w; x++) edge.At(x, 0) = (x == 0) == brightRight ? 0 : 255;
+        const Shorts prepared = reference::PrepareFrame(edge);
+        const Shorts Ex = reference::DerivativeX(prepared, prepared);
+        EXPECT_GT(std::abs(Ex.At(0, 0)), 1456) << "past the square that fits 16 bits";
         EXPECT_TRUE(MatchesReference(SequenceOf({edge, Bytes(6, 5, 128)}), 3));
         EXPECT_TRUE(MatchesReference(SequenceOf({Bytes(6, 5, 128), edge}), 3));
     }
@@ -292,13 +292,13 @@ TEST(OptFlow, EveryLevelOfAnEdgeMatchesThePlainVersion)
         Bytes edge(9, 4), moved(9, 4);
         for (int y = 0; y < 4; y++) {
             for (int x = 0; x < 9; x++) {
-                edge.at(x, y) = static_cast<std::uint8_t>(x < 4 ? 0 : level);
-                moved.at(x, y) = static_cast<std::uint8_t>(x < 5 ? 0 : level);
+                edge.At(x, y) = static_cast<std::uint8_t>(x < 4 ? 0 : level);
+                moved.At(x, y) = static_cast<std::uint8_t>(x < 5 ? 0 : level);
             }
         }
-        const Shorts P = reference::prepareFrame(edge), N = reference::prepareFrame(moved);
+        const Shorts P = reference::PrepareFrame(edge), N = reference::PrepareFrame(moved);
         Shorts Den(8, 3, 25);
-        reference::addSquare(Den, reference::derivativeX(P, N));
+        reference::AddSquare(Den, reference::DerivativeX(P, N));
         for (int den : Den.a) wrapped = wrapped || den < 0;
         ASSERT_TRUE(MatchesReference(SequenceOf({edge, moved}), 2, random)) << level;
         ASSERT_TRUE(MatchesReference(SequenceOf({moved, edge}), 5, random)) << level;
@@ -402,18 +402,18 @@ TEST(OptFlow, TheFlowsFrameIsUneven)
     for (int nrIters : {1, 2, 4}) {
         const Flow flow = FlowOf(NoiseSequence(random, wid, hgh, 2), nrIters);
         for (int y = 0; y <= hgh; y++) {
-            EXPECT_EQ(flow.u.at(0, y), 0);
-            EXPECT_EQ(flow.u.at(wid, y), 0);
-            EXPECT_EQ(flow.v.at(0, y), flow.v.at(1, y));
-            EXPECT_EQ(flow.v.at(wid, y), flow.v.at(wid - 1, y));
+            EXPECT_EQ(flow.u.At(0, y), 0);
+            EXPECT_EQ(flow.u.At(wid, y), 0);
+            EXPECT_EQ(flow.v.At(0, y), flow.v.At(1, y));
+            EXPECT_EQ(flow.v.At(wid, y), flow.v.At(wid - 1, y));
         }
         bool moves = false;
         for (int x = 1; x < wid; x++) {
-            EXPECT_EQ(flow.v.at(x, 0), 0);
-            EXPECT_EQ(flow.v.at(x, hgh), 0);
-            EXPECT_EQ(flow.u.at(x, 0), flow.u.at(x, 1));
-            EXPECT_EQ(flow.u.at(x, hgh), flow.u.at(x, hgh - 1));
-            moves = moves || flow.u.at(x, 0) != 0;
+            EXPECT_EQ(flow.v.At(x, 0), 0);
+            EXPECT_EQ(flow.v.At(x, hgh), 0);
+            EXPECT_EQ(flow.u.At(x, 0), flow.u.At(x, 1));
+            EXPECT_EQ(flow.u.At(x, hgh), flow.u.At(x, hgh - 1));
+            moves = moves || flow.u.At(x, 0) != 0;
         }
         EXPECT_TRUE(moves);
     }
@@ -426,18 +426,18 @@ TEST(OptFlow, MotionHasTheRightSignAndScale)
     Bytes ramp(24, 24), down(24, 24);
     for (int y = 0; y < 24; y++) {
         for (int x = 0; x < 24; x++) {
-            ramp.at(x, y) = static_cast<std::uint8_t>(8 * x + 20);
-            down.at(x, y) = static_cast<std::uint8_t>(8 * y + 20);
+            ramp.At(x, y) = static_cast<std::uint8_t>(8 * x + 20);
+            down.At(x, y) = static_cast<std::uint8_t>(8 * y + 20);
         }
     }
     const Flow right = FlowOf(SequenceOf({ramp, Shifted(ramp, 1, 0)}), 1);
-    EXPECT_NEAR(right.u.at(12, 12), 64, 8);
-    EXPECT_EQ(right.v.at(12, 12), 0);
+    EXPECT_NEAR(right.u.At(12, 12), 64, 8);
+    EXPECT_EQ(right.v.At(12, 12), 0);
     const Flow below = FlowOf(SequenceOf({down, Shifted(down, 0, 1)}), 1);
-    EXPECT_NEAR(below.v.at(12, 12), 64, 8);
-    EXPECT_EQ(below.u.at(12, 12), 0);
+    EXPECT_NEAR(below.v.At(12, 12), 64, 8);
+    EXPECT_EQ(below.u.At(12, 12), 0);
     const Flow left = FlowOf(SequenceOf({Shifted(ramp, 1, 0), ramp}), 1);
-    EXPECT_NEAR(left.u.at(12, 12), -64, 8);
+    EXPECT_NEAR(left.u.At(12, 12), -64, 8);
 }
 
 TEST(OptFlow, TheBorderOfAFrameIsNotSmoothed)
@@ -445,20 +445,20 @@ TEST(OptFlow, TheBorderOfAFrameIsNotSmoothed)
     // One bright pixel in the border raises its cell's derivatives by 16 times its value; smoothed it would
     // not.
     Bytes dark(7, 6), spot(7, 6);
-    spot.at(3, 0) = 200;
-    const Shorts prepared = reference::prepareFrame(spot);
-    EXPECT_EQ(prepared.at(3, 0), 3200);
-    EXPECT_EQ(prepared.at(2, 0), 0);
-    EXPECT_EQ(prepared.at(3, 1), 400) << "inside: twice its value";
+    spot.At(3, 0) = 200;
+    const Shorts prepared = reference::PrepareFrame(spot);
+    EXPECT_EQ(prepared.At(3, 0), 3200);
+    EXPECT_EQ(prepared.At(2, 0), 0);
+    EXPECT_EQ(prepared.At(3, 1), 400) << "inside: twice its value";
     EXPECT_TRUE(MatchesReference(SequenceOf({dark, spot}), 2));
     for (int i = 0; i < 7; i++) {
         Bytes top(7, 6), bottom(7, 6);
-        top.at(i, 0) = bottom.at(i, 5) = 255;
+        top.At(i, 0) = bottom.At(i, 5) = 255;
         EXPECT_TRUE(MatchesReference(SequenceOf({top, bottom}), 2)) << i;
     }
     for (int i = 0; i < 6; i++) {
         Bytes left(7, 6), right(7, 6);
-        left.at(0, i) = right.at(6, i) = 255;
+        left.At(0, i) = right.At(6, i) = 255;
         EXPECT_TRUE(MatchesReference(SequenceOf({left, right}), 2)) << i;
     }
 }
@@ -495,7 +495,7 @@ Normalised Norm(const Ints& uSum, const Ints& vSum)
 Normalised PlainNorm(const Ints& uSum, const Ints& vSum)
 {
     Normalised n;
-    reference::ofNorm(uSum, vSum, n.u, n.v, n.mag);
+    reference::OfNorm(uSum, vSum, n.u, n.v, n.mag);
     return n;
 }
 
@@ -526,8 +526,8 @@ TEST(OF_Norm, TheLowestNumberHasNoPositivePartner)
     // The larger of x and -x is the lowest number itself: it never becomes the largest absolute value.
     for (int other : {0, 1, 5, 1000000, highest, lowest, -3}) {
         Ints u(3, 2), v(3, 2);
-        u.at(1, 1) = lowest;
-        v.at(2, 0) = other;
+        u.At(1, 1) = lowest;
+        v.At(2, 0) = other;
         SCOPED_TRACE(other);
         ExpectSame(Norm(u, v), PlainNorm(u, v));
         ExpectSame(Norm(v, u), PlainNorm(v, u));
@@ -645,9 +645,9 @@ TEST(OF_Norm, ASingleOneBecomesTheFullScale)
 {
     for (bool inU : {true, false}) {
         Ints one(4, 3), zero(4, 3);
-        one.at(2, 1) = 1;
+        one.At(2, 1) = 1;
         Shorts scaled(4, 3);
-        scaled.at(2, 1) = 1907;
+        scaled.At(2, 1) = 1907;
         const Normalised n = inU ? Norm(one, zero) : Norm(zero, one);
         EXPECT_TRUE(Same(inU ? n.u : n.v, scaled));
         EXPECT_TRUE(Same(inU ? n.v : n.u, Shorts(4, 3)));
@@ -658,23 +658,23 @@ TEST(OF_Norm, ASingleOneBecomesTheFullScale)
 TEST(OF_Norm, ASingleMinusOneRoundsDown)
 {
     Ints one(4, 3);
-    one.at(0, 0) = -1;
+    one.At(0, 0) = -1;
     const Normalised n = Norm(one, Ints(4, 3));
-    EXPECT_EQ(n.u.at(0, 0), -1908);
-    EXPECT_EQ(n.mag.at(0, 0), 1908);
-    EXPECT_EQ(n.u.at(1, 0), 0);
+    EXPECT_EQ(n.u.At(0, 0), -1908);
+    EXPECT_EQ(n.mag.At(0, 0), 1908);
+    EXPECT_EQ(n.u.At(1, 0), 0);
 }
 
 TEST(OF_Norm, ANegativeExtremeSetsTheScale)
 {
     Ints u(3, 1), v(3, 1);
-    u.at(0, 0) = -1000;
-    u.at(1, 0) = 500;
-    v.at(2, 0) = 250;
+    u.At(0, 0) = -1000;
+    u.At(1, 0) = 500;
+    v.At(2, 0) = 250;
     const Normalised n = Norm(u, v);
-    EXPECT_EQ(n.u.at(0, 0), -1908);
-    EXPECT_EQ(n.u.at(1, 0), 953);
-    EXPECT_EQ(n.v.at(2, 0), 476);
+    EXPECT_EQ(n.u.At(0, 0), -1908);
+    EXPECT_EQ(n.u.At(1, 0), 953);
+    EXPECT_EQ(n.v.At(2, 0), 476);
 }
 
 TEST(OF_Norm, OneScaleServesBothComponents)
@@ -693,11 +693,11 @@ TEST(OF_Norm, OneScaleServesBothComponents)
 TEST(OF_Norm, MagnitudeComesFromTheScaledValues)
 {
     Ints u(2, 1), v(2, 1);
-    u.at(0, 0) = v.at(0, 0) = 7777;
+    u.At(0, 0) = v.At(0, 0) = 7777;
     const Normalised n = Norm(u, v);
-    EXPECT_EQ(n.u.at(0, 0), 1907);
-    EXPECT_EQ(n.v.at(0, 0), 1907);
-    EXPECT_EQ(n.mag.at(0, 0), 2696) << "the root of 2 * 1907 * 1907, cut";
+    EXPECT_EQ(n.u.At(0, 0), 1907);
+    EXPECT_EQ(n.v.At(0, 0), 1907);
+    EXPECT_EQ(n.mag.At(0, 0), 2696) << "the root of 2 * 1907 * 1907, cut";
 }
 
 TEST(OF_Norm, TracesItselfWhileItRuns)

@@ -52,7 +52,7 @@ FlowRun Plain(const Sequence& seq, int nrIters, const Ints& uFirst, const Ints& 
 {
     Query own{0, stopAt, 1};
     FlowRun run{0, 0, uFirst, vFirst};
-    run.result = reference::opticalFlow12Alt(seq, run.u, run.v, nrIters, [&own] { return own(); });
+    run.result = reference::OpticalFlow12Alt(seq, run.u, run.v, nrIters, [&own] { return own(); });
     run.asked = own.asked;
     return run;
 }
@@ -119,7 +119,7 @@ TEST(OptFlowCancel, PairsBeforeTheStopAreThoseOfAShorterSequence)
     const int pairCheckpoints = FlowCheckpoints(7, 3, 2) - FlowCheckpoints(7, 2, 2);
     for (int finished = 0; finished < 4; finished++) {
         const FlowRun stopped = Library(seq, 2, zero, zero, 2 + finished * pairCheckpoints + 1);
-        const FlowRun whole = Library(seq.frames(0, finished), 2, zero, zero, 0);
+        const FlowRun whole = Library(seq.Frames(0, finished), 2, zero, zero, 0);
         EXPECT_EQ(stopped.result, 1);
         EXPECT_TRUE(Same(stopped.u, whole.u)) << finished << " pairs";
         EXPECT_TRUE(Same(stopped.v, whole.v)) << finished << " pairs";
@@ -195,8 +195,8 @@ VoteRun PlainVotes(Form form, const Shorts& u, const Shorts& v, int stopAt)
     const auto ask = [&own] { return own(); };
     VoteRun run{0, 0, {}, untouched, untouched};
     run.result = form == Form::alt
-                     ? reference::opticalFlowPostprocAlt(u, v, 3, 2, 4, 1, 1, run.hough, run.cx, run.cy, ask)
-                     : reference::opticalFlowPostprocA2(u, v, 3, 1, 3, -1, run.hough, run.cx, run.cy, ask);
+                     ? reference::OpticalFlowPostprocAlt(u, v, 3, 2, 4, 1, 1, run.hough, run.cx, run.cy, ask)
+                     : reference::OpticalFlowPostprocA2(u, v, 3, 1, 3, -1, run.hough, run.cx, run.cy, ask);
     run.asked = own.asked;
     return run;
 }

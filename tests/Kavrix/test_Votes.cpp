@@ -45,7 +45,7 @@ TEST(CumHistogram, MatchesThePlainVersionForAnyLength)
             VecInt chist(bins);
             chist.Fill(-5); // what was there does not count
             CumHistogram(ArrayOf(picture), chist);
-            EXPECT_EQ(ValuesOf(chist), reference::cumHistogram(picture, bins)) << bins << " bins, " << range;
+            EXPECT_EQ(ValuesOf(chist), reference::CumHistogram(picture, bins)) << bins << " bins, " << range;
         }
     }
 }
@@ -59,7 +59,7 @@ TEST(CumHistogram, CountsViewsOnlyOnce)
         VecInt all(2 * 4096), chist = all(RNG(0, 8191, 2)); // every other element of a longer vector
         all.Fill(-1);
         CumHistogram(laid.view, chist);
-        EXPECT_EQ(ValuesOf(chist), reference::cumHistogram(picture)) << layout;
+        EXPECT_EQ(ValuesOf(chist), reference::CumHistogram(picture)) << layout;
         for (int i = 1; i < all.dim1; i += 2) ASSERT_EQ(all(i), -1);
     }
 }
@@ -78,8 +78,8 @@ TEST(CumHistogram, ValuesOutsideTheBinsCountInTheOuterOnes)
         EXPECT_EQ(ValuesOf(chist), wanted) << high;
     }
     Shorts two(2, 1);
-    two.at(0, 0) = -2047;
-    two.at(1, 0) = 2046;
+    two.At(0, 0) = -2047;
+    two.At(1, 0) = 2046;
     CumHistogram(ArrayOf(two), chist);
     EXPECT_EQ(chist(0), 0);
     EXPECT_EQ(chist(1), 1);
@@ -104,7 +104,7 @@ TEST(PercThreshold, MatchesThePlainVersion)
                 chist.push_back(count);
             }
             for (float fraction : fractions)
-                EXPECT_EQ(PercThreshold(VectorOf(chist), fraction), reference::percThreshold(chist, fraction))
+                EXPECT_EQ(PercThreshold(VectorOf(chist), fraction), reference::PercThreshold(chist, fraction))
                     << bins << " bins, fraction " << fraction;
         }
     }
@@ -198,8 +198,8 @@ Result PlainVotes(Form form, const Shorts& u, const Shorts& v, const Parameters&
 {
     Result r;
     if (form == Form::alt)
-        reference::opticalFlowPostprocAlt(u, v, 5, p.r1, p.r2, p.r3f, p.angSpeed, r.hough, r.cx, r.cy);
-    else reference::opticalFlowPostprocA2(u, v, 5, p.r1, p.r2, p.angSpeed, r.hough, r.cx, r.cy);
+        reference::OpticalFlowPostprocAlt(u, v, 5, p.r1, p.r2, p.r3f, p.angSpeed, r.hough, r.cx, r.cy);
+    else reference::OpticalFlowPostprocA2(u, v, 5, p.r1, p.r2, p.angSpeed, r.hough, r.cx, r.cy);
     return r;
 }
 
@@ -225,8 +225,8 @@ Field TurningField(Random& random, int w, int h, double cx, double cy, double in
         for (int x = 0; x < w; x++) {
             const double dx = x - cx, dy = y - cy, r = std::sqrt(dx * dx + dy * dy);
             if (r < inner || r > outer) continue;
-            f.u.at(x, y) = static_cast<std::int16_t>(std::lround(-speed * dy / r));
-            f.v.at(x, y) = static_cast<std::int16_t>(std::lround(speed * dx / r));
+            f.u.At(x, y) = static_cast<std::int16_t>(std::lround(-speed * dy / r));
+            f.v.At(x, y) = static_cast<std::int16_t>(std::lround(speed * dx / r));
         }
     }
     return f;
@@ -399,8 +399,8 @@ struct Single {
     Shorts u, v;
     Single(int w, int h, int x, int y, int pu, int pv) : u(w, h), v(w, h)
     {
-        u.at(x, y) = static_cast<std::int16_t>(pu);
-        v.at(x, y) = static_cast<std::int16_t>(pv);
+        u.At(x, y) = static_cast<std::int16_t>(pu);
+        v.At(x, y) = static_cast<std::int16_t>(pv);
     }
 };
 
@@ -411,10 +411,10 @@ struct Cell {
     {
         for (int j = 0; j < picture.h; j++)
             for (int i = 0; i < picture.w; i++)
-                if (picture.at(i, j) != 0) {
+                if (picture.At(i, j) != 0) {
                     x = i;
                     y = j;
-                    value = picture.at(i, j);
+                    value = picture.At(i, j);
                     count++;
                 }
     }
@@ -448,7 +448,7 @@ TEST(Votes, PictureOfNoPixelsHasNoVotes)
         const MatShort u(w, h), v(w, h);
         for (const Form form : {Form::alt, Form::a2}) {
             const Result r = Votes(form, u, v, {2, 3, 0, 1});
-            EXPECT_TRUE(r.hough.empty());
+            EXPECT_TRUE(r.hough.Empty());
             EXPECT_TRUE(std::isnan(r.cx) && std::isnan(r.cy));
         }
     }
@@ -477,21 +477,21 @@ TEST(Votes, TheFourPointsOfTheOffset)
     const Single right(22, 20, 10, 8, 1000, 0);
     const Result clockwise = Votes(Form::alt, right.u, right.v, {5, 5, 3, 1});
     Shorts wanted(22, 20);
-    wanted.at(13, 3) = wanted.at(7, 3) = 2000;
+    wanted.At(13, 3) = wanted.At(7, 3) = 2000;
     EXPECT_TRUE(pictures::Same(clockwise.hough, wanted));
     EXPECT_EQ(clockwise.cx, 10.5f);
     EXPECT_EQ(clockwise.cy, 3.5f);
 
     const Result counter = Votes(Form::alt, right.u, right.v, {5, 5, 3, -1});
     wanted = Shorts(22, 20);
-    wanted.at(13, 13) = wanted.at(10, 13) = 2000;
+    wanted.At(13, 13) = wanted.At(10, 13) = 2000;
     EXPECT_TRUE(pictures::Same(counter.hough, wanted));
     EXPECT_EQ(counter.cx, 12);
 
     // (0, 1000): point 4 lies r + 3 to the left and 3 up.
     const Single down(22, 20, 11, 8, 0, 1000);
     wanted = Shorts(22, 20);
-    wanted.at(6, 11) = wanted.at(3, 5) = 2000;
+    wanted.At(6, 11) = wanted.At(3, 5) = 2000;
     EXPECT_TRUE(pictures::Same(Votes(Form::alt, down.u, down.v, {5, 5, 3, -1}).hough, wanted));
 }
 
@@ -500,7 +500,7 @@ TEST(Votes, TheSecondFormMovesOnByEachRadius)
     const Single right(22, 20, 10, 15, 1000, 0);
     const Result r = Votes(Form::a2, right.u, right.v, {1.9f, 4.9f, 0, 1}); // radii 1, 2, 3, 4
     Shorts wanted(22, 20);
-    for (int y : {14, 12, 9, 5}) wanted.at(10, y) = 2000;
+    for (int y : {14, 12, 9, 5}) wanted.At(10, y) = 2000;
     EXPECT_TRUE(pictures::Same(r.hough, wanted));
     EXPECT_EQ(r.cx, 10.5f);
     EXPECT_EQ(r.cy, 10.5f);
@@ -564,11 +564,11 @@ TEST(Votes, OnlyTheFirstComponentSetsTheThreshold)
     const Result weak = Votes(Form::alt, u, v, {0, 0, 0, 1});
     EXPECT_TRUE(pictures::Same(weak.hough, Shorts(40, 40, 2000)));
     // 300 strong values of u raise it above |v| for the others.
-    for (int i = 0; i < 300; i++) u.at(i % 40, i / 40) = 1800;
+    for (int i = 0; i < 300; i++) u.At(i % 40, i / 40) = 1800;
     const Result strong = Votes(Form::alt, u, v, {0, 0, 0, 1});
     EXPECT_TRUE(Same(strong, PlainVotes(Form::alt, u, v, {0, 0, 0, 1})));
-    EXPECT_GT(strong.hough.at(5, 5), 0);
-    EXPECT_EQ(strong.hough.at(20, 20), 0);
+    EXPECT_GT(strong.hough.At(5, 5), 0);
+    EXPECT_EQ(strong.hough.At(20, 20), 0);
 }
 
 /// A single strong pixel whose vote, at this radius, is inside the picture by its product and not by its
@@ -637,10 +637,10 @@ TEST(Votes, TheStrongestCellIsTwoThousandAndTheRestScales)
 {
     // Two pixels vote for different cells, with weights 100 n of 100000 and 50000.
     Single field(22, 20, 10, 6, 1000, 0);
-    field.u.at(3, 15) = 500;
+    field.u.At(3, 15) = 500;
     const Result r = Votes(Form::alt, field.u, field.v, {4, 4, 0, 1});
-    EXPECT_EQ(r.hough.at(10, 2), 2000);
-    EXPECT_EQ(r.hough.at(3, 11), 1000);
+    EXPECT_EQ(r.hough.At(10, 2), 2000);
+    EXPECT_EQ(r.hough.At(3, 11), 1000);
     EXPECT_NEAR(r.cx, (10 * 1000 + 3 * 500) / 1500.0 + 0.5, 1e-4);
 }
 
@@ -668,7 +668,7 @@ TEST(Votes, ATurningWheelPutsTheMaximumInItsCentre)
             int bx = 0, by = 0;
             for (int y = 0; y < 100; y++)
                 for (int x = 0; x < 120; x++)
-                    if (r.hough.at(x, y) > r.hough.at(bx, by)) bx = x, by = y;
+                    if (r.hough.At(x, y) > r.hough.At(bx, by)) bx = x, by = y;
             const bool atCentre = std::abs(bx - 63) <= 1 && std::abs(by - 47) <= 1;
             EXPECT_EQ(atCentre, (sense > 0) == (speed < 0)) << bx << ", " << by;
         }

@@ -284,13 +284,13 @@ TEST(KX_Short, EveryValueByAScalarIsTheIntegerQuotient)
     Random random(21);
     for (int i = 0; i < 50; i++) divisors.push_back(random.Value<short>());
     VecShort every(65536), quotients(65536);
-    for (int i = 0; i < 65536; i++) every(i) = reference::low16(i);
+    for (int i = 0; i < 65536; i++) every(i) = reference::Low16(i);
     for (short d : divisors) {
         quotients = every;
         quotients /= d;
         const short* const q = quotients.p_s_data;
         int wrong = 0;
-        for (int i = 0; i < 65536; i++) wrong += q[i] != Div(reference::low16(i), d);
+        for (int i = 0; i < 65536; i++) wrong += q[i] != Div(reference::Low16(i), d);
         ASSERT_EQ(wrong, 0) << "by " << d;
     }
 }

@@ -36,7 +36,7 @@ Written DumpOf(const KX_Base& a)
 /// element type, as it does outside the program.
 class DumpReader {
 public:
-    explicit DumpReader(const std::string& bytes) : bytes_(bytes) { Header(); }
+    explicit DumpReader(const std::string& dump) : bytes(dump) { Header(); }
 
     void Header()
     {
@@ -57,7 +57,7 @@ public:
         return values;
     }
 
-    bool AtEnd() const { return at_ == bytes_.size(); }
+    bool AtEnd() const { return at == bytes.size(); }
 
     char type = 0;
     std::string name;
@@ -66,9 +66,9 @@ public:
 private:
     std::string Characters(std::size_t n)
     {
-        if (at_ + n > bytes_.size()) throw std::runtime_error("dump too short");
-        at_ += n;
-        return bytes_.substr(at_ - n, n);
+        if (at + n > bytes.size()) throw std::runtime_error("dump too short");
+        at += n;
+        return bytes.substr(at - n, n);
     }
     std::uint32_t Number(std::size_t width)
     {
@@ -79,8 +79,8 @@ private:
         return value;
     }
 
-    std::string bytes_;
-    std::size_t at_ = 0;
+    std::string bytes;
+    std::size_t at = 0;
 };
 
 /// The dump holds just these elements behind a header with the array's sizes.

@@ -35,20 +35,20 @@ constexpr const char* sharedShorts =
 /// An open file with these bytes.
 class Stream {
 public:
-    explicit Stream(const FileBytes& bytes) : file_(std::tmpfile())
+    explicit Stream(const FileBytes& bytes) : file(std::tmpfile())
     {
-        if (file_ == nullptr ||
-            (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) ||
-            std::fseek(file_, 0, SEEK_SET) != 0)
+        if (file == nullptr ||
+            (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size()) ||
+            std::fseek(file, 0, SEEK_SET) != 0)
             throw std::runtime_error("cannot make a temporary file");
     }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
-    ~Stream() { std::fclose(file_); }
-    operator std::FILE*() const { return file_; }
+    ~Stream() { std::fclose(file); }
+    operator std::FILE*() const { return file; }
 
 private:
-    std::FILE* file_;
+    std::FILE* file;
 };
 
 void Put(FileBytes& file, std::size_t at, std::uint32_t value, int bytes)
@@ -170,7 +170,7 @@ FileBytes Cut(const FileBytes& file, std::size_t length)
 /// Reads into an empty matrix and compares result, size, and what was read, with the plain reader.
 testing::AssertionResult MatchesPlainReader(const FileBytes& bytes)
 {
-    const reference::BmpFile plain = reference::readBmpByte(bytes);
+    const reference::BmpFile plain = reference::ReadBmpByte(bytes);
     MatByte m;
     const int result = m.ReadBMP(Stream(bytes));
     if (result != plain.result)
@@ -181,7 +181,7 @@ testing::AssertionResult MatchesPlainReader(const FileBytes& bytes)
     }
     if (m.dim1 != plain.width || m.dim2 != plain.height)
         return testing::AssertionFailure() << "size " << m.dim1 << " x " << m.dim2;
-    const bool compares = result == 0 && !plain.picture.empty();
+    const bool compares = result == 0 && !plain.picture.Empty();
     return compares ? Same(m, plain.picture) : testing::AssertionSuccess();
 }
 
@@ -200,7 +200,7 @@ TEST(bmpread, AGreyFileOfAWholeFrameLoadsUnchanged)
 {
     Random random(82);
     const Bytes picture = Noise<std::uint8_t>(random, 1280, 960);
-    const FileBytes bytes = reference::bmpByte(picture);
+    const FileBytes bytes = reference::BmpByte(picture);
     MatByte m;
     ASSERT_EQ(m.ReadBMP(Stream(bytes)), 0);
     EXPECT_TRUE(Same(m, picture));
@@ -549,7 +549,7 @@ TEST(bmpread, AnyHeaderMadeOfLikelyNumbersMatchesThePlainReader)
         const FileBytes tail = NoiseBytes(random, random() % 300);
         bytes.insert(bytes.end(), tail.begin(), tail.end());
         ASSERT_TRUE(MatchesPlainReader(bytes)) << i;
-        loaded += reference::readBmpByte(bytes).result == 0;
+        loaded += reference::ReadBmpByte(bytes).result == 0;
     }
     EXPECT_GT(loaded, 100);
 }
@@ -562,9 +562,9 @@ TEST(bmpread, AFrameOfASequenceIsReadInPlace)
     const Sequence before = NoiseSequence(random, 8, 6, 3);
     CubByte seq = ArrayOf(before);
     const Bytes picture = Noise<std::uint8_t>(random, 8, 6);
-    EXPECT_EQ(seq(RNG::All(), RNG::All(), 1).ReadBMP(Stream(reference::bmpByte(picture))), 0);
+    EXPECT_EQ(seq(RNG::All(), RNG::All(), 1).ReadBMP(Stream(reference::BmpByte(picture))), 0);
     Sequence wanted = before;
-    wanted.setFrame(1, picture);
+    wanted.SetFrame(1, picture);
     EXPECT_TRUE(SequenceOf(seq) == wanted);
 }
 
@@ -632,11 +632,11 @@ TEST(bmpread, AViewWithGapsIsNeitherReadNorSkipped)
         const Stream stream(f.Bytes());
         EXPECT_EQ(laid.view.ReadBMP(stream), 0) << layout;
         EXPECT_TRUE(laid.SurroundingsUntouched()) << layout;
-        Bytes wanted = reference::readBmpByte(f.Bytes()).picture;
+        Bytes wanted = reference::ReadBmpByte(f.Bytes()).picture;
         if (!readable) { // mapped through the palette all the same
             wanted = before;
             for (int y = 0; y < 4; y++)
-                for (int x = 0; x < 5; x++) wanted.at(x, y) = f.between[4 * std::size_t{before.at(x, y)} + 2];
+                for (int x = 0; x < 5; x++) wanted.At(x, y) = f.between[4 * std::size_t{before.At(x, y)} + 2];
         }
         EXPECT_TRUE(Same(laid.view, wanted)) << layout;
         EXPECT_EQ(std::ftell(stream), readable ? 54 + 1024 + 4 * 8 : 54 + 1024) << layout;
@@ -652,7 +652,7 @@ TEST(bmpread, RowsOfAViewMayLieAnywhere)
     const Bytes picture = Noise<std::uint8_t>(random, 7, 5);
     for (int stepY : {1, 2, -1, -3}) {
         Laid<UBYTE> laid(7, 5, {1, stepY}, random);
-        EXPECT_EQ(laid.view.ReadBMP(Stream(reference::bmpByte(picture))), 0);
+        EXPECT_EQ(laid.view.ReadBMP(Stream(reference::BmpByte(picture))), 0);
         EXPECT_TRUE(Same(laid.view, picture)) << stepY;
         EXPECT_TRUE(laid.SurroundingsUntouched()) << stepY;
     }
@@ -665,7 +665,7 @@ TEST(bmpread, AnOwnerIsResizedAndReusesItsStorage)
     MatByte same(6, 4), reshaped(8, 3), other(50, 50);
     const void* const kept = reshaped.p_data;
     for (MatByte* m : {&same, &reshaped, &other}) {
-        EXPECT_EQ(m->ReadBMP(Stream(reference::bmpByte(picture))), 0);
+        EXPECT_EQ(m->ReadBMP(Stream(reference::BmpByte(picture))), 0);
         EXPECT_TRUE(Same(*m, picture));
     }
     EXPECT_EQ(reshaped.p_data, kept);
@@ -682,7 +682,7 @@ std::array<Bytes, 3> PlanesOf(const File& f, int rowBytes)
     for (int y = f.height - 1; y >= 0; y--, row += static_cast<std::size_t>(rowBytes))
         for (int x = 0; x < f.width; x++)
             for (int c = 0; c < 3; c++)
-                planes[static_cast<std::size_t>(2 - c)].at(x, y) =
+                planes[static_cast<std::size_t>(2 - c)].At(x, y) =
                     f.pixels.at(row + static_cast<std::size_t>(3 * x + c));
     return planes;
 }
@@ -695,7 +695,7 @@ testing::AssertionResult Holds(const CubByte& cube, const std::array<Bytes, 3>& 
     for (int z = 0; z < 3; z++)
         for (int y = fromRow; y < cube.dim2; y++)
             for (int x = 0; x < cube.dim1; x++)
-                if (cube(x, y, z) != planes[static_cast<std::size_t>(z)].at(x, y))
+                if (cube(x, y, z) != planes[static_cast<std::size_t>(z)].At(x, y))
                     return testing::AssertionFailure() << "plane " << z << " differs at " << x << ", " << y;
     return testing::AssertionSuccess();
 }
@@ -866,8 +866,8 @@ TEST(bmpread, ColourFilesCutAnywhereAreRefused)
     odd.imageSize = 3 * (16 + 15);
     EXPECT_EQ(sized.ReadBMP(Stream(Cut(odd.Bytes(), 54 + 16 + 7))), 4);
     const std::array<Bytes, 3> planes = PlanesOf(f, 16);
-    EXPECT_EQ(sized(4, 2, 0), planes[0].at(4, 2));
-    EXPECT_EQ(sized(1, 1, 1), planes[1].at(1, 1));
+    EXPECT_EQ(sized(4, 2, 0), planes[0].At(4, 2));
+    EXPECT_EQ(sized(1, 1, 1), planes[1].At(1, 1));
     EXPECT_EQ(sized(2, 1, 2), 200) << "a pixel of which only the blue came";
     EXPECT_EQ(sized(0, 0, 0), 200);
 }
@@ -932,7 +932,7 @@ Shorts ShortsOf(const File& f, int rowBytes)
     for (int y = f.height - 1; y >= 0; y--, row += static_cast<std::size_t>(rowBytes))
         for (int x = 0; x < f.width; x++) {
             const std::size_t at = row + 2 * static_cast<std::size_t>(x);
-            picture.at(x, y) = static_cast<std::int16_t>(f.pixels.at(at) | f.pixels.at(at + 1) << 8);
+            picture.At(x, y) = static_cast<std::int16_t>(f.pixels.at(at) | f.pixels.at(at + 1) << 8);
         }
     return picture;
 }
@@ -1039,8 +1039,8 @@ TEST(bmpread, SixteenBitFilesCutAnywhereAreRefused)
     m.Fill(1234);
     EXPECT_EQ(m.ReadBMP(Stream(Cut(whole, 66 + 12 + 5))), 4);
     const Shorts picture = ShortsOf(f, 12);
-    EXPECT_EQ(m(4, 2), picture.at(4, 2));
-    EXPECT_EQ(m(1, 1), picture.at(1, 1));
+    EXPECT_EQ(m(4, 2), picture.At(4, 2));
+    EXPECT_EQ(m(1, 1), picture.At(1, 1));
     EXPECT_EQ(m(2, 1), 1234) << "of which only the first byte came";
     EXPECT_EQ(m(0, 0), 1234);
 }
@@ -1080,7 +1080,7 @@ TEST(bmpread, AFileIsReadByItsName)
     const auto text = [](const FileBytes& bytes) { return std::string(bytes.begin(), bytes.end()); };
     const Bytes picture = Noise<std::uint8_t>(random, 9, 4);
     const File colour = Colour(random, 5, 3), sixteen = Sixteen(random, 5, 3);
-    folder.Write("grey.bmp", text(reference::bmpByte(picture)));
+    folder.Write("grey.bmp", text(reference::BmpByte(picture)));
     folder.Write("colour.bmp", text(colour.Bytes()));
     folder.Write("sixteen.bmp", text(sixteen.Bytes()));
     folder.Write("empty.bmp", "");
@@ -1103,7 +1103,7 @@ TEST(bmpread, AFileIsReadByItsName)
     EXPECT_TRUE(Same(grey, picture)) << "left as it was";
     EXPECT_EQ(grey.ReadBMP((folder / "empty.bmp").c_str()), 4);
     EXPECT_EQ(cube.ReadBMP((folder / "grey.bmp").c_str()), 2);
-    EXPECT_EQ(grey.ReadBMP(folder.path().c_str()), 4) << "a folder opens, but does not read";
+    EXPECT_EQ(grey.ReadBMP(folder.Path().c_str()), 4) << "a folder opens, but does not read";
 }
 
 TEST(bmpread, FilesAreClosedAgain)

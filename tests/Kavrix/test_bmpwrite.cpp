@@ -25,22 +25,22 @@ using FileBytes = reference::Bytes;
 /// A stream that takes bytes without a buffer until it is full. It can also refuse one block only.
 class Sink {
 public:
-    explicit Sink(std::size_t room = SIZE_MAX) : room_(room)
+    explicit Sink(std::size_t most = SIZE_MAX) : room(most)
     {
         cookie_io_functions_t functions{};
         functions.write = [](void* self, const char* from, size_t n) -> ssize_t {
             return static_cast<ssize_t>(static_cast<Sink*>(self)->Take(from, n));
         };
-        file_ = fopencookie(this, "w", functions);
-        if (file_ == nullptr) throw std::runtime_error("no stream");
-        std::setvbuf(file_, nullptr, _IONBF, 0);
+        file = fopencookie(this, "w", functions);
+        if (file == nullptr) throw std::runtime_error("no stream");
+        std::setvbuf(file, nullptr, _IONBF, 0);
     }
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
-    ~Sink() { std::fclose(file_); }
-    operator std::FILE*() const { return file_; }
+    ~Sink() { std::fclose(file); }
+    operator std::FILE*() const { return file; }
 
-    void RefuseTheBlockAt(std::size_t place) { refusedPlace_ = place; }
+    void RefuseTheBlockAt(std::size_t place) { refusedPlace = place; }
 
     FileBytes bytes;
     int refused = 0; ///< blocks that were not taken whole
@@ -48,19 +48,19 @@ public:
 private:
     std::size_t Take(const char* from, std::size_t n)
     {
-        if (bytes.size() == refusedPlace_) {
-            refusedPlace_ = SIZE_MAX;
+        if (bytes.size() == refusedPlace) {
+            refusedPlace = SIZE_MAX;
             refused++;
             return 0;
         }
-        const std::size_t taken = std::min(n, room_ - bytes.size());
+        const std::size_t taken = std::min(n, room - bytes.size());
         bytes.insert(bytes.end(), from, from + taken);
         refused += taken < n;
         return taken;
     }
 
-    std::FILE* file_;
-    std::size_t room_, refusedPlace_ = SIZE_MAX;
+    std::FILE* file;
+    std::size_t room, refusedPlace = SIZE_MAX;
 };
 
 /// One of the four writers on some array: the stream and the name form, and the bytes that it should write.
@@ -85,7 +85,7 @@ CubByte CubeOf(const std::array<Bytes, 3>& planes)
 Writer Grey(const MatByte& m)
 {
     return {"grey", [m](std::FILE* f) { return m.WriteBMP(f); }, [m](const char* f) { return m.WriteBMP(f); },
-            reference::bmpByte(PictureOf(m))};
+            reference::BmpByte(PictureOf(m))};
 }
 
 Writer Colour(const CubByte& c)
@@ -93,20 +93,20 @@ Writer Colour(const CubByte& c)
     const Sequence seq = SequenceOf(c);
     return {"colour", [c](std::FILE* f) { return c.WriteBMP(f); },
             [c](const char* f) { return c.WriteBMP(f); },
-            reference::bmpColour({seq.frame(0), seq.frame(1), seq.frame(2)})};
+            reference::BmpColour({seq.Frame(0), seq.Frame(1), seq.Frame(2)})};
 }
 
 Writer Sixteen(const MatShort& m)
 {
     return {"16 bits", [m](std::FILE* f) { return m.WriteBMP(f); },
-            [m](const char* f) { return m.WriteBMP(f); }, reference::bmpShort(PictureOf(m))};
+            [m](const char* f) { return m.WriteBMP(f); }, reference::BmpShort(PictureOf(m))};
 }
 
 Writer Reduced(const MatShort& m, short offset)
 {
     return {"8 of 16 bits", [=](std::FILE* f) { return m.WriteBMP8bpp(f, offset); },
             [=](const char* f) { return m.WriteBMP8bpp(f, offset); },
-            reference::bmpShort8bpp(PictureOf(m), offset)};
+            reference::BmpShort8bpp(PictureOf(m), offset)};
 }
 
 std::vector<Writer> Writers(Random& random, int w, int h)
@@ -183,16 +183,16 @@ TEST(bmpwrite, ViewsOfAnyStridesGiveTheirOwnPixels)
         const Shorts shorts = Noise<std::int16_t>(random, 7, 5);
         const Laid<UBYTE> b(bytes, layout, random);
         const Laid<short> s(shorts, layout, random);
-        EXPECT_EQ(Written(Grey(b.view)), reference::bmpByte(bytes)) << layout;
-        EXPECT_EQ(Written(Sixteen(s.view)), reference::bmpShort(shorts)) << layout;
-        EXPECT_EQ(Written(Reduced(s.view, 8)), reference::bmpShort8bpp(shorts, 8)) << layout;
+        EXPECT_EQ(Written(Grey(b.view)), reference::BmpByte(bytes)) << layout;
+        EXPECT_EQ(Written(Sixteen(s.view)), reference::BmpShort(shorts)) << layout;
+        EXPECT_EQ(Written(Reduced(s.view, 8)), reference::BmpShort8bpp(shorts, 8)) << layout;
     }
     for (const std::array<int, 3>& steps :
          std::vector<std::array<int, 3>>{{1, 1, 1}, {2, 1, 1}, {-1, 2, 1}, {1, -2, -1}, {3, 1, 2}}) {
         const std::array<Bytes, 3> planes = NoisePlanes(random, 6, 4);
         const LaidSequence laid(SequenceOf({planes[0], planes[1], planes[2]}), steps[0], steps[1], steps[2],
                                 random);
-        EXPECT_EQ(Written(Colour(laid.view)), reference::bmpColour(planes));
+        EXPECT_EQ(Written(Colour(laid.view)), reference::BmpColour(planes));
     }
 }
 
@@ -206,9 +206,9 @@ TEST(bmpwrite, AWholeGreyFrameTakes1229878Bytes)
     ASSERT_EQ(file.size(), 1229878u);
     EXPECT_EQ(Get32(file, 2), 1229878u);
     EXPECT_EQ(Get32(file, 34), 1228800u);
-    EXPECT_EQ(file, reference::bmpByte(picture));
+    EXPECT_EQ(file, reference::BmpByte(picture));
     for (std::size_t x = 0; x < 1280; x++)
-        ASSERT_EQ(file[1078 + x], picture.at(static_cast<int>(x), 959)) << "the bottom row first";
+        ASSERT_EQ(file[1078 + x], picture.At(static_cast<int>(x), 959)) << "the bottom row first";
 }
 
 TEST(bmpwrite, GreyRowsOfThreeGetOneByteOfPadding)
@@ -288,7 +288,7 @@ TEST(bmpwrite, AnAttachedPictureIsWritten)
     m.Attach_to_raw_image(pixels.data(), 2, 3);
     Bytes picture(2, 3);
     picture.a.assign(pixels.begin(), pixels.end());
-    EXPECT_EQ(Written(Grey(m)), reference::bmpByte(picture));
+    EXPECT_EQ(Written(Grey(m)), reference::BmpByte(picture));
     m.Detach_from_raw_image();
 }
 
@@ -362,7 +362,7 @@ TEST(bmpwrite, NoStreamAndNoFileAreResultOne)
     for (const Writer& writer : Writers(random, 5, 3)) {
         EXPECT_EQ(writer.toStream(nullptr), 1) << writer.name;
         EXPECT_EQ(writer.toFile((folder / "no/such/folder/a.bmp").c_str()), 1) << writer.name;
-        EXPECT_EQ(writer.toFile(folder.path().c_str()), 1) << writer.name << ": a folder";
+        EXPECT_EQ(writer.toFile(folder.Path().c_str()), 1) << writer.name << ": a folder";
     }
     EXPECT_EQ(MatByte().WriteBMP((folder / "no/a.bmp").c_str()), 1) << "also for an empty array";
 }
@@ -457,8 +457,8 @@ TEST(bmpwrite, ShortFilesReadBackAtEvenWidthsOnly)
             }
             EXPECT_EQ(result, h == 2 ? 0 : 4) << w << " x " << h;
             for (int x = 0; x < w; x++) {
-                EXPECT_EQ(back(x, h - 1), picture.at(x, h - 1)) << "the row stored first is right";
-                EXPECT_EQ(back(x, h - 2), x + 1 < w ? picture.at(x + 1, h - 2) : 0)
+                EXPECT_EQ(back(x, h - 1), picture.At(x, h - 1)) << "the row stored first is right";
+                EXPECT_EQ(back(x, h - 2), x + 1 < w ? picture.At(x + 1, h - 2) : 0)
                     << "the next one lies one pixel on";
             }
         }

@@ -20,7 +20,7 @@ using Points = std::vector<std::pair<int, int>>;
 
 template <class T> void Set(Picture<T>& picture, int x, int y, T color)
 {
-    if (picture.inside(x, y)) picture.at(x, y) = color;
+    if (picture.Inside(x, y)) picture.At(x, y) = color;
 }
 
 // ---------------------------------------------------------------------------------- what must be drawn
@@ -40,7 +40,7 @@ template <class T> void PlainMarker(Picture<T>& picture, int x, int y, T color, 
     }
     if (x < 3 || y < 3 || x > picture.w - 4 || y > picture.h - 4) return;
     for (const auto& [dx, dy] : style == '+' ? plusCells : style == 'x' ? crossCells : ringCells)
-        picture.at(x + dx, y + dy) = color;
+        picture.At(x + dx, y + dy) = color;
 }
 
 std::int32_t Wrapped(std::uint32_t v) { return static_cast<std::int32_t>(v); }
@@ -153,7 +153,7 @@ TYPED_TEST(Drawing, ARingHasSixteenPixelsAndNoCentre)
     for (const auto& [dx, dy] : ringCells) cells.push_back({4 + dx, 4 + dy});
     const auto marked = this->Marked(9, 9, 4, 4, 'o');
     EXPECT_TRUE(Same(marked, this->Dots(9, 9, cells)));
-    EXPECT_EQ(marked.at(4, 4), 0);
+    EXPECT_EQ(marked.At(4, 4), 0);
 }
 
 TYPED_TEST(Drawing, AMarkerTooNearToTheEdgeIsLeftOutWhole)

@@ -72,7 +72,7 @@ Bytes Soft(int w, int h)
     Bytes picture(w, h);
     for (int y = 0; y < h; y++)
         for (int x = 0; x < w; x++)
-            picture.at(x, y) =
+            picture.At(x, y) =
                 static_cast<std::uint8_t>(std::lround(220 - 180.0 * y / h + 25 * std::sin(x * 0.1)));
     return picture;
 }
@@ -97,16 +97,16 @@ TEST(jpegwrite, GreyFilesAreLibjpegsBytes)
         for (int quality : {1, 25, 50, 85, 100})
             for (const Bytes& picture :
                  {Noise<std::uint8_t>(random, w, h), Soft(w, h), Checkerboard<std::uint8_t>(w, h, 0, 255)})
-                EXPECT_EQ(Written(ArrayOf(picture), quality), reference::jpegGrey(picture, quality))
+                EXPECT_EQ(Written(ArrayOf(picture), quality), reference::JpegGrey(picture, quality))
                     << w << " x " << h << ", quality " << quality;
 }
 
 TEST(jpegwrite, AnyQualityIsHeldToItsRange)
 {
     const Bytes picture = Soft(40, 30);
-    EXPECT_EQ(Written(ArrayOf(picture), 0), reference::jpegGrey(picture, 1));
-    EXPECT_EQ(Written(ArrayOf(picture), -5), reference::jpegGrey(picture, 1));
-    EXPECT_EQ(Written(ArrayOf(picture), 1000), reference::jpegGrey(picture, 100));
+    EXPECT_EQ(Written(ArrayOf(picture), 0), reference::JpegGrey(picture, 1));
+    EXPECT_EQ(Written(ArrayOf(picture), -5), reference::JpegGrey(picture, 1));
+    EXPECT_EQ(Written(ArrayOf(picture), 1000), reference::JpegGrey(picture, 100));
 }
 
 TEST(jpegwrite, AWholeFrameDecodesToItsPixels)
@@ -120,7 +120,7 @@ TEST(jpegwrite, AWholeFrameDecodesToItsPixels)
     EXPECT_FALSE(d.progressive);
     for (int y = 0; y < 960; y += 7)
         for (int x = 0; x < 1280; x += 11)
-            ASSERT_NEAR(d.rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)], picture.at(x, y), 6)
+            ASSERT_NEAR(d.rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)], picture.At(x, y), 6)
                 << x << ", " << y;
     EXPECT_GT(d.rows.front()[640], d.rows.back()[640] + 100) << "row 0 is the top of the picture";
 }
@@ -139,11 +139,11 @@ TEST(jpegwrite, RowsOfAViewMayLieAnywhere)
     for (int stepY : {1, 3, -1, -2}) {
         const Bytes picture = Noise<std::uint8_t>(random, 37, 21);
         const Laid<UBYTE> laid(picture, {1, stepY}, random);
-        EXPECT_EQ(Written(laid.view, 85), reference::jpegGrey(picture, 85)) << stepY;
+        EXPECT_EQ(Written(laid.view, 85), reference::JpegGrey(picture, 85)) << stepY;
         EXPECT_TRUE(laid.SurroundingsUntouched());
     }
     const CubByte seq = ArrayOf(NoiseSequence(random, 20, 12, 3));
-    EXPECT_EQ(Written(seq(RNG::All(), RNG::All(), 1), 85), reference::jpegGrey(SequenceOf(seq).frame(1), 85));
+    EXPECT_EQ(Written(seq(RNG::All(), RNG::All(), 1), 85), reference::JpegGrey(SequenceOf(seq).Frame(1), 85));
 }
 
 TEST(jpegwrite, AStreamIsWrittenFromWhereItStandsAndFlushed)
@@ -155,7 +155,7 @@ TEST(jpegwrite, AStreamIsWrittenFromWhereItStandsAndFlushed)
     std::fputs("before", file);
     EXPECT_EQ(ArrayOf(picture).WriteJPG(file, 85), 0);
     FileBytes wanted = {'b', 'e', 'f', 'o', 'r', 'e'};
-    const FileBytes jpeg = reference::jpegGrey(picture, 85);
+    const FileBytes jpeg = reference::JpegGrey(picture, 85);
     wanted.insert(wanted.end(), jpeg.begin(), jpeg.end());
     EXPECT_EQ(FileOf(folder, "a.jpg"), wanted) << "before the stream is closed";
     EXPECT_EQ(ArrayOf(picture).WriteJPG(file, 85), 0) << "and once more behind it";

@@ -205,7 +205,7 @@ TEST(jpegwriteExceptions, TheNextPictureIsWrittenAsEver)
     }
     EXPECT_EQ(ArrayOf(picture).WriteJPG(path.c_str(), 85), 0);
     const std::string text = folder.Read("a.jpg");
-    EXPECT_EQ(reference::Bytes(text.begin(), text.end()), reference::jpegGrey(picture, 85));
+    EXPECT_EQ(reference::Bytes(text.begin(), text.end()), reference::JpegGrey(picture, 85));
 }
 
 } // namespace

@@ -45,7 +45,7 @@ void ExpectStop(const std::function<void()>& routine, const char* message)
 void ExpectDoneIn(const TemporaryFolder& folder, const std::function<void()>& routine)
 {
     const FailStop stop = RunUntilHalt([&] {
-        if (chdir(folder.path().c_str()) != 0) _exit(2);
+        if (chdir(folder.Path().c_str()) != 0) _exit(2);
         routine();
     });
     EXPECT_EQ(stop.state, "exited with 0") << stop.err;
@@ -55,7 +55,7 @@ void ExpectStopIn(const TemporaryFolder& folder, const std::function<void()>& ro
 {
     ExpectStop(
         [&] {
-            if (chdir(folder.path().c_str()) != 0) _exit(2);
+            if (chdir(folder.Path().c_str()) != 0) _exit(2);
             routine();
         },
         message);
@@ -69,7 +69,7 @@ std::string Columns(const Bytes& picture)
 {
     std::string text;
     for (int x = 0; x < picture.w; x++)
-        for (int y = 0; y < picture.h; y++) text += static_cast<char>(picture.at(x, y));
+        for (int y = 0; y < picture.h; y++) text += static_cast<char>(picture.At(x, y));
     return text;
 }
 
@@ -417,7 +417,7 @@ TEST(WriteRAW, AFileThatDoesNotOpenStops)
 {
     TemporaryFolder folder;
     ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteRAW((folder / "none/a.raw").c_str(), 0); }, rawNotOpen);
-    ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteRAW(folder.path().c_str(), 0); }, rawNotOpen);
+    ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteRAW(folder.Path().c_str(), 0); }, rawNotOpen);
     ExpectStop([] { ArrayOf(Bytes(2, 2)).WriteRAW(static_cast<std::FILE*>(nullptr), 0); }, rawNotOpen);
 }
 
@@ -437,14 +437,14 @@ TEST(WriteRAW, AFullDiskStops)
 /// A TIFF file as its readers see it; every number is read where the format says.
 class TiffBytes {
 public:
-    explicit TiffBytes(const std::string& bytes) : bytes_(bytes) {}
+    explicit TiffBytes(const std::string& file) : bytes(file) {}
 
-    unsigned Byte(std::size_t offset) const { return static_cast<unsigned char>(bytes_.at(offset)); }
+    unsigned Byte(std::size_t offset) const { return static_cast<unsigned char>(bytes.at(offset)); }
     unsigned Short(std::size_t offset) const { return Byte(offset) << 8 | Byte(offset + 1); }
     unsigned Long(std::size_t offset) const { return Short(offset) << 16 | Short(offset + 2); }
 
 private:
-    std::string bytes_;
+    std::string bytes;
 };
 
 std::string TiffOf(const MatByte& m)
@@ -600,7 +600,7 @@ TEST(WriteTIFF, AFileThatDoesNotOpenStops)
 {
     TemporaryFolder folder;
     ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteTIFF((folder / "none/a.tif").c_str()); }, tiffNotOpen);
-    ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteTIFF(folder.path().c_str()); }, tiffNotOpen);
+    ExpectStop([&] { ArrayOf(Bytes(2, 2)).WriteTIFF(folder.Path().c_str()); }, tiffNotOpen);
     ExpectStop([] { ArrayOf(Bytes(2, 2)).WriteTIFF(static_cast<std::FILE*>(nullptr)); }, tiffNotOpen);
 }
 
@@ -892,7 +892,7 @@ TEST(ImageFile, TheFileIsClosedBeforeStopping)
         SCOPED_TRACE(name);
         child_process::Child child(
             [&] {
-                if (chdir(folder.path().c_str()) != 0) _exit(2);
+                if (chdir(folder.Path().c_str()) != 0) _exit(2);
                 std::printf("%d\n", static_cast<int>(getpid()));
                 std::fflush(stdout);
                 MatByte().load_from_image_file(name);
@@ -907,7 +907,7 @@ TEST(ImageFile, TheFileIsClosedBeforeStopping)
             std::error_code gone;
             const std::string target = std::filesystem::read_symlink(entry.path(), gone).string();
             seen = seen || !target.empty();
-            open = open || target.find(folder.path()) != std::string::npos;
+            open = open || target.find(folder.Path()) != std::string::npos;
         }
         EXPECT_TRUE(seen);
         EXPECT_FALSE(open);

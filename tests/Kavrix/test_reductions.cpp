@@ -386,13 +386,13 @@ TEST(MatInt, ProductWithAVector)
 TEST(Abs, OfEveryShort)
 {
     MatShort m(256, 256);
-    for (int i = 0; i < 65536; i++) BlockOf<short>(m)[i] = reference::low16(i);
+    for (int i = 0; i < 65536; i++) BlockOf<short>(m)[i] = reference::Low16(i);
     const MatShort a = Abs(m);
     EXPECT_EQ(a.dim1, 256);
     EXPECT_EQ(a.dim2, 256);
     EXPECT_NE(a.pblock, m.pblock);
     for (int i = 0; i < 65536; i++) {
-        const int v = reference::low16(i);
+        const int v = reference::Low16(i);
         ASSERT_EQ(BlockOf<short>(a)[i], v == -32768 ? -32768 : std::abs(v)) << v;
     }
 }
@@ -405,7 +405,7 @@ TEST(Abs, OfViews)
             const Sample<short> s(layout, w, 2, random);
             const std::vector<short> before = s.Storage();
             std::vector<short> expected;
-            for (short v : Values<short>(s.view)) expected.push_back(reference::low16(std::abs(int{v})));
+            for (short v : Values<short>(s.view)) expected.push_back(reference::Low16(std::abs(int{v})));
             const MatShort a = Abs(s.view);
             ASSERT_TRUE(Equal(expected, Values<short>(a)));
             ASSERT_EQ(a.step2, w);

@@ -24,13 +24,13 @@
 
 namespace {
 
-int g_checkpoints = 0; // passed so far
-int g_stopAt = 0;      // the one that stops the calculation; 0: none
+int checkpointsPassed = 0; // passed so far
+int stopAt = 0;            // the one that stops the calculation; 0: none
 
 int AskAtCheckpoint()
 {
-    g_checkpoints++;
-    return g_checkpoints == g_stopAt ? 1 : 0;
+    checkpointsPassed++;
+    return checkpointsPassed == stopAt ? 1 : 0;
 }
 
 } // namespace
@@ -42,8 +42,8 @@ namespace {
 
 using Ints = std::vector<std::int32_t>;
 
-const float NaN = std::numeric_limits<float>::quiet_NaN();
-const float Infinity = std::numeric_limits<float>::infinity();
+const float notANumber = std::numeric_limits<float>::quiet_NaN();
+const float infinity = std::numeric_limits<float>::infinity();
 
 /// Everything that goes into one call.
 struct Call {
@@ -143,8 +143,8 @@ testing::AssertionResult SameResult(const Result& actual, const reference::Detec
 
 reference::Detection Predict(const Call& call, const reference::TestQ& testq = {})
 {
-    return reference::detect(call.roiNr, call.seq, call.usePeriods, call.periods, call.iroi, call.params,
-                             call.oroi, testq, reference::sumPatternByRuns);
+    return reference::Detect(call.roiNr, call.seq, call.usePeriods, call.periods, call.iroi, call.params,
+                             call.oroi, testq, reference::SumPatternByRuns);
 }
 
 testing::AssertionResult AgreesWithTheReference(const Call& call)
@@ -191,7 +191,7 @@ void ExpectRangeHalt(const Call& call)
     EXPECT_EQ(stop.out, "");
 }
 
-const char InvalidParams[] = "Error 1: Invalid argument <params>";
+const char invalidParams[] = "Error 1: Invalid argument <params>";
 
 // ---------------------------------------------------------------------------------- checks
 
@@ -225,11 +225,11 @@ TEST(Detect, ParametersAreFourteen)
     for (const std::size_t size : {std::size_t{0}, std::size_t{13}, std::size_t{15}}) {
         Call call = StillCall();
         call.params.resize(size);
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
         // Before anything is looked at: the size of the region and the geometry would fail as well.
         call.iroi[2] = 7;
         if (size > 4) call.params[cx] = 1e6f;
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
     }
 }
 
@@ -254,7 +254,7 @@ TEST(Detect, SequenceWithoutFramesHasNoSize)
     const Result result = RunDetect(call);
     EXPECT_EQ(result.code, -1);
     EXPECT_EQ(result.err, "Error 1: Invalid input, mismatch between <seq> size and <iroi>\n");
-    EXPECT_TRUE(result.detected.empty());
+    EXPECT_TRUE(result.detected.Empty());
     EXPECT_EQ(result.oroi, call.oroi);
 }
 
@@ -263,19 +263,19 @@ TEST(Detect, CentreColumnLiesLeftOfTheWidth)
     Call call = StillCall();
     call.params[wid] = 5;
     call.params[cx] = 5;
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params[cx] = std::nextafter(5.0f, 6.0f);
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params[cx] = std::nextafter(5.0f, 4.0f);
     ExpectFound(call);
-    for (const float other : {NaN, Infinity}) {
+    for (const float other : {notANumber, infinity}) {
         call.params[cx] = other;
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
     }
     call = StillCall();
-    for (const float other : {NaN, -Infinity}) {
+    for (const float other : {notANumber, -infinity}) {
         call.params[wid] = other;
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
     }
 }
 
@@ -286,41 +286,43 @@ TEST(Detect, CentreRowMayEqualTheHeight)
     call.params[cy] = 4;
     ExpectFound(call);
     call.params[cy] = std::nextafter(4.0f, 5.0f);
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
 }
 
 TEST(Detect, InnerRadiusIsBelowTheOuterAndNotNegative)
 {
     Call call = StillCall();
     call.params[innerR] = 8;
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params[innerR] = 9;
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params[innerR] = std::nextafter(8.0f, 0.0f);
     ExpectFound(call);
     for (const float zero : {0.0f, -0.0f}) {
         call.params[innerR] = zero;
         ExpectFound(call);
     }
-    for (const float other : {-std::numeric_limits<float>::denorm_min(), -1.0f, NaN, -Infinity, Infinity}) {
+    for (const float other :
+         {-std::numeric_limits<float>::denorm_min(), -1.0f, notANumber, -infinity, infinity}) {
         call.params[innerR] = other;
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
     }
     call = StillCall();
-    for (const float other : {NaN, 0.0f, -5.0f, -Infinity}) {
+    for (const float other : {notANumber, 0.0f, -5.0f, -infinity}) {
         call.params[outerR] = other;
-        ExpectFailure(call, -1, InvalidParams);
+        ExpectFailure(call, -1, invalidParams);
     }
 }
 
 TEST(Detect, WheelTypeRoundsToZero)
 {
     Call call = StillCall();
-    for (const float type : {1.0f, -1.0f, 0.51f, -0.51f, 1.5f, 2.0f, 1e30f, -1e30f, Infinity, -Infinity}) {
+    for (const float type : {1.0f, -1.0f, 0.51f, -0.51f, 1.5f, 2.0f, 1e30f, -1e30f, infinity, -infinity}) {
         call.params[wmType] = type;
         ExpectFailure(call, -1, "Error 1: Invalid argument <params>, wmType != 0 not supported");
     }
-    for (const float type : {0.5f, -0.5f, 0.4f, -0.0f, NaN}) { // ties to even; what is not a number becomes 0
+    for (const float type :
+         {0.5f, -0.5f, 0.4f, -0.0f, notANumber}) { // ties to even; what is not a number becomes 0
         call.params[wmType] = type;
         ExpectFound(call);
     }
@@ -341,13 +343,13 @@ TEST(Detect, ChecksComeInTheirOrder)
     call.iroi.push_back(1);
     ExpectFailure(call, -1, "Error 1: Invalid argument <oroi>");
     call.oroi = good.oroi;
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params = good.params;
     call.params[wmType] = 3;
     call.params[cy] = 11;
     ExpectFailure(call, -1, "Error 1: Invalid input, mismatch between <seq> size and <iroi>");
     call.iroi = good.iroi;
-    ExpectFailure(call, -1, InvalidParams);
+    ExpectFailure(call, -1, invalidParams);
     call.params[cy] = 4;
     ExpectFailure(call, -1, "Error 1: Invalid argument <params>, wmType != 0 not supported");
     call.params[wmType] = 0;
@@ -437,7 +439,7 @@ TEST(Detect, ThirdRadiusAgreesWithTheReference)
 {
     for (const float sense : {1.0f, -1.0f}) {
         const Sequence frames = WheelFrames(SmallWheel(sense * 1.2), 4);
-        for (const float r3 : {0.0f, -0.0f, 0.5f, 1.5f, 5.0f, 40.0f, -0.001f, -1.0f, NaN}) {
+        for (const float r3 : {0.0f, -0.0f, 0.5f, 1.5f, 5.0f, 40.0f, -0.001f, -1.0f, notANumber}) {
             Call call = CallFor(frames);
             call.params[angSpd] = sense;
             call.params[R3] = r3;
@@ -452,10 +454,10 @@ TEST(Detect, ThirdRadiusThatIsNotANumberSelectsTheRingSearch)
 {
     const WheelScene scene = SmallWheel();
     Call call = CallFor(WheelFrames(scene, 4));
-    call.params[R3] = NaN;
+    call.params[R3] = notANumber;
     const Result result = RunDetect(call);
     EXPECT_EQ(result.code, 0);
-    EXPECT_TRUE(result.hough.empty());
+    EXPECT_TRUE(result.hough.Empty());
     EXPECT_LE(CentreError(call, result, scene), 2);
 }
 
@@ -541,9 +543,9 @@ reference::Detection FlowOf(const Sequence& seq, const std::vector<std::pair<int
 {
     reference::Picture<std::int32_t> u_sum(seq.w + 1, seq.h + 1), v_sum(seq.w + 1, seq.h + 1);
     for (const auto& [first, last] : runs)
-        EXPECT_EQ(reference::opticalFlow12Alt(seq.frames(first, last), u_sum, v_sum, 2), 0);
+        EXPECT_EQ(reference::OpticalFlow12Alt(seq.Frames(first, last), u_sum, v_sum, 2), 0);
     reference::Detection d;
-    reference::ofNorm(u_sum, v_sum, d.uSumSh, d.vSumSh, d.magSh);
+    reference::OfNorm(u_sum, v_sum, d.uSumSh, d.vSumSh, d.magSh);
     return d;
 }
 
@@ -668,8 +670,12 @@ TEST(Detect, AnglesAreNormalisedInTheCallersParameters)
 
 TEST(Detect, AnglesThatAreNoNumbersStay)
 {
-    for (const auto& [a, b] : std::vector<std::pair<float, float>>{
-             {NaN, 10}, {10, NaN}, {NaN, NaN}, {Infinity, 5}, {5, -Infinity}, {1e30f, -1e30f}}) {
+    for (const auto& [a, b] : std::vector<std::pair<float, float>>{{notANumber, 10},
+                                                                   {10, notANumber},
+                                                                   {notANumber, notANumber},
+                                                                   {infinity, 5},
+                                                                   {5, -infinity},
+                                                                   {1e30f, -1e30f}}) {
         Call call = StillCall();
         call.params[ang1] = a;
         call.params[ang2] = b;
@@ -691,7 +697,7 @@ TEST(Detect, AnglesAreNormalisedWhereTheRegionIsOutOfRangeToo)
 
 // ---------------------------------------------------------------------------------- range of the region
 
-const std::string OutOfRange = "Error 4: Calculated <oroi> is out of range, ";
+const std::string outOfRange = "Error 4: Calculated <oroi> is out of range, ";
 
 TEST(Detect, RegionEndsAtLeastOnePixelInside)
 {
@@ -701,12 +707,12 @@ TEST(Detect, RegionEndsAtLeastOnePixelInside)
     ExpectFound(call);
     EXPECT_EQ(RunDetect(call).oroi, (Ints{3, 4, 56, 10, 1}));
     call.params[wid] = 57; // flush right
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     call.params[wid] = 20;
     call.params[hgh] = 45; // 8 - 4 + 45 = 49
     ExpectFound(call);
     call.params[hgh] = 46;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
 }
 
 TEST(Detect, RegionBeginsInside)
@@ -717,10 +723,10 @@ TEST(Detect, RegionBeginsInside)
     ExpectFound(call);
     EXPECT_EQ(RunDetect(call).oroi, (Ints{0, 0, 20, 10, 1}));
     call.params[cx] = 9;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     call.params[cx] = 8;
     call.params[cy] = 9;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
 }
 
 TEST(Detect, RangeTestRoundsTiesToEven)
@@ -730,17 +736,17 @@ TEST(Detect, RangeTestRoundsTiesToEven)
     ExpectFound(call);
     EXPECT_EQ(RunDetect(call).oroi[0], 0);
     call.params[cx] = 8.6f;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     call = StillCall();
     call.params[cy] = 8.5f;
     ExpectFound(call);
     call.params[cy] = 8.6f;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     call = StillCall();
     call.params[wid] = 56.4f; // 59.4
     ExpectFound(call);
     call.params[wid] = 56.5f; // 59.5 rounds to 60
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     call.params[wid] = 20.5f; // the width by itself
     ExpectFound(call);
     EXPECT_EQ(RunDetect(call).oroi[2], 20);
@@ -758,10 +764,10 @@ TEST(Detect, FailureOfTheRangeKeepsWhatWasFound)
         const Result result = RunDetect(call);
         EXPECT_EQ(result.code, -4);
         EXPECT_EQ(result.oroi, (Ints{0, 0, 150, 80, 1}));
-        EXPECT_TRUE(Same(result.detected, call.seq.frame(0))); // without marks
-        EXPECT_FALSE(result.magSh.empty());
-        EXPECT_EQ(result.hough.empty(), r3 < 0);
-        EXPECT_TRUE(result.bgShort.empty());
+        EXPECT_TRUE(Same(result.detected, call.seq.Frame(0))); // without marks
+        EXPECT_FALSE(result.magSh.Empty());
+        EXPECT_EQ(result.hough.Empty(), r3 < 0);
+        EXPECT_TRUE(result.bgShort.Empty());
         EXPECT_TRUE(SameResult(result, Predict(call)));
     }
 }
@@ -773,10 +779,10 @@ TEST(Detect, PictureSmallerThanTheRingIsOutOfRange)
     ExpectFound(call);
     EXPECT_EQ(RunDetect(call).oroi, (Ints{20, 21, 20, 10, 1}));
     call.params[outerR] = 25.5f; // 26 after rounding
-    ExpectFailure(call, -4, OutOfRange + "f_cx = -inf, f_cy = -inf");
-    for (const float radius : {1000.0f, 1e9f, 1e30f, Infinity}) {
+    ExpectFailure(call, -4, outOfRange + "f_cx = -inf, f_cy = -inf");
+    for (const float radius : {1000.0f, 1e9f, 1e30f, infinity}) {
         call.params[outerR] = radius;
-        ExpectFailure(call, -4, OutOfRange + "f_cx = -inf, f_cy = -inf");
+        ExpectFailure(call, -4, outOfRange + "f_cx = -inf, f_cy = -inf");
     }
 }
 
@@ -784,16 +790,16 @@ TEST(Detect, NumbersThatAreNoneFailTheRangeTest)
 {
     for (const std::size_t i : {std::size_t{cy}, std::size_t{hgh}}) {
         Call call = StillCall();
-        call.params[i] = NaN;
-        ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8");
+        call.params[i] = notANumber;
+        ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8");
     }
 }
 
 TEST(Detect, HugeParametersDoNotWrap)
 {
-    const std::vector<float> numbers = {-Infinity,      -3.4e38f,  -1e18f,   -4294967296.0f, -2147483648.0f,
+    const std::vector<float> numbers = {-infinity,      -3.4e38f,  -1e18f,   -4294967296.0f, -2147483648.0f,
                                         -2147483520.0f, -70000.0f, 70000.0f, 2147483520.0f,  2147483648.0f,
-                                        1e18f,          3.4e38f,   Infinity};
+                                        1e18f,          3.4e38f,   infinity};
     Dice dice(5);
     int found = 0;
     for (int round = 0; round < 600; round++) {
@@ -822,7 +828,7 @@ TEST(Detect, CentreFarOutsideItsRegion)
     call.params[cy] = -2147483648.0f;
     call.params[hgh] = -2147483648.0f;
     call.params[ang2] = 90;
-    ExpectFailure(call, -4, OutOfRange + "f_cx = 8, f_cy = 8"); // 128 columns are too many for 60
+    ExpectFailure(call, -4, outOfRange + "f_cx = 8, f_cy = 8"); // 128 columns are too many for 60
     call.seq = NoiseFrames(200, 150, 1, 3);
     call.iroi = {0, 0, 200, 150, 1};
     ExpectFound(call);
@@ -858,9 +864,9 @@ TEST(Detect, BackgroundIsTheMedianOfTheRegionTimes16)
         for (int x = 0; x < 100; x++) {
             std::vector<int> greys;
             for (int t = 0; t < 9; t++)
-                greys.push_back(call.seq.at(result.oroi[0] + x, result.oroi[1] + y, t));
+                greys.push_back(call.seq.At(result.oroi[0] + x, result.oroi[1] + y, t));
             std::sort(greys.begin(), greys.end());
-            ASSERT_EQ(result.bgShort.at(x, y), greys[4] * 16) << x << ", " << y;
+            ASSERT_EQ(result.bgShort.At(x, y), greys[4] * 16) << x << ", " << y;
         }
     }
     EXPECT_TRUE(SameResult(result, Predict(call)));
@@ -868,10 +874,10 @@ TEST(Detect, BackgroundIsTheMedianOfTheRegionTimes16)
 
 TEST(Detect, BackgroundNeedsANegativeCorrection)
 {
-    for (const float correction : {0.0f, -0.0f, 1.0f, 50.0f, Infinity, NaN}) {
+    for (const float correction : {0.0f, -0.0f, 1.0f, 50.0f, infinity, notANumber}) {
         Call call = StillCall();
         call.params[bkgCorr] = correction;
-        EXPECT_TRUE(RunDetect(call).bgShort.empty()) << correction;
+        EXPECT_TRUE(RunDetect(call).bgShort.Empty()) << correction;
         Pictures pictures;
         pictures.bgShort.Resize(4, 3);
         pictures.bgShort.Fill(11);
@@ -889,7 +895,7 @@ TEST(Detect, BackgroundPercentileIsRoundedAndHeld)
     call.params[cy] = -6;
     call.iroi[0] = 100; // the background is cut from the frames all the same
     for (const float correction : {-0.001f, -0.5f, -19.4f, -19.5f, -20.5f, -50.0f, -99.0f, -100.0f, -1000.0f,
-                                   -2147483648.0f, -1e30f, -Infinity}) {
+                                   -2147483648.0f, -1e30f, -infinity}) {
         call.params[bkgCorr] = correction;
         ExpectFound(call);
     }
@@ -965,10 +971,10 @@ TEST(Detect, WithoutFlowTheMagnitudeKeepsWhatItHeld)
     Pictures pictures;
     pictures.mag_sh.Resize(61, 51);
     pictures.mag_sh.Fill(0);
-    const auto ring = reference::ringPattern(call.params[innerR], call.params[outerR]);
+    const auto ring = reference::RingPattern(call.params[innerR], call.params[outerR]);
     for (int y = 0; y < ring.h; y++)
         for (int x = 0; x < ring.w; x++)
-            if (ring.at(x, y)) pictures.mag_sh(20 + x, 15 + y) = 5;
+            if (ring.At(x, y)) pictures.mag_sh(20 + x, 15 + y) = 5;
     const ShortPicture before = ToPicture(pictures.mag_sh);
     const Result result = RunDetect(call, pictures);
     EXPECT_EQ(result.code, 0);
@@ -1032,25 +1038,25 @@ TEST(Detect, FramesOfTwoPixelsWithoutFlowAreTaken)
 /// Cancels at every checkpoint in turn. \return how many there were
 int CancelEverywhere(const Call& call, const std::function<std::string(int checkpoint)>& expectedLine)
 {
-    g_stopAt = 0;
-    g_checkpoints = 0;
+    stopAt = 0;
+    checkpointsPassed = 0;
     EXPECT_EQ(RunDetect(call).code, 0);
-    const int checkpoints = g_checkpoints;
+    const int checkpoints = checkpointsPassed;
     for (int stop = 1; stop <= checkpoints; stop++) {
-        g_checkpoints = 0;
-        g_stopAt = stop;
+        checkpointsPassed = 0;
+        stopAt = stop;
         const Result result = RunDetect(call);
-        EXPECT_EQ(g_checkpoints, stop); // it ended there
-        g_checkpoints = 0;
+        EXPECT_EQ(checkpointsPassed, stop); // it ended there
+        checkpointsPassed = 0;
         const reference::Detection expected = Predict(call, AskAtCheckpoint);
-        g_stopAt = 0;
+        stopAt = 0;
         EXPECT_EQ(result.code, -2) << stop;
         EXPECT_EQ(result.err, expectedLine(stop) + "\n") << stop;
         // What an abandoned vote picture holds is nobody's business.
         Result comparable = result;
         comparable.hough = expected.hough;
         EXPECT_TRUE(SameResult(comparable, expected)) << stop;
-        EXPECT_TRUE(Same(result.detected, call.seq.frame(0))) << stop; // no marks
+        EXPECT_TRUE(Same(result.detected, call.seq.Frame(0))) << stop; // no marks
         EXPECT_EQ(result.oroi[2], 6) << stop;
     }
     return checkpoints;
@@ -1104,14 +1110,14 @@ TEST(Detect, AnglesAreNormalisedBetweenFlowAndVotes)
     call.params[cx] = call.params[cy] = 0;
     const int flow = 2 + (1 + 3 + 2 + 2 * 2) + 1;
     for (const int stop : {flow, flow + 1}) {
-        g_checkpoints = 0;
-        g_stopAt = stop;
+        checkpointsPassed = 0;
+        stopAt = stop;
         const Result result = RunDetect(call);
-        g_stopAt = 0;
+        stopAt = 0;
         EXPECT_EQ(result.code, -2);
         EXPECT_EQ(result.params[ang1], stop == flow ? -90 : 270);
         EXPECT_EQ(result.params[ang2], stop == flow ? 90 : 450);
-        EXPECT_EQ(result.uSumSh.empty(), stop == flow);
+        EXPECT_EQ(result.uSumSh.Empty(), stop == flow);
     }
 }
 

@@ -41,13 +41,13 @@ struct Doubles {
     int normCalls = 0, lastSum = 0;
 };
 
-Doubles* g_doubles = nullptr; // of the running test
+Doubles* current = nullptr; // of the running test
 
 } // namespace
 
 int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters)
 {
-    Doubles& d = *g_doubles;
+    Doubles& d = *current;
     FlowCall call;
     call.frames = ToSequence(ori);
     call.nrIters = nrIters;
@@ -73,8 +73,8 @@ int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters)
 void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatShort& v_sum_sh,
              MatShort& mag_sh)
 {
-    g_doubles->normCalls++;
-    g_doubles->lastSum = u_sum(0, 0);
+    current->normCalls++;
+    current->lastSum = u_sum(0, 0);
     for (MatShort* const m : {&u_sum_sh, &v_sum_sh, &mag_sh}) {
         m->Resize(v_sum.dim1, v_sum.dim2);
         m->Fill(3);
@@ -84,7 +84,7 @@ void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatSh
 int OpticalFlowPostprocAlt(const MatShort& u_sum, const MatShort& v_sum, int len, float r1, float r2,
                            float r3f, float ang_speed, MatShort& hough_sh, float& cx, float& cy)
 {
-    Doubles& d = *g_doubles;
+    Doubles& d = *current;
     EXPECT_EQ(u_sum.dim1, v_sum.dim1);
     EXPECT_EQ(u_sum.dim2, v_sum.dim2);
     d.voteCalls.push_back({u_sum.dim1, u_sum.dim2, len, r1, r2, r3f, ang_speed});
@@ -101,8 +101,8 @@ const int W = 40, H = 30;
 
 class DetectSteps : public testing::Test {
 protected:
-    void SetUp() override { g_doubles = &doubles; }
-    void TearDown() override { g_doubles = nullptr; }
+    void SetUp() override { current = &doubles; }
+    void TearDown() override { current = nullptr; }
 
     int RunDetect()
     {
@@ -124,12 +124,12 @@ protected:
         EXPECT_EQ(doubles.flowCalls.size(), calls);
         EXPECT_EQ(doubles.normCalls, 0);
         EXPECT_EQ(doubles.voteCalls.size(), 0u);
-        EXPECT_TRUE(Same(ToPicture(detected), seq.frame(0)));
+        EXPECT_TRUE(Same(ToPicture(detected), seq.Frame(0)));
         EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{0, 0, 1, 1, 1}));
         EXPECT_EQ(params(9), -90);
         EXPECT_EQ(params(10), 90);
         for (const MatShort* const m : {&hough, &u_sum_sh, &v_sum_sh, &mag_sh, &bgShort})
-            EXPECT_TRUE(ToPicture(*m).empty());
+            EXPECT_TRUE(ToPicture(*m).Empty());
     }
 
     Sequence seq = NoiseFrames(W, H, 6, 5);
@@ -218,11 +218,11 @@ TEST_F(DetectSteps, AbortedOrFailedVotes)
             EXPECT_EQ(doubles.normCalls, 1);
             EXPECT_TRUE(Same(ToPicture(hough), ShortPicture(W + 1, H + 1, 77))); // not smoothed
             EXPECT_TRUE(Same(ToPicture(u_sum_sh), ShortPicture(W + 1, H + 1, 3)));
-            EXPECT_TRUE(Same(ToPicture(detected), seq.frame(0)));
+            EXPECT_TRUE(Same(ToPicture(detected), seq.Frame(0)));
             EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{0, 0, 1, 1, 1}));
             EXPECT_EQ(params(9), 270);
             EXPECT_EQ(params(10), 450);
-            EXPECT_TRUE(ToPicture(bgShort).empty());
+            EXPECT_TRUE(ToPicture(bgShort).Empty());
         }
     }
 }
@@ -259,7 +259,7 @@ TEST_F(DetectSteps, RunsOfFramesAddUpInTheSameSums)
     ASSERT_EQ(doubles.flowCalls.size(), 3u);
     for (int run = 0; run < 3; run++) {
         const FlowCall& call = doubles.flowCalls[static_cast<std::size_t>(run)];
-        EXPECT_TRUE(Same(call.frames, seq.frames(2 * run, 2 * run + 1))) << run;
+        EXPECT_TRUE(Same(call.frames, seq.Frames(2 * run, 2 * run + 1))) << run;
         EXPECT_EQ(call.nrIters, 2);
         EXPECT_EQ(call.firstSum, run);
         EXPECT_EQ(call.storage, doubles.flowCalls[0].storage);
@@ -279,7 +279,7 @@ TEST_F(DetectSteps, RunsOfOneFrameAreNotAskedFor)
         EXPECT_EQ(doubles.flowCalls.size(), runs);
         EXPECT_EQ(doubles.normCalls, 1);
     }
-    EXPECT_TRUE(Same(doubles.flowCalls[0].frames, seq.frames(4, 5)));
+    EXPECT_TRUE(Same(doubles.flowCalls[0].frames, seq.Frames(4, 5)));
 }
 
 TEST_F(DetectSteps, VotesGetTheFlowPicturesAndTheGeometry)
@@ -305,7 +305,7 @@ TEST_F(DetectSteps, RingSearchAsksForNoVotes)
     R3 = -1;
     EXPECT_EQ(RunDetect(), 0);
     EXPECT_EQ(doubles.voteCalls.size(), 0u);
-    EXPECT_TRUE(ToPicture(hough).empty());
+    EXPECT_TRUE(ToPicture(hough).Empty());
     EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{5, 5, 1, 1, 1})); // all places are equal: the first
 }
 
@@ -319,15 +319,15 @@ TEST_F(DetectSteps, HighestVoteCountsFromTheInside)
     EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{19, 14, 1, 1, 1}));
     // Smoothed in place, five times.
     reference::Picture<std::int16_t> expected(W + 1, H + 1);
-    expected.at(20, 15) = 2000;
+    expected.At(20, 15) = 2000;
     for (int pass = 0; pass < 5; pass++) {
         const auto before = expected;
         for (int y = 1; y < H; y++) {
             for (int x = 1; x < W; x++) {
-                const auto v = [&](int i, int j) { return int{before.at(x + i, y + j)}; };
+                const auto v = [&](int i, int j) { return int{before.At(x + i, y + j)}; };
                 const int sum = v(-1, -1) + v(1, -1) + v(-1, 1) + v(1, 1) +
                                 2 * (v(0, -1) + v(0, 1) + v(-1, 0) + v(1, 0)) + 4 * v(0, 0);
-                expected.at(x, y) = static_cast<std::int16_t>(sum >> 4);
+                expected.At(x, y) = static_cast<std::int16_t>(sum >> 4);
             }
         }
     }

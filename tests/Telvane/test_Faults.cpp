@@ -69,19 +69,19 @@ protected:
         RunOptions options;
         options.before = before;
         options.timeout = std::chrono::seconds(200);
-        return ::Run(CommandLine(saving), folder.path(), options);
+        return ::Run(CommandLine(saving), folder.Path(), options);
     }
 
     /// What the file of that name holds after a run without faults.
     static reference::Bytes Whole(const std::string& name)
     {
-        if (name == "detected.jpg") return reference::jpegGrey(Answer<std::uint8_t>(1280, 400), 85);
-        if (name == "hough.bmp") return reference::bmpShort(Answer<std::int16_t>(1281, 300));
-        if (name == "u_sum_sh.bmp") return reference::bmpShort(Answer<std::int16_t>(1281, 200));
-        if (name == "v_sum_sh.bmp") return reference::bmpShort(Answer<std::int16_t>(1281, 100));
+        if (name == "detected.jpg") return reference::JpegGrey(Answer<std::uint8_t>(1280, 400), 85);
+        if (name == "hough.bmp") return reference::BmpShort(Answer<std::int16_t>(1281, 300));
+        if (name == "u_sum_sh.bmp") return reference::BmpShort(Answer<std::int16_t>(1281, 200));
+        if (name == "v_sum_sh.bmp") return reference::BmpShort(Answer<std::int16_t>(1281, 100));
         const BytePicture frame = FilmFrame(10 + std::stoi(name.substr(3))); // ten warm it up
-        return name.find(".jpg") != std::string::npos ? reference::jpegGrey(frame, 85)
-                                                      : reference::bmpByte(frame);
+        return name.find(".jpg") != std::string::npos ? reference::JpegGrey(frame, 85)
+                                                      : reference::BmpByte(frame);
     }
 
     /// In the order in which they are written.
@@ -291,8 +291,8 @@ TEST_F(Faults, ErrorsThatNobodyReadsKeepTheirStatus)
     const auto mute = [] { close(STDERR_FILENO); };
     RunOptions options;
     options.before = mute;
-    EXPECT_EQ(::Run(Join({{program, "-l", "1"}, Geometry().words()}), folder.path(), options).status, 255);
-    EXPECT_EQ(::Run({program, "-l", "0"}, folder.path(), options).status, 1);
+    EXPECT_EQ(::Run(Join({{program, "-l", "1"}, Geometry().words()}), folder.Path(), options).status, 255);
+    EXPECT_EQ(::Run({program, "-l", "0"}, folder.Path(), options).status, 1);
     std::filesystem::create_symlink("/dev/full", folder / "detected.jpg");
     EXPECT_EQ(Run(asBmp, mute).status, 1);
 }
@@ -305,7 +305,7 @@ TEST_F(Faults, ErrorsThatNobodyReadsKeepTheirStatus)
 /// to others.
 class ReadOnly {
 public:
-    explicit ReadOnly(const TemporaryFolder& where) : path(where.path())
+    explicit ReadOnly(const TemporaryFolder& where) : path(where.Path())
     {
         using std::filesystem::perms;
         std::filesystem::permissions(path, perms::owner_read | perms::owner_exec);
@@ -328,7 +328,7 @@ Finished RunWithoutPrivilege(const TemporaryFolder& folder, const Words& words)
     RunOptions options;
     options.before = ReadOnly::WithoutPrivilege;
     options.timeout = std::chrono::seconds(200);
-    return Run(words, folder.path(), options);
+    return Run(words, folder.Path(), options);
 }
 
 TEST_F(Faults, FolderThatCannotBeWrittenKeepsNothingBackButTheFiles)
@@ -351,7 +351,7 @@ TEST(FaultsOfFolders, DetectionInAFolderThatCannotBeWritten)
     const std::vector<BytePicture> frames = {WheelFrame(WheelScene(), 10), WheelFrame(WheelScene(), 11)};
     WriteFrames(folder, frames);
     const Words words = Join({Split("-l 2 -s"), Geometry().words()});
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     ASSERT_EQ(predicted.detection.result, 0);
     const ReadOnly closed(folder);
     const Finished run = RunWithoutPrivilege(folder, Join({{program}, words}));
@@ -401,7 +401,7 @@ protected:
     /// A frame of 1280 x 960, every pixel another than its neighbours.
     static const reference::Bytes& Good()
     {
-        static const reference::Bytes bytes = reference::bmpByte(NoiseFrame(1280, 960, 31));
+        static const reference::Bytes bytes = reference::BmpByte(NoiseFrame(1280, 960, 31));
         return bytes;
     }
 
@@ -427,7 +427,7 @@ protected:
     {
         folder.Write("img1.bmp", AsText(bytes));
         const FailStop stop =
-            RunProgramUntilHalt(Join({{program}, Split("-l 1"), RefusedGeometry().words()}), folder.path());
+            RunProgramUntilHalt(Join({{program}, Split("-l 1"), RefusedGeometry().words()}), folder.Path());
         EXPECT_TRUE(stop.halted) << what << " " << stop.state;
         EXPECT_EQ(stop.out, "Loading images ...\n") << what;
         EXPECT_EQ(stop.err,
@@ -444,7 +444,7 @@ protected:
         g.R3 = "0";
         const Finished run = RunIn(folder, program, Join({Split("-l 1"), g.words()}));
         EXPECT_EQ(run.status, 0) << what;
-        EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::jpegGrey(NoiseFrame(1280, 960, 31), 85)))
+        EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::JpegGrey(NoiseFrame(1280, 960, 31), 85)))
             << what;
         std::filesystem::remove(folder / "detected.jpg");
     }
@@ -573,14 +573,14 @@ protected:
         RunOptions options;
         options.environment = {"MALLOC_PERTURB_=165"};
         options.timeout = std::chrono::seconds(200);
-        const Finished run = ::Run(Join({{filmCamera}, words}), folder.path(), options);
-        const reference::Run predicted = reference::predictRun(words, frames);
+        const Finished run = ::Run(Join({{filmCamera}, words}), folder.Path(), options);
+        const reference::Run predicted = reference::PredictRun(words, frames);
         EXPECT_EQ(run.status, 0) << fault;
         EXPECT_EQ(run.out, predicted.out) << fault;
         EXPECT_EQ(run.err, predicted.err) << fault;
         ExpectPictures(folder, predicted);
         for (std::size_t i = 0; i < frames.size(); i++)
-            EXPECT_TRUE(HasFile(folder, FrameName(i), reference::bmpByte(frames[i]))) << fault;
+            EXPECT_TRUE(HasFile(folder, FrameName(i), reference::BmpByte(frames[i]))) << fault;
     }
 
     const TemporaryFolder folder;
@@ -613,7 +613,7 @@ protected:
         ASSERT_EQ(mkfifo(path.c_str(), 0666), 0);
         const child_process::Descriptor reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
         ASSERT_GE(reader.Get(), 0);
-        child_process::Child child(child_process::Becoming(CommandLine(saving), folder.path(), {}), "");
+        child_process::Child child(child_process::Becoming(CommandLine(saving), folder.Path(), {}), "");
         pollfd end{reader.Get(), POLLIN, 0};
         ASSERT_EQ(poll(&end, 1, 200000), 1);
         EXPECT_NE(end.revents & POLLIN, 0);

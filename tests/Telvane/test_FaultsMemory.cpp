@@ -22,7 +22,7 @@ enum class End { notStarted, noCamera, notLoaded, noRoomInJpeg, halted, haltedIn
 End EndWithin(rlim_t bytes, const TemporaryFolder& folder, const Words& words, const std::string& goodOutput)
 {
     const FailStop stop =
-        RunProgramUntilHalt(Join({{program}, words}), folder.path(), std::chrono::seconds(100), [bytes] {
+        RunProgramUntilHalt(Join({{program}, words}), folder.Path(), std::chrono::seconds(100), [bytes] {
             const rlimit limit{bytes, bytes};
             if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);
         });
@@ -59,7 +59,7 @@ TEST(FaultsOfMemory, EveryLimitEndsInAFailStopOrAnErrorAndNeverInACrash)
         g.R3 = method;
         g.bkgCorr = "-50";
         const Words words = Join({Split("-l 3 -s -m 1 1 9 9"), g.words()});
-        const reference::Run predicted = reference::predictRun(words, frames);
+        const reference::Run predicted = reference::PredictRun(words, frames);
         ASSERT_EQ(predicted.detection.result, 0);
         std::map<End, int> ends;
         const rlim_t kB = 1024;
@@ -76,7 +76,7 @@ TEST(FaultsOfMemory, FramesThatFindNoRoomStopTheProgramForGood)
     // 50 frames are 61 MB.
     const TemporaryFolder folder;
     const FailStop stop = RunProgramUntilHalt(Join({{program, "-n", "50"}, Geometry().words()}),
-                                              folder.path(), std::chrono::seconds(100), [] {
+                                              folder.Path(), std::chrono::seconds(100), [] {
                                                   const rlimit limit{50000000, 50000000};
                                                   if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);
                                               });

@@ -30,7 +30,7 @@ CubShort ToShortCube(const ShortFrames& seq)
     CubShort cube(seq[0].w, seq[0].h, static_cast<int>(seq.size()));
     for (int z = 0; z < cube.dim3; z++)
         for (int y = 0; y < cube.dim2; y++)
-            for (int x = 0; x < cube.dim1; x++) cube(x, y, z) = seq[static_cast<std::size_t>(z)].at(x, y);
+            for (int x = 0; x < cube.dim1; x++) cube(x, y, z) = seq[static_cast<std::size_t>(z)].At(x, y);
     return cube;
 }
 
@@ -59,14 +59,14 @@ int BackgroundOfBytes(const std::vector<int>& values, int percentile)
 {
     Sequence seq(1, 1, static_cast<int>(values.size()));
     for (std::size_t z = 0; z < values.size(); z++) seq.a[z] = static_cast<std::uint8_t>(values[z]);
-    return Background(seq, percentile).at(0, 0);
+    return Background(seq, percentile).At(0, 0);
 }
 
 int BackgroundOfShorts(const std::vector<int>& values, int percentile)
 {
     ShortFrames seq;
     for (const int value : values) seq.emplace_back(1, 1, static_cast<std::int16_t>(value));
-    return Background(seq, percentile).at(0, 0);
+    return Background(seq, percentile).At(0, 0);
 }
 
 TEST(GetBackground, SingleFrameIsItsOwnBackground)
@@ -74,7 +74,7 @@ TEST(GetBackground, SingleFrameIsItsOwnBackground)
     const Sequence seq = NoiseFrames(17, 9, 1, 1);
     const ShortFrames shorts = NoiseShorts(17, 9, 1, 2, -32768, 32767);
     for (const int percentile : {0, 1, 50, 99, 100, 1000, -5}) {
-        EXPECT_TRUE(Same(Background(seq, percentile), seq.frame(0))) << percentile;
+        EXPECT_TRUE(Same(Background(seq, percentile), seq.Frame(0))) << percentile;
         EXPECT_TRUE(Same(Background(shorts, percentile), shorts[0])) << percentile;
     }
 }
@@ -132,8 +132,8 @@ TEST(GetBackground, MoreThan32FramesAreTaken)
         const Sequence seq = NoiseFrames(5, 4, frames, static_cast<unsigned>(frames));
         const ShortFrames shorts = NoiseShorts(5, 4, frames, static_cast<unsigned>(frames), -32768, 32767);
         for (const int percentile : {0, 10, 50, 99, 100}) {
-            EXPECT_TRUE(Same(Background(seq, percentile), reference::background(seq, percentile))) << frames;
-            EXPECT_TRUE(Same(Background(shorts, percentile), reference::background(shorts, percentile)))
+            EXPECT_TRUE(Same(Background(seq, percentile), reference::Background(seq, percentile))) << frames;
+            EXPECT_TRUE(Same(Background(shorts, percentile), reference::Background(shorts, percentile)))
                 << frames;
         }
     }
@@ -167,10 +167,10 @@ TEST(GetBackground, RandomFramesAgreeWithTheReference)
         // Few grey levels make many equal values.
         const int levels = dice.OneIn(2) ? 255 : 3;
         const Sequence seq = NoiseFrames(w, h, frames, static_cast<unsigned>(round), 0, levels);
-        ASSERT_TRUE(Same(Background(seq, percentile), reference::background(seq, percentile))) << round;
+        ASSERT_TRUE(Same(Background(seq, percentile), reference::Background(seq, percentile))) << round;
         const ShortFrames shorts = NoiseShorts(w, h, frames, static_cast<unsigned>(round),
                                                levels == 3 ? -2 : -32768, levels == 3 ? 2 : 32767);
-        ASSERT_TRUE(Same(Background(shorts, percentile), reference::background(shorts, percentile))) << round;
+        ASSERT_TRUE(Same(Background(shorts, percentile), reference::Background(shorts, percentile))) << round;
     }
 }
 
@@ -181,7 +181,7 @@ TEST(GetBackground, PartsOfASequenceWithGaps)
     CubByte part = cube(RNG(37, 4, -3), RNG(2, 26, 2), RNG(11, 1, -2));
     MatByte background;
     GetBackground(part, background, 50);
-    EXPECT_TRUE(Same(ToPicture(background), reference::background(ToSequence(part), 50)));
+    EXPECT_TRUE(Same(ToPicture(background), reference::Background(ToSequence(part), 50)));
     EXPECT_TRUE(Same(ToSequence(cube), seq));
 }
 
@@ -192,13 +192,13 @@ TEST(GetBackground, BackgroundTakesTheSizeOfTheFrames)
     for (const Sequence& frames : {seq, NoiseFrames(7, 12, 5, 14), NoiseFrames(50, 40, 2, 15), seq}) {
         CubByte cube = ToCube(frames);
         GetBackground(cube, background, 50);
-        EXPECT_TRUE(Same(ToPicture(background), reference::background(frames, 50)));
+        EXPECT_TRUE(Same(ToPicture(background), reference::Background(frames, 50)));
     }
     const ShortFrames shorts = NoiseShorts(12, 7, 3, 9, -500, 500);
     CubShort shortCube = ToShortCube(shorts);
     MatShort shortBackground(3, 3);
     GetBackground(shortCube, shortBackground, 50);
-    EXPECT_TRUE(Same(ToPicture(shortBackground), reference::background(shorts, 50)));
+    EXPECT_TRUE(Same(ToPicture(shortBackground), reference::Background(shorts, 50)));
 }
 
 TEST(GetBackground, ViewOfTheSameSizeIsWrittenThrough)
@@ -210,9 +210,9 @@ TEST(GetBackground, ViewOfTheSameSizeIsWrittenThrough)
     MatByte view = picture(RNG(4, 15), RNG(6, 12));
     GetBackground(cube, view, 0);
     BytePicture expected(20, 20, 55);
-    const BytePicture minimum = reference::background(seq, 0);
+    const BytePicture minimum = reference::Background(seq, 0);
     for (int y = 0; y < 7; y++)
-        for (int x = 0; x < 12; x++) expected.at(x + 4, y + 6) = minimum.at(x, y);
+        for (int x = 0; x < 12; x++) expected.At(x + 4, y + 6) = minimum.At(x, y);
     EXPECT_TRUE(Same(ToPicture(picture), expected));
 }
 

@@ -59,7 +59,7 @@ public:
     void Keep(const std::string& name, const Digest& digest) { Keep(name, digest.Text()); }
     template <class T> void Keep(const std::string& name, const Picture<T>& picture)
     {
-        EXPECT_FALSE(picture.empty()) << name;
+        EXPECT_FALSE(picture.Empty()) << name;
         Keep(name, Digest().Add(picture.w).Add(picture.h).AddAll(picture.a));
     }
     void KeepFloats(const std::string& name, const std::vector<float>& values)
@@ -144,7 +144,7 @@ void ExpectRunKept(const std::string& section, const std::string& scene, const s
     const Finished drawn = RunIn(folder, WHEELSIM_PATH, Split("--out . " + scene));
     ASSERT_EQ(drawn.status, 0) << drawn.err;
     const Words words = Join({Split(options), geometry.words()});
-    const reference::CommandLine line = reference::parseCommandLine(words);
+    const reference::CommandLine line = reference::ParseCommandLine(words);
     std::vector<BytePicture> frames;
     for (int i = 0; i < line.imagesCount; i++) {
         const std::string file = folder.Read(FrameName(static_cast<std::size_t>(i)));
@@ -171,7 +171,7 @@ void ExpectRunKept(const std::string& section, const std::string& scene, const s
     Detected detected(line.params);
     EXPECT_EQ(detected.Run(seq, line.usePeriods ? line.periods : std::vector<int>()), 0);
     detected.KeepIn(results);
-    EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::jpegGrey(PictureOf(detected.detected), 85)));
+    EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::JpegGrey(PictureOf(detected.detected), 85)));
     results.ExpectKept();
 }
 
@@ -211,7 +211,7 @@ TEST(Golden, DetectionWithUnequalPeriods)
 Picture<int> Row(const VecInt& v)
 {
     Picture<int> row(v.dim1, 1);
-    for (int i = 0; i < v.dim1; i++) row.at(i, 0) = v(i);
+    for (int i = 0; i < v.dim1; i++) row.At(i, 0) = v(i);
     return row;
 }
 

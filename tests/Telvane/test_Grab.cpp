@@ -24,7 +24,7 @@ struct Script {
     std::string calls; ///< g, d, s for grab, data and size
 };
 
-Script* g_script = nullptr; // of the running test
+Script* played = nullptr; // of the running test
 
 } // namespace
 
@@ -35,28 +35,28 @@ RaspiCam::~RaspiCam() = default;
 
 bool RaspiCam::open(bool)
 {
-    g_script->calls += 'o';
+    played->calls += 'o';
     return true;
 }
 
 bool RaspiCam::grab()
 {
-    g_script->calls += 'g';
+    played->calls += 'g';
     grabs++;
-    if (!g_script->grabSucceeds(grabs)) return false;
-    buffer = g_script->film(grabs);
+    if (!played->grabSucceeds(grabs)) return false;
+    buffer = played->film(grabs);
     return true;
 }
 
 unsigned char* RaspiCam::getImageBufferData() const
 {
-    g_script->calls += 'd';
+    played->calls += 'd';
     return buffer.empty() ? nullptr : buffer.data();
 }
 
 std::size_t RaspiCam::getImageBufferSize() const
 {
-    g_script->calls += 's';
+    played->calls += 's';
     return buffer.size();
 }
 
@@ -81,8 +81,8 @@ Bytes RandomBytes(std::size_t size, unsigned seed)
 
 class GrabFrames : public testing::Test {
 protected:
-    void SetUp() override { g_script = &script; }
-    void TearDown() override { g_script = nullptr; }
+    void SetUp() override { played = &script; }
+    void TearDown() override { played = nullptr; }
 
     int Grab(const CubByte& seq, int period1, int period2)
     {
@@ -105,7 +105,7 @@ protected:
         std::vector<int> kept;
         for (int z = 0; z < frames; z++) {
             kept.push_back(seq(0, 0, z));
-            EXPECT_TRUE(Same(ToSequence(seq).frame(z), BytePicture(3, 2, seq(0, 0, z))));
+            EXPECT_TRUE(Same(ToSequence(seq).Frame(z), BytePicture(3, 2, seq(0, 0, z))));
         }
         return kept;
     }
@@ -207,9 +207,9 @@ TEST_F(GrabFrames, RowsFollowEachOtherWithoutPadding)
         EXPECT_EQ(Grab(seq, 1, 2), 0);
         ASSERT_EQ(shown.size(), 1u + 14);
         const Sequence frames = ToSequence(seq);
-        EXPECT_TRUE(Same(frames.frame(0), reference::greyOf(shown[11], w, h)));
-        EXPECT_TRUE(Same(frames.frame(1), reference::greyOf(shown[12], w, h)));
-        EXPECT_TRUE(Same(frames.frame(2), reference::greyOf(shown[14], w, h)));
+        EXPECT_TRUE(Same(frames.Frame(0), reference::GreyOf(shown[11], w, h)));
+        EXPECT_TRUE(Same(frames.Frame(1), reference::GreyOf(shown[12], w, h)));
+        EXPECT_TRUE(Same(frames.Frame(2), reference::GreyOf(shown[14], w, h)));
     }
 }
 
@@ -231,9 +231,9 @@ TEST_F(GrabFrames, PartsWithGapsAreFilledBetweenThem)
     Sequence expected = before;
     for (int z = 0; z < 3; z++) {
         const BytePicture grey =
-            reference::greyOf(RandomBytes(std::size_t(w) * h * 3, static_cast<unsigned>(11 + z)), w, h);
+            reference::GreyOf(RandomBytes(std::size_t(w) * h * 3, static_cast<unsigned>(11 + z)), w, h);
         for (int y = 0; y < h; y++)
-            for (int x = 0; x < w; x++) expected.at(3 * w - 3 * x, 2 * h - 2 * y, 1 + 2 * z) = grey.at(x, y);
+            for (int x = 0; x < w; x++) expected.At(3 * w - 3 * x, 2 * h - 2 * y, 1 + 2 * z) = grey.At(x, y);
     }
     EXPECT_TRUE(Same(ToSequence(large), expected));
 }

@@ -37,7 +37,7 @@ void BlankOctagon(Sequence& seq, int l, int t, int r, int b)
     for (int z = 0; z < seq.n; z++)
         for (int y = 0; y < seq.h; y++)
             for (int x = 0; x < seq.w; x++)
-                if (InOctagon(x, y, l, t, r, b)) seq.at(x, y, z) = 0;
+                if (InOctagon(x, y, l, t, r, b)) seq.At(x, y, z) = 0;
 }
 
 /// Frames without any 0, so that every blanked pixel shows.
@@ -79,7 +79,7 @@ std::vector<std::string> Drawing(const Sequence& seq, int frame = 0)
     std::vector<std::string> rows;
     for (int y = 0; y < seq.h; y++) {
         rows.emplace_back();
-        for (int x = 0; x < seq.w; x++) rows.back() += seq.at(x, y, frame) == 0 ? '#' : '.';
+        for (int x = 0; x < seq.w; x++) rows.back() += seq.At(x, y, frame) == 0 ? '#' : '.';
     }
     return rows;
 }
@@ -133,7 +133,7 @@ TEST(Mask, NarrowBoxesAreBlankedWhole)
         Sequence expected = seq;
         for (int z = 0; z < 2; z++)
             for (int y = box[1]; y < box[1] + box[3]; y++)
-                for (int x = box[0]; x < box[0] + box[2]; x++) expected.at(x, y, z) = 0;
+                for (int x = box[0]; x < box[0] + box[2]; x++) expected.At(x, y, z) = 0;
         EXPECT_TRUE(Same(Masked(seq, {box}), expected)) << box[2] << " x " << box[3];
     }
 }
@@ -277,7 +277,7 @@ TEST(Mask, SteppedAndReversedFramesAreBlankedBetweenTheirGaps)
             for (int x = 0; x < all.w; x++) {
                 const bool inPart = (z == 3 || z == 1) && y >= 2 && (y - 2) % 3 == 0 && (y - 2) / 3 < 21 &&
                                     x <= 81 && x >= 3 && (81 - x) % 2 == 0;
-                if (!inPart && cube(x, y, z) != all.at(x, y, z)) changedOutside++;
+                if (!inPart && cube(x, y, z) != all.At(x, y, z)) changedOutside++;
             }
         }
     }
@@ -296,7 +296,7 @@ TEST(Mask, RandomRectanglesAgreeWithTheReference)
                                   dice.Between(1, h + 30), 1});
         }
         Sequence expected = seq, octagons = seq;
-        EXPECT_EQ(reference::mask(expected, {0, 0, w, h, 1}, rectangles), 0);
+        EXPECT_EQ(reference::Mask(expected, {0, 0, w, h, 1}, rectangles), 0);
         for (const Region& r : rectangles) {
             BlankOctagon(octagons, std::max(r[0], 0), std::max(r[1], 0), std::min(r[0] + r[2], w) - 1,
                          std::min(r[1] + r[3], h) - 1);
@@ -320,7 +320,7 @@ TEST(Mask, RandomRectanglesInAShiftedRegionAgreeWithTheReference)
                                   dice.Between(1 + std::max(-t, 0), h - t), 1});
         }
         Sequence expected = seq;
-        EXPECT_EQ(reference::mask(expected, iroi, rectangles), 0);
+        EXPECT_EQ(reference::Mask(expected, iroi, rectangles), 0);
         ASSERT_TRUE(Same(Masked(seq, iroi, rectangles), expected)) << round;
     }
 }
@@ -357,7 +357,7 @@ TEST(Mask, ExtremeRectanglesAgreeWithTheReference)
         const Region r = {dice.Of(numbers), dice.Of(numbers), dice.Of(numbers), dice.Of(numbers), 1};
         Sequence expected = seq;
         try {
-            reference::mask(expected, {0, 0, 30, 20, 1}, {r});
+            reference::Mask(expected, {0, 0, 30, 20, 1}, {r});
         } catch (const reference::FailStop&) {
             halting++; // EmptyRangesHalt runs such ones
             continue;

@@ -50,7 +50,7 @@ struct Marked {
 int RunDetect(const Scene& s, float R3, MatShort& mag_sh, MatByte& detected, Marked& marked)
 {
     Sequence seq(s.ground.w, s.ground.h, 1);
-    seq.setFrame(0, s.ground);
+    seq.SetFrame(0, s.ground);
     const CubByte cube = ToCube(seq);
     const VecFloat params = ToVector<VecFloat>(ParamsOf(s, R3));
     VecInt oroi(5);
@@ -68,12 +68,12 @@ int RunDetect(const Scene& s, float R3, MatShort& mag_sh, MatByte& detected, Mar
 /// Detects with the ring search, the ring lying around the scene's centre.
 Marked Detected(const Scene& s)
 {
-    const auto ring = reference::ringPattern(s.innerR, s.outerR);
+    const auto ring = reference::RingPattern(s.innerR, s.outerR);
     MatShort mag_sh(s.ground.w + 1, s.ground.h + 1);
     mag_sh.Fill(0);
     for (int y = 0; y < ring.h; y++)
         for (int x = 0; x < ring.w; x++)
-            if (ring.at(x, y)) mag_sh(s.centreX - ring.w / 2 + x, s.centreY - ring.h / 2 + y) = 100;
+            if (ring.At(x, y)) mag_sh(s.centreX - ring.w / 2 + x, s.centreY - ring.h / 2 + y) = 100;
     MatByte detected;
     Marked marked;
     EXPECT_EQ(RunDetect(s, -1, mag_sh, detected, marked), 0);
@@ -100,7 +100,7 @@ Region ExpectedRegion(const Scene& s)
 BytePicture Expected(const Scene& s, const Marked& marked)
 {
     BytePicture picture = s.ground;
-    reference::overlay(picture, ExpectedRegion(s), {s.iroiLeft, s.iroiTop, s.ground.w, s.ground.h, 1},
+    reference::Overlay(picture, ExpectedRegion(s), {s.iroiLeft, s.iroiTop, s.ground.w, s.ground.h, 1},
                        marked.params);
     return picture;
 }
@@ -138,7 +138,7 @@ std::vector<std::string> Drawing(const BytePicture& toggled, int l, int t, int w
     std::vector<std::string> rows;
     for (int y = t; y < t + h; y++) {
         rows.emplace_back();
-        for (int x = l; x < l + w; x++) rows.back() += toggled.at(x, y) ? '#' : '.';
+        for (int x = l; x < l + w; x++) rows.back() += toggled.At(x, y) ? '#' : '.';
     }
     return rows;
 }
@@ -243,7 +243,7 @@ TEST(Overlay, CrossInTheRegionsCornerReachesOnePixelOut)
     // outer one of the columns left of it.
     const BytePicture marks = Marks(s);
     EXPECT_EQ(Drawing(marks, 79, 58, 14, 2), (Rows{"..............", ".###########.."}));
-    for (int y = 59; y <= 72; y++) EXPECT_EQ(marks.at(79, y), y >= 60 && y <= 70) << y;
+    for (int y = 59; y <= 72; y++) EXPECT_EQ(marks.At(79, y), y >= 60 && y <= 70) << y;
     EXPECT_TRUE(AgreesWithTheReference(s));
 }
 
@@ -326,7 +326,7 @@ TEST(Overlay, BothRadiiAreDrawn)
     EXPECT_GT(Count(circle), 50);
     for (int y = 0; y < H; y++)
         for (int x = 0; x < W; x++)
-            if (circle.at(x, y)) {
+            if (circle.At(x, y)) {
                 EXPECT_NEAR(std::hypot(x - 80, y - 60), 12, 0.8) << x << ", " << y;
             }
 }
@@ -346,7 +346,7 @@ TEST(Overlay, LargeCircleShowsOnlyItsArcsInsideTheRegion)
     const int l = 55, t = 15, r = l + 49, b = t + 51;
     for (int y = 0; y < H; y++)
         for (int x = 0; x < W; x++)
-            if (arcs.at(x, y)) {
+            if (arcs.At(x, y)) {
                 EXPECT_TRUE(l < x && x < r && t < y && y < b) << x << ", " << y;
                 EXPECT_NEAR(std::hypot(x - 80, y - 60), 30, 0.8) << x << ", " << y;
             }
@@ -365,12 +365,12 @@ TEST(Overlay, CircleOnTheEdgeRowsAndColumnsIsNotDrawn)
     // The edges lie 20 pixels from the centre.
     s.outerR = 20;
     const BytePicture on = MarksBetween(s, without);
-    for (const int at : {60, 100}) EXPECT_EQ(on.at(at, 60), 0) << at;
-    for (const int at : {40, 80}) EXPECT_EQ(on.at(80, at), 0) << at;
+    for (const int at : {60, 100}) EXPECT_EQ(on.At(at, 60), 0) << at;
+    for (const int at : {40, 80}) EXPECT_EQ(on.At(80, at), 0) << at;
     s.outerR = 19;
     const BytePicture inside = MarksBetween(s, without);
-    for (const int at : {61, 99}) EXPECT_EQ(inside.at(at, 60), 1) << at;
-    for (const int at : {41, 79}) EXPECT_EQ(inside.at(80, at), 1) << at;
+    for (const int at : {61, 99}) EXPECT_EQ(inside.At(at, 60), 1) << at;
+    for (const int at : {41, 79}) EXPECT_EQ(inside.At(80, at), 1) << at;
     EXPECT_TRUE(AgreesWithTheReference(s));
 }
 
@@ -390,7 +390,7 @@ TEST(Overlay, EachPointOfACircleIsTestedAgainstItsOwnEdgesAlone)
     int outside = 0;
     for (int y = 0; y < H; y++)
         for (int x = 0; x < W; x++)
-            if (arcs.at(x, y) && (x < 90 || y < 72)) outside++;
+            if (arcs.At(x, y) && (x < 90 || y < 72)) outside++;
     EXPECT_GT(outside, 10);
     EXPECT_TRUE(AgreesWithTheReference(s));
 }
@@ -431,8 +431,8 @@ TEST(Overlay, LineAtZeroDegreesTogglesTheRightArmOfTheCrossBack)
     const BytePicture lines = MarksBetween(s, without);
     // To the right from 81 to 118, one short of the edge column 119; downward from 61 to 88.
     EXPECT_EQ(Count(lines), 38 + 28);
-    for (int x = 81; x <= 118; x++) EXPECT_EQ(lines.at(x, 60), 1) << x;
-    for (int y = 61; y <= 88; y++) EXPECT_EQ(lines.at(80, y), 1) << y;
+    for (int x = 81; x <= 118; x++) EXPECT_EQ(lines.At(x, 60), 1) << x;
+    for (int y = 61; y <= 88; y++) EXPECT_EQ(lines.At(80, y), 1) << y;
     // On the way it toggles back the arm, which ends 10 pixels off the centre, and the frame's two inner
     // columns; the middle of the cross was open.
     EXPECT_EQ(Drawing(Marks(s), 80, 60, 41, 1)[0],
@@ -468,16 +468,16 @@ TEST(Overlay, AnglesRunFromRightDownwards)
     s.ang2 = 135;
     const BytePicture lines = MarksBetween(s, without);
     for (int k = 1; k <= 28; k++) {
-        EXPECT_EQ(lines.at(80 + k, 60 + k), 1) << k;
-        EXPECT_EQ(lines.at(80 - k, 60 + k), 1) << k;
+        EXPECT_EQ(lines.At(80 + k, 60 + k), 1) << k;
+        EXPECT_EQ(lines.At(80 - k, 60 + k), 1) << k;
     }
     EXPECT_EQ(Count(lines), 2 * 28);
     s.ang1 = 225;
     s.ang2 = 315;
     const BytePicture upwards = MarksBetween(s, without);
     for (int k = 1; k <= 29; k++) {
-        EXPECT_EQ(upwards.at(80 + k, 60 - k), 1) << k;
-        EXPECT_EQ(upwards.at(80 - k, 60 - k), 1) << k;
+        EXPECT_EQ(upwards.At(80 + k, 60 - k), 1) << k;
+        EXPECT_EQ(upwards.At(80 - k, 60 - k), 1) << k;
     }
     EXPECT_EQ(Count(upwards), 2 * 29);
 }
@@ -605,7 +605,7 @@ TEST(Overlay, TinyRegionsToggleTheirPixelsAgainAndAgain)
     Scene s;
     s.cx = s.cy = 0;
     s.wid = s.hgh = 1;
-    EXPECT_EQ(Marks(s).at(80, 60), 0);
+    EXPECT_EQ(Marks(s).At(80, 60), 0);
 }
 
 TEST(Overlay, NegativeSizesMarkWhatTheStepsReach)
@@ -637,7 +637,7 @@ TEST(Overlay, CentreIsRoundedToEven)
     // 80 - 40.5 rounds to 40, and 40 + 40.5 to 80; 80 - 41.5 to 38, and 38 + 41.5 to 80 (79.5).
     Scene even;
     even.cx = 40.5f;
-    EXPECT_EQ(Marks(even).at(80, 60), 0);
+    EXPECT_EQ(Marks(even).At(80, 60), 0);
     EXPECT_EQ(Drawing(Marks(even), 77, 50, 7, 1)[0], "..###..");
 }
 
@@ -694,16 +694,16 @@ TEST(Overlay, ResultPictureOfAnotherSizeKeepsItAndGetsTheMarksThatFit)
     MatByte detected(90, 70);
     MatShort mag_sh(W + 1, H + 1);
     mag_sh.Fill(0);
-    const auto ring = reference::ringPattern(s.innerR, s.outerR);
+    const auto ring = reference::RingPattern(s.innerR, s.outerR);
     for (int y = 0; y < ring.h; y++)
         for (int x = 0; x < ring.w; x++)
-            if (ring.at(x, y)) mag_sh(60 + x, 40 + y) = 100;
+            if (ring.At(x, y)) mag_sh(60 + x, 40 + y) = 100;
     Marked marked;
     ASSERT_EQ(RunDetect(s, -1, mag_sh, detected, marked), 0);
     const BytePicture whole = Expected(s, marked);
     BytePicture part(90, 70);
     for (int y = 0; y < 70; y++)
-        for (int x = 0; x < 90; x++) part.at(x, y) = whole.at(x, y);
+        for (int x = 0; x < 90; x++) part.At(x, y) = whole.At(x, y);
     EXPECT_TRUE(Same(marked.detected, part));
 }
 

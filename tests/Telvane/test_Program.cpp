@@ -124,7 +124,7 @@ TEST(Program, WrongCommandLinesShowTheUsage)
         EXPECT_EQ(run.status, 1) << line;
         EXPECT_EQ(run.err, usageLines) << line;
         EXPECT_EQ(run.out, "") << line;
-        EXPECT_TRUE(reference::parseCommandLine(words).usage) << line;
+        EXPECT_TRUE(reference::ParseCommandLine(words).usage) << line;
     }
     EXPECT_EQ(FilesIn(folder), Words());
 }
@@ -179,7 +179,7 @@ TEST(Program, CommandLinesThatAreAccepted)
         EXPECT_EQ(run.status, 255) << line;
         EXPECT_EQ(run.err, "Error -1:  ... error loading images!\n") << line;
         EXPECT_EQ(run.out, "Loading images ...\n") << line;
-        const reference::Run predicted = reference::predictRun(words, {});
+        const reference::Run predicted = reference::PredictRun(words, {});
         EXPECT_EQ(predicted.status, 255) << line;
         EXPECT_EQ(predicted.err, run.err) << line;
         EXPECT_EQ(predicted.out, run.out) << line;
@@ -193,7 +193,7 @@ TEST(Program, MissingSecondFrameEndsTheRun)
 {
     const TemporaryFolder folder;
     WriteFrames(folder, FirstPictures(1));
-    folder.Write("img3.bmp", AsText(reference::bmpByte(WheelPictures()[2])));
+    folder.Write("img3.bmp", AsText(reference::BmpByte(WheelPictures()[2])));
     const Untouched files(folder);
     const Finished run = RunIn(folder, program, Join({Split("-l 3 -s"), Geometry().words()}));
     EXPECT_EQ(run.status, 255);
@@ -206,12 +206,12 @@ TEST(Program, MissingSecondFrameEndsTheRun)
 TEST(Program, FramesAreReadInOrderUpToTheFirstThatFails)
 {
     // A frame of another size stops the program for good. Before the missing one it is met ...
-    const reference::Bytes small = reference::bmpByte(BytePicture(640, 480, 9));
+    const reference::Bytes small = reference::BmpByte(BytePicture(640, 480, 9));
     const Words words = Join({Split("-l 3"), RefusedGeometry().words()});
     {
         const TemporaryFolder folder;
         folder.Write("img1.bmp", AsText(small));
-        EXPECT_TRUE(RunProgramUntilHalt(Join({{program}, words}), folder.path()).halted);
+        EXPECT_TRUE(RunProgramUntilHalt(Join({{program}, words}), folder.Path()).halted);
     }
     // ... and behind it it is not.
     const TemporaryFolder folder;
@@ -222,7 +222,7 @@ TEST(Program, FramesAreReadInOrderUpToTheFirstThatFails)
 
 TEST(Program, FilesThatAreNoGreyFramesEndTheRun)
 {
-    const reference::Bytes good = reference::bmpByte(WheelPictures()[0]);
+    const reference::Bytes good = reference::BmpByte(WheelPictures()[0]);
     std::vector<reference::Bytes> bad(4, good);
     bad[0].clear();
     bad[1][0] = 'X';
@@ -243,16 +243,16 @@ TEST(Program, FrameOfAnotherSizeStopsTheProgramForGood)
     for (const auto& [w, h] : std::vector<std::pair<int, int>>{{1279, 960}, {960, 1280}, {1280, 961}}) {
         for (const char* const count : {"1", "2"}) {
             const TemporaryFolder folder;
-            folder.Write("img1.bmp", AsText(reference::bmpByte(BytePicture(w, h, 9))));
+            folder.Write("img1.bmp", AsText(reference::BmpByte(BytePicture(w, h, 9))));
             const Words words = Join({{"-l", count}, Geometry().words()});
-            const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.path());
+            const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.Path());
             EXPECT_TRUE(stop.halted) << stop.state;
             EXPECT_EQ(stop.out, "Loading images ...\n");
             EXPECT_EQ(
                 stop.err,
                 ErrorLine("Resize_ubyte: Object cannot be resized, data are referenced by another object") +
                     "\n");
-            const reference::Run predicted = reference::predictRun(words, {BytePicture(w, h, 9)});
+            const reference::Run predicted = reference::PredictRun(words, {BytePicture(w, h, 9)});
             EXPECT_TRUE(predicted.halts);
             EXPECT_EQ(predicted.out, stop.out);
             EXPECT_EQ(predicted.err, stop.err);
@@ -274,7 +274,7 @@ TEST(Program, RingSearchOnFrameFiles)
     g.bkgCorr = "-50";
     const Words words = Join({Split("-l 3 -s"), g.words()});
     const Finished run = RunIn(folder, program, words);
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     ExpectAsPredicted(folder, run, predicted);
     EXPECT_TRUE(files.Still()); // loaded frames are not saved again
     EXPECT_EQ(FilesIn(folder), (Words{"detected.jpg", "img1.bmp", "img2.bmp", "img3.bmp", "u_sum_sh.bmp",
@@ -300,7 +300,7 @@ TEST(Program, VotesWithThreeMasksOnFrameFiles)
     const Words words =
         Join({Split("-m 0 0 200 150 -s -m 600 100 90 180 -jpg -m 900 -20 9999 400 -l 3"), g.words()});
     const Finished run = RunIn(folder, program, words);
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
     ExpectAsPredicted(folder, run, predicted);
     EXPECT_EQ(FilesIn(folder), (Words{"detected.jpg", "hough.bmp", "img1.bmp", "img2.bmp", "img3.bmp",
@@ -316,7 +316,7 @@ TEST(Program, UnequalPeriodsOnFrameFiles)
     g.R3 = "5";
     const Words words = Join({Split("-p1 1 -l 4 -p2 3 -s"), g.words()});
     const Finished run = RunIn(folder, program, words);
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
     ExpectAsPredicted(folder, run, predicted);
 }
@@ -336,7 +336,7 @@ TEST(Program, RepeatedOptionsAndWordsBehindThePositionalOnes)
     const Words words = Join({Split("-p1 3 -n 9 -jpg -p2 7 -m 5 5 20 20 -l 3 -p1 7 -l 2"), g.words(),
                               Split("-s -m 0 0 1280 960 99")});
     const Finished run = RunIn(folder, program, words);
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
     EXPECT_EQ(predicted.detection.oroi[2], 600);
     ExpectAsPredicted(folder, run, predicted);
@@ -356,7 +356,7 @@ TEST(Program, RegionOutOfRangeIsNoErrorOfTheProgram)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... completed\nRESULT=-4\n");
     EXPECT_EQ(run.err, "Error 4: Calculated <oroi> is out of range, f_cx = 0, f_cy = 0\n");
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     ExpectAsPredicted(folder, run, predicted);
     EXPECT_TRUE(Same(predicted.detected, frames[0])); // written without marks
     EXPECT_EQ(FilesIn(folder),
@@ -408,7 +408,7 @@ TEST(Program, CentreRowMayEqualTheHeight)
     const Finished run = RunIn(folder, program, words);
     EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... "
                        "completed\nRESULT=0\nOROI=[250,0,600,250,1]\n");
-    ExpectAsPredicted(folder, run, reference::predictRun(words, frames));
+    ExpectAsPredicted(folder, run, reference::PredictRun(words, frames));
 }
 
 // ---------------------------------------------------------------------------------- fail-stops of a run
@@ -422,11 +422,11 @@ TEST(Program, EmptyMaskStopsTheProgramForGood)
          {std::string("-m 10 10 0 5"), std::string("-m 10 10 5 5 -m 10 10 5 0"),
           std::string("-m 10 10 5 5 -m 2000 0 0 0 -m 10 10 -3 5"), std::string("-m 9 9 x y")}) {
         const Words words = Join({Split("-l 1 " + masks), RefusedGeometry().words()});
-        const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.path());
+        const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.Path());
         EXPECT_TRUE(stop.halted) << stop.state;
         EXPECT_EQ(stop.out, "Loading images ...\n ... completed\n") << masks;
         EXPECT_EQ(stop.err, ErrorLine("RNG: Invalid range selection") + "\n") << masks;
-        EXPECT_TRUE(reference::predictRun(words, FirstPictures(1)).halts) << masks;
+        EXPECT_TRUE(reference::PredictRun(words, FirstPictures(1)).halts) << masks;
     }
     EXPECT_EQ(FilesIn(folder), Words{"img1.bmp"});
 }
@@ -441,7 +441,7 @@ TEST(Program, BackgroundOfNoPixelsStopsTheProgramForGood)
     g.cx = "-5";
     g.cy = "-5";
     g.bkgCorr = "-50";
-    const FailStop stop = RunProgramUntilHalt(Join({{program}, Split("-l 1 -s"), g.words()}), folder.path(),
+    const FailStop stop = RunProgramUntilHalt(Join({{program}, Split("-l 1 -s"), g.words()}), folder.Path(),
                                               std::chrono::seconds(100));
     EXPECT_TRUE(stop.halted) << stop.state;
     EXPECT_EQ(stop.out, "Loading images ...\n ... completed\nDetection ...\n");
@@ -458,14 +458,14 @@ TEST(Program, RingSearchOnCameraFramesSavedAsBmp)
     const Words words = Join({Split("-n 2 -s"), Geometry().words()});
     Finished run = RunIn(folder, program, words);
     run.err = WithoutTheCamerasLine(run.err);
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
     ExpectAsPredicted(folder, run, predicted);
     const std::string begin =
         "Grabbing images ...\n-10 -9 -8 -7 -6 -5 -4 -3 -2 -1 0 1 \n ... completed\nDetection ...\n";
     EXPECT_EQ(run.out.substr(0, begin.size()), begin);
     for (std::size_t i = 0; i < 2; i++)
-        EXPECT_TRUE(HasFile(folder, FrameName(i), reference::bmpByte(frames[i])));
+        EXPECT_TRUE(HasFile(folder, FrameName(i), reference::BmpByte(frames[i])));
     EXPECT_EQ(FilesIn(folder),
               (Words{"detected.jpg", "img1.bmp", "img2.bmp", "u_sum_sh.bmp", "v_sum_sh.bmp"}));
 }
@@ -480,9 +480,9 @@ TEST(Program, VotesOnCameraFramesSavedAsJpeg)
     const Words words = Join({Split("-jpg -p1 2 -m 0 0 300 300 -s -n 3"), g.words()});
     Finished run = RunIn(folder, program, words);
     run.err = WithoutTheCamerasLine(run.err);
-    ExpectAsPredicted(folder, run, reference::predictRun(words, frames));
+    ExpectAsPredicted(folder, run, reference::PredictRun(words, frames));
     for (std::size_t i = 0; i < 3; i++)
-        EXPECT_TRUE(HasFile(folder, FrameName(i, ".jpg"), reference::jpegGrey(frames[i], 85)));
+        EXPECT_TRUE(HasFile(folder, FrameName(i, ".jpg"), reference::JpegGrey(frames[i], 85)));
     EXPECT_EQ(FilesIn(folder), (Words{"detected.jpg", "hough.bmp", "img1.jpg", "img2.jpg", "img3.jpg",
                                       "u_sum_sh.bmp", "v_sum_sh.bmp"}));
 }

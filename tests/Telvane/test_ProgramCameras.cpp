@@ -49,7 +49,7 @@ TEST(ProgramCameras, CameraThatDoesNotOpenEndsTheRun)
         EXPECT_EQ(run.err, "Could not open the camera\n") << options;
         reference::Circumstances circumstances;
         circumstances.cameraOpens = false;
-        const reference::Run predicted = reference::predictRun(words, {}, circumstances);
+        const reference::Run predicted = reference::PredictRun(words, {}, circumstances);
         EXPECT_EQ(predicted.status, run.status);
         EXPECT_EQ(predicted.out, run.out);
         EXPECT_EQ(predicted.err, run.err);
@@ -137,9 +137,9 @@ TEST(ProgramCameras, GrabbedFramesAreSavedAsTheyAre)
     const Finished run =
         RunIn(folder, filmCamera, Join({Split("-n 3 -s -p2 3 -m 0 0 600 600"), RefusedGeometry().words()}));
     EXPECT_EQ(run.out, GrabbedOutput(3));
-    EXPECT_TRUE(HasFile(folder, "img1.bmp", reference::bmpByte(FilmFrame(11))));
-    EXPECT_TRUE(HasFile(folder, "img2.bmp", reference::bmpByte(FilmFrame(12))));
-    EXPECT_TRUE(HasFile(folder, "img3.bmp", reference::bmpByte(FilmFrame(15))));
+    EXPECT_TRUE(HasFile(folder, "img1.bmp", reference::BmpByte(FilmFrame(11))));
+    EXPECT_TRUE(HasFile(folder, "img2.bmp", reference::BmpByte(FilmFrame(12))));
+    EXPECT_TRUE(HasFile(folder, "img3.bmp", reference::BmpByte(FilmFrame(15))));
     EXPECT_EQ(FilesIn(folder), (Words{filmLog, "img1.bmp", "img2.bmp", "img3.bmp"}));
 }
 
@@ -151,8 +151,8 @@ TEST(ProgramCameras, GrabbedFramesAreSavedAsJpegOverOlderOnes)
     folder.Write("img3.jpg", "of a longer run");
     const Finished run = RunIn(folder, filmCamera, Join({Split("-jpg -n 2 -s"), RefusedGeometry().words()}));
     EXPECT_EQ(run.out, GrabbedOutput(2));
-    EXPECT_TRUE(HasFile(folder, "img1.jpg", reference::jpegGrey(FilmFrame(11), 85)));
-    EXPECT_TRUE(HasFile(folder, "img2.jpg", reference::jpegGrey(FilmFrame(12), 85)));
+    EXPECT_TRUE(HasFile(folder, "img1.jpg", reference::JpegGrey(FilmFrame(11), 85)));
+    EXPECT_TRUE(HasFile(folder, "img2.jpg", reference::JpegGrey(FilmFrame(12), 85)));
     EXPECT_EQ(folder.Read("img1.bmp"), "of an earlier run");
     EXPECT_EQ(folder.Read("img3.jpg"), "of a longer run");
     EXPECT_EQ(FilesIn(folder), (Words{filmLog, "img1.bmp", "img1.jpg", "img2.jpg", "img3.jpg"}));
@@ -166,7 +166,7 @@ TEST(ProgramCameras, FiftiethFrameIsSavedUnderItsNumber)
     EXPECT_EQ(FilesIn(folder).size(), 51u);
     for (const int i : {9, 10, 50})
         EXPECT_TRUE(
-            HasFile(folder, "img" + std::to_string(i) + ".bmp", reference::bmpByte(FilmFrame(10 + i))));
+            HasFile(folder, "img" + std::to_string(i) + ".bmp", reference::BmpByte(FilmFrame(10 + i))));
 }
 
 TEST(ProgramCameras, CameraIsOpenedAndLeftAloneWhenFramesComeFromFiles)
@@ -190,7 +190,7 @@ TEST(ProgramCameras, NoiseFromTheCameraGivesThePredictedPictures)
     const Words words = Join({Split("-n 3 -s -p2 2"), g.words()});
     const Finished run = RunIn(folder, filmCamera, words);
     const std::vector<BytePicture> frames = {FilmFrame(11), FilmFrame(12), FilmFrame(14)};
-    const reference::Run predicted = reference::predictRun(words, frames);
+    const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, predicted.out);

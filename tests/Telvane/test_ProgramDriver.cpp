@@ -102,7 +102,7 @@ TEST_F(ProgramDriver, PositionalNumbersAreThoseOfTheReference)
         ASSERT_EQ(line.size(), 16u);
         const Words words = Join({Split("-n 1"), line});
         std::string expected = "params";
-        for (const float value : reference::parseCommandLine(words).params) {
+        for (const float value : reference::ParseCommandLine(words).params) {
             char text[40];
             std::snprintf(text, sizeof text, " %.9g", static_cast<double>(value));
             expected += text;
@@ -181,9 +181,9 @@ TEST_F(ProgramDriver, PicturesAreWrittenWhateverTheResult)
             Run(Join({Split(save ? "-n 1 -s -jpg" : "-n 1 -jpg"), numbered}),
                 std::string(result) + " 1 2 3 4 5  20 11  5 4  7 1  1 9  6 6  8 8");
             EXPECT_TRUE(
-                HasFile(folder, "detected.jpg", reference::jpegGrey(Answer<std::uint8_t>(20, 11), 85)));
+                HasFile(folder, "detected.jpg", reference::JpegGrey(Answer<std::uint8_t>(20, 11), 85)));
             const auto bmp = [save](int w, int h) {
-                return save ? reference::bmpShort(Answer<std::int16_t>(w, h)) : reference::Bytes();
+                return save ? reference::BmpShort(Answer<std::int16_t>(w, h)) : reference::Bytes();
             };
             EXPECT_TRUE(HasFile(folder, "hough.bmp", bmp(5, 4)));
             EXPECT_TRUE(HasFile(folder, "u_sum_sh.bmp", bmp(7, 1)));
@@ -209,9 +209,9 @@ TEST_F(ProgramDriver, PicturesWithoutRowsOrColumnsAreNotWritten)
     // Each by itself.
     Run(Join({Split("-n 1 -s"), numbered}), "0 1 2 3 4 5  0 0  2 2  0 3  2 2  0 0  0 0");
     EXPECT_EQ(folder.Read("detected.jpg"), "of an earlier run");
-    EXPECT_TRUE(HasFile(folder, "hough.bmp", reference::bmpShort(Answer<std::int16_t>(2, 2))));
+    EXPECT_TRUE(HasFile(folder, "hough.bmp", reference::BmpShort(Answer<std::int16_t>(2, 2))));
     EXPECT_EQ(folder.Read("u_sum_sh.bmp"), "of an earlier run");
-    EXPECT_TRUE(HasFile(folder, "v_sum_sh.bmp", reference::bmpShort(Answer<std::int16_t>(2, 2))));
+    EXPECT_TRUE(HasFile(folder, "v_sum_sh.bmp", reference::BmpShort(Answer<std::int16_t>(2, 2))));
 }
 
 } // namespace

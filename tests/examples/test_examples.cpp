@@ -38,7 +38,7 @@ struct Bitmap {
             Bytes plane(w, h);
             for (int y = 0; y < h; y++)
                 for (int x = 0; x < w; x++)
-                    plane.at(x, h - 1 - y) = static_cast<std::uint8_t>(
+                    plane.At(x, h - 1 - y) = static_cast<std::uint8_t>(
                         number(static_cast<std::size_t>(start + y * length + x * channels + c), 1));
             planes.push_back(plane);
         }
@@ -78,24 +78,24 @@ void ExpectFiltered(const TemporaryFolder& folder, const Bytes& picture)
     const int half = w / 2;
     Bytes right(w - half, h), wanted = picture;
     for (int y = 0; y < h; y++)
-        for (int x = 0; x < right.w; x++) right.at(x, y) = picture.at(half + x, y);
-    const Shorts soft = reference::fastFilter(right, 4, 4);
+        for (int x = 0; x < right.w; x++) right.At(x, y) = picture.At(half + x, y);
+    const Shorts soft = reference::FastFilter(right, 4, 4);
     for (int y = 0; y < soft.h; y++)
         for (int x = 0; x < soft.w; x++)
-            wanted.at(half + x + 2, y + 2) = static_cast<std::uint8_t>(soft.at(x, y));
+            wanted.At(half + x + 2, y + 2) = static_cast<std::uint8_t>(soft.At(x, y));
     EXPECT_TRUE(Same(GreyOf(folder, "smoothed.bmp"), wanted));
 
     Bytes edges(w - 1, h);
     for (int y = 0; y < h; y++)
         for (int x = 0; x < w - 1; x++)
-            edges.at(x, y) = static_cast<std::uint8_t>((picture.at(x + 1, y) - picture.at(x, y)) / 2 + 128);
+            edges.At(x, y) = static_cast<std::uint8_t>((picture.At(x + 1, y) - picture.At(x, y)) / 2 + 128);
     EXPECT_TRUE(Same(GreyOf(folder, "edges.bmp"), edges));
 
     Bytes small((w + 1) / 2, (h + 1) / 2), mirrored(w, h);
     for (int y = 0; y < small.h; y++)
-        for (int x = 0; x < small.w; x++) small.at(x, y) = wanted.at(2 * x, 2 * y);
+        for (int x = 0; x < small.w; x++) small.At(x, y) = wanted.At(2 * x, 2 * y);
     for (int y = 0; y < h; y++)
-        for (int x = 0; x < w; x++) mirrored.at(x, y) = wanted.at(w - 1 - x, y);
+        for (int x = 0; x < w; x++) mirrored.At(x, y) = wanted.At(w - 1 - x, y);
     EXPECT_TRUE(Same(GreyOf(folder, "small.bmp"), small));
     EXPECT_TRUE(Same(GreyOf(folder, "mirrored.bmp"), mirrored));
 }
@@ -103,15 +103,15 @@ void ExpectFiltered(const TemporaryFolder& folder, const Bytes& picture)
 TEST(filter_views, FiltersThePictureThatItDraws)
 {
     TemporaryFolder folder;
-    const Finished run = ::Run({FILTER_VIEWS}, folder.path());
+    const Finished run = ::Run({FILTER_VIEWS}, folder.Path());
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     EXPECT_NE(run.out.find("smoothed.bmp   320 x 240\n"), std::string::npos) << run.out;
     const Bytes picture = GreyOf(folder, "picture.bmp");
     ASSERT_EQ(picture.w, 320);
     ASSERT_EQ(picture.h, 240);
-    EXPECT_EQ(picture.at(160, 120), 220);
-    EXPECT_EQ(picture.at(160 + 30, 120), 40);
+    EXPECT_EQ(picture.At(160, 120), 220);
+    EXPECT_EQ(picture.At(160 + 30, 120), 40);
     ExpectFiltered(folder, picture);
 }
 
@@ -122,7 +122,7 @@ TEST(filter_views, FiltersAPictureOfOurs)
         TemporaryFolder folder;
         const Bytes picture = Noise<std::uint8_t>(random, w, h);
         WriteGrey(folder, "mine.bmp", picture);
-        const Finished run = ::Run({FILTER_VIEWS, "mine.bmp"}, folder.path());
+        const Finished run = ::Run({FILTER_VIEWS, "mine.bmp"}, folder.Path());
         ASSERT_EQ(run.status, 0) << run.err;
         ExpectFiltered(folder, picture);
     }
@@ -134,7 +134,7 @@ TEST(filter_views, RefusesWhatItCannotFilter)
     folder.Write("text.bmp", "no picture");
     WriteGrey(folder, "small.bmp", Bytes(15, 16));
     for (const char* const name : {"none.bmp", "text.bmp", "small.bmp"}) {
-        ExpectRefusal(::Run({FILTER_VIEWS, name}, folder.path()));
+        ExpectRefusal(::Run({FILTER_VIEWS, name}, folder.Path()));
         EXPECT_FALSE(folder.Has("picture.bmp")) << name;
     }
 }
@@ -147,7 +147,7 @@ std::vector<double> Sums(const Bitmap& bitmap, int x1, int y1, int x2, int y2)
     std::vector<double> sums(3);
     for (std::size_t c = 0; c < 3; c++)
         for (int y = y1; y <= y2; y++)
-            for (int x = x1; x <= x2; x++) sums[c] += bitmap.planes.at(c).at(x, y);
+            for (int x = x1; x <= x2; x++) sums[c] += bitmap.planes.at(c).At(x, y);
     return sums;
 }
 
@@ -168,7 +168,7 @@ double Turn(double a, double b) { return std::abs(std::remainder(a - b, 360)); }
 TEST(flow_colours, AWheelThatTurnsClockwiseShowsEveryDirectionInItsPlace)
 {
     TemporaryFolder folder;
-    const Finished run = ::Run({FLOW_COLOURS}, folder.path());
+    const Finished run = ::Run({FLOW_COLOURS}, folder.Path());
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "flow.bmp 221 x 181\n");
     EXPECT_EQ(run.err, "");
@@ -196,7 +196,7 @@ Bytes Pattern(double dx, double dy)
     Bytes picture(95, 80);
     for (int y = 0; y < picture.h; y++)
         for (int x = 0; x < picture.w; x++)
-            picture.at(x, y) = static_cast<std::uint8_t>(
+            picture.At(x, y) = static_cast<std::uint8_t>(
                 std::lround(128 + 50 * std::cos((x - dx) / 2) + 50 * std::cos((y - dy) / 2)));
     return picture;
 }
@@ -207,7 +207,7 @@ TEST(flow_colours, FramesOfOursThatMoveInOneDirectionAreOfOneColour)
         TemporaryFolder folder;
         WriteGrey(folder, "a.bmp", Pattern(0, 0));
         WriteGrey(folder, "b.bmp", Pattern(dx, dy));
-        const Finished run = ::Run({FLOW_COLOURS, "a.bmp", "b.bmp"}, folder.path());
+        const Finished run = ::Run({FLOW_COLOURS, "a.bmp", "b.bmp"}, folder.Path());
         ASSERT_EQ(run.status, 0) << run.err;
         EXPECT_EQ(run.out, "flow.bmp 76 x 61\n");
         const Bitmap flow(folder.Read("flow.bmp"));
@@ -224,7 +224,7 @@ TEST(flow_colours, WithoutMotionAllIsBlack)
 {
     TemporaryFolder folder;
     WriteGrey(folder, "a.bmp", Pattern(0, 0));
-    const Finished run = ::Run({FLOW_COLOURS, "a.bmp", "a.bmp"}, folder.path());
+    const Finished run = ::Run({FLOW_COLOURS, "a.bmp", "a.bmp"}, folder.Path());
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "nothing moves\nflow.bmp 76 x 61\n");
     const Bitmap flow(folder.Read("flow.bmp"));
@@ -245,7 +245,7 @@ TEST(flow_colours, RefusesWhatIsNoPairOfFrames)
                                                {"a.bmp", "a.bmp", "a.bmp"}}) {
         std::vector<std::string> argv = {FLOW_COLOURS};
         argv.insert(argv.end(), files.begin(), files.end());
-        ExpectRefusal(::Run(argv, folder.path()));
+        ExpectRefusal(::Run(argv, folder.Path()));
         EXPECT_FALSE(folder.Has("flow.bmp"));
     }
 }
@@ -256,22 +256,22 @@ TEST(flow_colours, RefusesWhatIsNoPairOfFrames)
 Bytes Marked(Bytes picture)
 {
     const int right = picture.w - 1, bottom = picture.h - 1, cx = right / 2, cy = bottom / 2;
-    for (int x = 4; x <= right - 4; x++) picture.at(x, 4) = picture.at(x, bottom - 4) = 255;
-    for (int y = 4; y <= bottom - 4; y++) picture.at(4, y) = picture.at(right - 4, y) = 255;
-    for (int x = 0; x <= right; x++) picture.at(x, cy - 20) = 200;
+    for (int x = 4; x <= right - 4; x++) picture.At(x, 4) = picture.At(x, bottom - 4) = 255;
+    for (int y = 4; y <= bottom - 4; y++) picture.At(4, y) = picture.At(right - 4, y) = 255;
+    for (int x = 0; x <= right; x++) picture.At(x, cy - 20) = 200;
     for (int i = -3; i <= 3; i++) {
-        picture.at(cx + i, cy) = picture.at(cx, cy + i) = 255;
-        picture.at(cx - 12 + i, cy + i) = picture.at(cx - 12 + i, cy - i) = 255;
+        picture.At(cx + i, cy) = picture.At(cx, cy + i) = 255;
+        picture.At(cx - 12 + i, cy + i) = picture.At(cx - 12 + i, cy - i) = 255;
     }
     for (int y = -3; y <= 3; y++) {
         for (int x = -3; x <= 3; x++) {
             const int square = x * x + y * y;
-            if (square >= 8 && square <= 10) picture.at(cx + 12 + x, cy + y) = 255; // a ring of radius 3
+            if (square >= 8 && square <= 10) picture.At(cx + 12 + x, cy + y) = 255; // a ring of radius 3
         }
     }
-    picture.at(0, 0) = 255;
+    picture.At(0, 0) = 255;
     for (int y = 0; y < 16; y++)
-        for (int x = 0; x < 16; x++) picture.at(8 + x, 8 + y) = x == y || x + y == 15 ? 0 : 200;
+        for (int x = 0; x < 16; x++) picture.At(8 + x, 8 + y) = x == y || x + y == 15 ? 0 : 200;
     return picture;
 }
 
@@ -288,7 +288,7 @@ void ExpectMarked(const TemporaryFolder& folder, const Bytes& before)
 TEST(draw_marks, MarksThePictureThatItMakes)
 {
     TemporaryFolder folder;
-    const Finished run = ::Run({DRAW_MARKS}, folder.path());
+    const Finished run = ::Run({DRAW_MARKS}, folder.Path());
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "marked.bmp and marked.tif, 200 x 150\n");
     EXPECT_EQ(run.err, "");
@@ -302,7 +302,7 @@ TEST(draw_marks, MarksAPictureOfOurs)
         TemporaryFolder folder;
         const Bytes picture = Noise<std::uint8_t>(random, w, h);
         WriteGrey(folder, "mine.bmp", picture);
-        const Finished run = ::Run({DRAW_MARKS, "mine.bmp"}, folder.path());
+        const Finished run = ::Run({DRAW_MARKS, "mine.bmp"}, folder.Path());
         ASSERT_EQ(run.status, 0) << run.err;
         ExpectMarked(folder, picture);
     }
@@ -313,7 +313,7 @@ TEST(draw_marks, RefusesWhatItCannotMark)
     TemporaryFolder folder;
     WriteGrey(folder, "small.bmp", Bytes(63, 64));
     for (const char* const name : {"none.bmp", "small.bmp"}) {
-        ExpectRefusal(::Run({DRAW_MARKS, name}, folder.path()));
+        ExpectRefusal(::Run({DRAW_MARKS, name}, folder.Path()));
         EXPECT_FALSE(folder.Has("marked.bmp")) << name;
     }
 }

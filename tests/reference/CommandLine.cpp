@@ -7,9 +7,9 @@
 
 namespace reference {
 
-std::int32_t number(const std::string& word) { return low32(std::strtoll(word.c_str(), nullptr, 10)); }
+std::int32_t Number(const std::string& word) { return Low32(std::strtoll(word.c_str(), nullptr, 10)); }
 
-CommandLine parseCommandLine(const std::vector<std::string>& words)
+CommandLine ParseCommandLine(const std::vector<std::string>& words)
 {
     CommandLine line;
     CommandLine refused;
@@ -23,14 +23,14 @@ CommandLine parseCommandLine(const std::vector<std::string>& words)
             left -= 2;
             if (left < 0) return refused;
             line.loadImages = word == "-l";
-            line.imagesCount = number(words[at + 1]);
+            line.imagesCount = Number(words[at + 1]);
             if (line.imagesCount < 1 || line.imagesCount > 50) return refused;
             at += 2;
         } else if (word == "-p1" || word == "-p2") {
             left -= 2;
             if (left < 0) return refused;
             int& period = word == "-p1" ? line.period1 : line.period2;
-            period = number(words[at + 1]);
+            period = Number(words[at + 1]);
             if (period < 1 || period > 50) return refused;
             at += 2;
         } else if (word == "-s") {
@@ -45,8 +45,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& words)
             left -= 5;
             if (left < 0) return refused;
             if (line.masks.size() == 3) return refused;
-            line.masks.push_back({number(words[at + 1]), number(words[at + 2]), number(words[at + 3]),
-                                  number(words[at + 4]), 1});
+            line.masks.push_back({Number(words[at + 1]), Number(words[at + 2]), Number(words[at + 3]),
+                                  Number(words[at + 4]), 1});
             at += 5;
         } else {
             break;
@@ -54,7 +54,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& words)
     }
     if (left < 16) return refused;
 
-    const auto positional = [&](std::size_t i) { return static_cast<float>(number(words[at + i])); };
+    const auto positional = [&](std::size_t i) { return static_cast<float>(Number(words[at + i])); };
     const float fullAngle = positional(9);
     const float nrTeeth = positional(10);
     line.params = std::vector<float>(14);
@@ -84,7 +84,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& words)
     return line;
 }
 
-std::string usageText()
+std::string UsageText()
 {
     return "Usage:\n"
            "Telvane -n|-l <count> [-s] [-jpg] [-p1 <p1>] [-p2 <p2>]...\n"
@@ -93,20 +93,20 @@ std::string usageText()
            "    ... <teethCnt> <angSpd(-ccw/+cw)> <initSpd> <minMvmt> <maxFwdMvmt> <bkgCorr>\n";
 }
 
-std::string failStopLine(const std::string& message)
+std::string FailStopLine(const std::string& message)
 {
     return "01/01 00:00:00.000 > -999 Err1 in: " + message + "\n";
 }
 
 namespace {
 
-void runTo(Run& run, const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
+void RunTo(Run& run, const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
            const Circumstances& circumstances)
 {
     const int width = 1280, height = 960;
-    const CommandLine line = parseCommandLine(words);
+    const CommandLine line = ParseCommandLine(words);
     if (line.usage) {
-        run.err += usageText();
+        run.err += UsageText();
         run.status = 1;
         return;
     }
@@ -129,23 +129,23 @@ void runTo(Run& run, const std::vector<std::string>& words, const std::vector<Pi
             if (frame.w != width || frame.h != height)
                 throw FailStop(
                     "Resize_ubyte: Object cannot be resized, data are referenced by another object");
-            seq.setFrame(i, frame);
+            seq.SetFrame(i, frame);
         }
     } else {
         run.out += "Grabbing images ...\n";
         for (int imgNr = -10; imgNr < line.imagesCount; ++imgNr) run.out += std::to_string(imgNr) + " ";
         run.out += "\n";
-        for (int i = 0; i < line.imagesCount; ++i) seq.setFrame(i, frames.at(static_cast<std::size_t>(i)));
+        for (int i = 0; i < line.imagesCount; ++i) seq.SetFrame(i, frames.at(static_cast<std::size_t>(i)));
     }
     run.out += " ... completed\n";
 
     const std::vector<std::int32_t> iroi = {0, 0, width, height, 1};
-    mask(seq, {0, 0, width, height, 1}, line.masks);
+    Mask(seq, {0, 0, width, height, 1}, line.masks);
 
     run.out += "Detection ...\n";
     const std::vector<std::int32_t> oroi(5);
     run.detection =
-        detect(1, seq, line.usePeriods, line.periods, iroi, line.params, oroi, {}, circumstances.sum);
+        Detect(1, seq, line.usePeriods, line.periods, iroi, line.params, oroi, {}, circumstances.sum);
     const Detection& d = run.detection;
     run.err += d.err;
     run.out += " ... completed\n";
@@ -160,23 +160,23 @@ void runTo(Run& run, const std::vector<std::string>& words, const std::vector<Pi
     }
     run.detected = d.detected;
     if (line.saveImages) {
-        run.hough = bmpShort(d.hough);
-        run.uSum = bmpShort(d.uSumSh);
-        run.vSum = bmpShort(d.vSumSh);
+        run.hough = BmpShort(d.hough);
+        run.uSum = BmpShort(d.uSumSh);
+        run.vSum = BmpShort(d.vSumSh);
     }
     run.status = 0;
 }
 
 } // namespace
 
-Run predictRun(const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
+Run PredictRun(const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
                const Circumstances& circumstances)
 {
     Run run;
     try {
-        runTo(run, words, frames, circumstances);
+        RunTo(run, words, frames, circumstances);
     } catch (const FailStop& stop) {
-        run.err += failStopLine(stop.what());
+        run.err += FailStopLine(stop.what());
         run.status = -1;
         run.halts = true;
     }

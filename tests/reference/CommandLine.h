@@ -10,7 +10,7 @@
 namespace reference {
 
 /// Blanks, a sign, digits; the low 32 bits of the 64-bit number. Anything else is 0.
-std::int32_t number(const std::string& word);
+std::int32_t Number(const std::string& word);
 
 struct CommandLine {
     bool usage = false; ///< refused; the other fields then mean nothing
@@ -24,12 +24,12 @@ struct CommandLine {
 };
 
 /// The words after the program's name.
-CommandLine parseCommandLine(const std::vector<std::string>& words);
+CommandLine ParseCommandLine(const std::vector<std::string>& words);
 
-std::string usageText();
+std::string UsageText();
 
 /// The line of a fail-stop outside every traced routine.
-std::string failStopLine(const std::string& message);
+std::string FailStopLine(const std::string& message);
 
 struct Run {
     std::string out, err;
@@ -42,13 +42,13 @@ struct Run {
 
 struct Circumstances {
     bool cameraOpens = true;
-    SumPattern sum = sumPatternByRuns;
+    PatternSum sum = SumPatternByRuns;
 };
 
 /// The frames are those that load one after the other: with fewer than the command line asks for, the next
 /// one is missing. In camera mode they are the grey frames that the camera run keeps, and there are enough of
 /// them.
-Run predictRun(const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
+Run PredictRun(const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
                const Circumstances& circumstances = {});
 
 } // namespace reference

@@ -12,18 +12,18 @@ namespace reference {
 
 namespace {
 
-void blank(Sequence& seq, std::int64_t x0, std::int64_t x1, std::int64_t y0, std::int64_t y1)
+void Blank(Sequence& seq, std::int64_t x0, std::int64_t x1, std::int64_t y0, std::int64_t y1)
 {
-    needRange(x0, x1);
-    needRange(y0, y1);
+    NeedRange(x0, x1);
+    NeedRange(y0, y1);
     for (int t = 0; t < seq.n; ++t)
         for (std::int64_t y = y0; y <= y1; ++y)
-            for (std::int64_t x = x0; x <= x1; ++x) seq.at(static_cast<int>(x), static_cast<int>(y), t) = 0;
+            for (std::int64_t x = x0; x <= x1; ++x) seq.At(static_cast<int>(x), static_cast<int>(y), t) = 0;
 }
 
 } // namespace
 
-int mask(Sequence& seq, const Region& iroi, const std::vector<Region>& rectangles)
+int Mask(Sequence& seq, const Region& iroi, const std::vector<Region>& rectangles)
 {
     for (const Region& oroi : rectangles) {
         std::int64_t l = std::int64_t{oroi[0]} - iroi[0];
@@ -43,66 +43,66 @@ int mask(Sequence& seq, const Region& iroi, const std::vector<Region>& rectangle
         const std::int64_t dtb = (2 * (b - t + 1)) / 7;
         const std::int64_t d = std::min(dlr, dtb);
         const std::int64_t rc = r - d, lc = l + d, bc = b - d, tc = t + d;
-        blank(seq, l, r, tc, bc);
+        Blank(seq, l, r, tc, bc);
         if (d < 1) continue;
-        blank(seq, lc, rc, t, tc - 1);
-        blank(seq, lc, rc, bc + 1, b);
+        Blank(seq, lc, rc, t, tc - 1);
+        Blank(seq, lc, rc, bc + 1, b);
         for (std::int64_t i = 1; i <= d - 1; ++i) {
             for (std::int64_t j = d - i; j <= d - 1; ++j) {
-                blank(seq, l + i, l + i, t + j, t + j);
-                blank(seq, r - i, r - i, t + j, t + j);
-                blank(seq, r - i, r - i, b - j, b - j);
-                blank(seq, l + i, l + i, b - j, b - j);
+                Blank(seq, l + i, l + i, t + j, t + j);
+                Blank(seq, r - i, r - i, t + j, t + j);
+                Blank(seq, r - i, r - i, b - j, b - j);
+                Blank(seq, l + i, l + i, b - j, b - j);
             }
         }
     }
     return 0;
 }
 
-int rankOf(int frames, std::int64_t percentile)
+int RankOf(int frames, std::int64_t percentile)
 {
     const std::int64_t k = frames * percentile / 100;
     return static_cast<int>(std::clamp(k, std::int64_t{0}, std::int64_t{frames} - 1));
 }
 
-Picture<std::uint8_t> background(const Sequence& seq, std::int64_t percentile)
+Picture<std::uint8_t> Background(const Sequence& seq, std::int64_t percentile)
 {
     Picture<std::uint8_t> out(seq.w, seq.h);
-    const int k = rankOf(seq.n, percentile);
+    const int k = RankOf(seq.n, percentile);
     for (int row = 0; row < seq.h; ++row) {
         for (int col = 0; col < seq.w; ++col) {
             std::vector<std::uint8_t> values;
-            for (int t = 0; t < seq.n; ++t) values.push_back(seq.at(col, row, t));
+            for (int t = 0; t < seq.n; ++t) values.push_back(seq.At(col, row, t));
             std::sort(values.begin(), values.end());
-            out.at(col, row) = values[static_cast<std::size_t>(k)];
+            out.At(col, row) = values[static_cast<std::size_t>(k)];
         }
     }
     return out;
 }
 
-Picture<std::int16_t> background(const std::vector<Picture<std::int16_t>>& seq, std::int64_t percentile)
+Picture<std::int16_t> Background(const std::vector<Picture<std::int16_t>>& seq, std::int64_t percentile)
 {
     Picture<std::int16_t> out(seq.front().w, seq.front().h);
-    const int k = rankOf(static_cast<int>(seq.size()), percentile);
+    const int k = RankOf(static_cast<int>(seq.size()), percentile);
     for (int row = 0; row < out.h; ++row) {
         for (int col = 0; col < out.w; ++col) {
             std::vector<std::int16_t> values;
-            for (const Picture<std::int16_t>& frame : seq) values.push_back(frame.at(col, row));
+            for (const Picture<std::int16_t>& frame : seq) values.push_back(frame.At(col, row));
             std::sort(values.begin(), values.end());
-            out.at(col, row) = values[static_cast<std::size_t>(k)];
+            out.At(col, row) = values[static_cast<std::size_t>(k)];
         }
     }
     return out;
 }
 
-void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& iroi,
+void Overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& iroi,
              const std::vector<float>& params)
 {
     // 64 bits, since an extreme geometry puts corners near the ends of 32.
     using Int = std::int64_t;
     const auto toggle = [&](Int x, Int y) {
-        if (detected.inside(x, y)) {
-            std::uint8_t& pixel = detected.at(static_cast<int>(x), static_cast<int>(y));
+        if (detected.Inside(x, y)) {
+            std::uint8_t& pixel = detected.At(static_cast<int>(x), static_cast<int>(y));
             pixel = pixel ^ 128;
         }
     };
@@ -111,8 +111,8 @@ void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& 
     const Int t = Int{oroi[1]} - iroi[1];
     const Int r = Int{oroi[2]} + l - 1;
     const Int b = Int{oroi[3]} + t - 1;
-    const Int cx = toInt(std::rint(static_cast<float>(l) + params[2]));
-    const Int cy = toInt(std::rint(static_cast<float>(t) + params[3]));
+    const Int cx = ToInt(std::rint(static_cast<float>(l) + params[2]));
+    const Int cy = ToInt(std::rint(static_cast<float>(t) + params[3]));
 
     // Frame.
     for (const Int y : {t, t + 1, t + 2, b - 2, b - 1, b})
@@ -130,10 +130,10 @@ void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& 
     for (const float R : {params[6], params[7]}) {
         const double octant = static_cast<double>(R) / std::sqrt(2.0);
         if (octant >= std::max(detected.w, detected.h)) continue;
-        const Int r_divsqrt2 = toInt(std::floor(octant));
+        const Int r_divsqrt2 = ToInt(std::floor(octant));
         const float RR = R * R;
         for (Int k = 0; k <= r_divsqrt2; ++k) {
-            const Int m = toInt(std::rint(std::sqrt(static_cast<double>(RR) - static_cast<double>(k * k))));
+            const Int m = ToInt(std::rint(std::sqrt(static_cast<double>(RR) - static_cast<double>(k * k))));
             if (cx + k < r && cy + m < b) toggle(cx + k, cy + m);
             if (cx + k < r && t < cy - m) toggle(cx + k, cy - m);
             if (cx + m < r && cy + k < b) toggle(cx + m, cy + k);
@@ -160,8 +160,8 @@ void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& 
             c1 = c1 / m;
             c2 = c2 / m;
             for (Int k = 1; k <= kmax - 1; ++k) {
-                const Int x = toInt(std::rint(static_cast<float>(k) * c1)) + cx;
-                const Int y = toInt(std::rint(static_cast<float>(k) * c2)) + cy;
+                const Int x = ToInt(std::rint(static_cast<float>(k) * c1)) + cx;
+                const Int y = ToInt(std::rint(static_cast<float>(k) * c2)) + cy;
                 if (x <= l || x >= r || y <= t || y >= b) break;
                 toggle(x, y);
             }
@@ -191,9 +191,9 @@ void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& 
     }
 }
 
-Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vector<std::int32_t>& periods,
+Detection Detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vector<std::int32_t>& periods,
                  const std::vector<std::int32_t>& iroi, const std::vector<float>& params,
-                 const std::vector<std::int32_t>& oroi, const TestQ& testq, SumPattern sum)
+                 const std::vector<std::int32_t>& oroi, const TestQ& testq, PatternSum sum)
 {
     Detection d;
     d.oroi = oroi;
@@ -216,16 +216,16 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
     const float angSpd = params[12], bkgCorr = params[13];
     if (!(cx < wid) || cy > hgh || innerR < 0 || !(innerR < outerR))
         return fail(-1, "Error 1: Invalid argument <params>");
-    if (toInt(std::rint(params[1])) != 0)
+    if (ToInt(std::rint(params[1])) != 0)
         return fail(-1, "Error 1: Invalid argument <params>, wmType != 0 not supported");
 
-    d.detected = seq.frame(0);
-    d.oroi = {0, 0, toInt(std::rint(wid)), toInt(std::rint(hgh)), 1};
+    d.detected = seq.Frame(0);
+    d.oroi = {0, 0, ToInt(std::rint(wid)), ToInt(std::rint(hgh)), 1};
 
     // Flow, of all frames or of each run of frames that lie one camera frame apart.
     Picture<std::int32_t> u_sum(seq.w + 1, seq.h + 1), v_sum(seq.w + 1, seq.h + 1);
     if (!usePeriods) {
-        const int retv = opticalFlow12Alt(seq, u_sum, v_sum, 2, testq);
+        const int retv = OpticalFlow12Alt(seq, u_sum, v_sum, 2, testq);
         if (retv == 1) return fail(-2, "Error 2: Calculation aborted");
         if (retv < 0) return fail(-3, "Error 3: Calculation failed");
     } else {
@@ -235,7 +235,7 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
             int stop = start;
             while (stop < hardStop && periods[static_cast<std::size_t>(stop)] == 1) ++stop;
             if (start < stop) {
-                const int retv = opticalFlow12Alt(seq.frames(start, stop), u_sum, v_sum, 2, testq);
+                const int retv = OpticalFlow12Alt(seq.Frames(start, stop), u_sum, v_sum, 2, testq);
                 if (retv == 1) return fail(-2, "Error 2: Calculation aborted in OpticalFlow12Alt()");
                 if (retv < 0) return fail(-3, "Error 3: Calculation failed in OpticalFlow12Alt()");
             }
@@ -243,7 +243,7 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
         } while (start < hardStop);
     }
 
-    ofNorm(u_sum, v_sum, d.uSumSh, d.vSumSh, d.magSh);
+    OfNorm(u_sum, v_sum, d.uSumSh, d.vSumSh, d.magSh);
 
     // Angles.
     float& ang1 = d.params[9];
@@ -256,25 +256,25 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
 
     // Centre.
     if (R3 >= 0) {
-        const int retv = opticalFlowPostprocAlt(d.uSumSh, d.vSumSh, seq.n - 1, innerR, outerR, R3, angSpd,
+        const int retv = OpticalFlowPostprocAlt(d.uSumSh, d.vSumSh, seq.n - 1, innerR, outerR, R3, angSpd,
                                                 d.hough, d.f_cx, d.f_cy, testq);
         if (retv == 1) return fail(-2, "Error 2: Calculation aborted");
         if (retv < 0) return fail(-3, "Error 3: Calculation failed");
         int tdim1 = 0, tdim2 = 0;
         for (int pass = 0; pass < 5; ++pass) {
-            const Picture<std::int16_t> tmp = smoothShort(d.hough);
+            const Picture<std::int16_t> tmp = SmoothShort(d.hough);
             tdim1 = tmp.w;
             tdim2 = tmp.h;
             for (int y = 1; y <= tdim2; ++y)
-                for (int x = 1; x <= tdim1; ++x) d.hough.at(x, y) = tmp.at(x - 1, y - 1);
+                for (int x = 1; x <= tdim1; ++x) d.hough.At(x, y) = tmp.At(x - 1, y - 1);
         }
         // Row and column count from the interior, one less than in the vote picture.
         int amy = 0;
         std::int16_t best = 0;
         for (int y = 0; y < tdim2; ++y) {
-            std::int16_t rowMax = d.hough.at(1, y + 1);
+            std::int16_t rowMax = d.hough.At(1, y + 1);
             for (int x = 1; x < tdim1; ++x)
-                if (d.hough.at(x + 1, y + 1) > rowMax) rowMax = d.hough.at(x + 1, y + 1);
+                if (d.hough.At(x + 1, y + 1) > rowMax) rowMax = d.hough.At(x + 1, y + 1);
             if (y == 0 || rowMax > best) {
                 best = rowMax;
                 amy = y;
@@ -282,11 +282,11 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
         }
         int amx = 0;
         for (int x = 1; x < tdim1; ++x)
-            if (d.hough.at(x + 1, amy + 1) > d.hough.at(amx + 1, amy + 1)) amx = x;
+            if (d.hough.At(x + 1, amy + 1) > d.hough.At(amx + 1, amy + 1)) amx = x;
         d.f_cy = static_cast<float>(amy);
         d.f_cx = static_cast<float>(amx);
     } else {
-        findSemiCircle(d.magSh, innerR, outerR, d.f_cx, d.f_cy, sum);
+        FindSemiCircle(d.magSh, innerR, outerR, d.f_cx, d.f_cy, sum);
     }
 
     // Region. Each test is put so that not a number fails it.
@@ -300,26 +300,26 @@ Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vec
         line << "Error 4: Calculated <oroi> is out of range, f_cx = " << d.f_cx << ", f_cy = " << d.f_cy;
         return fail(-4, line.str());
     }
-    const int left = toInt(std::rint(fleft)), top = toInt(std::rint(ftop));
-    d.oroi[0] = add32(iroi[0], left);
-    d.oroi[1] = add32(iroi[1], top);
+    const int left = ToInt(std::rint(fleft)), top = ToInt(std::rint(ftop));
+    d.oroi[0] = Add32(iroi[0], left);
+    d.oroi[1] = Add32(iroi[1], top);
 
     // Background.
     if (bkgCorr < 0) {
-        needRange(left, std::int64_t{left} + d.oroi[2] - 1);
-        needRange(top, std::int64_t{top} + d.oroi[3] - 1);
+        NeedRange(left, std::int64_t{left} + d.oroi[2] - 1);
+        NeedRange(top, std::int64_t{top} + d.oroi[3] - 1);
         Sequence tmpSeq(d.oroi[2], d.oroi[3], seq.n);
         for (int f = 0; f < seq.n; ++f)
             for (int y = 0; y < tmpSeq.h; ++y)
-                for (int x = 0; x < tmpSeq.w; ++x) tmpSeq.at(x, y, f) = seq.at(left + x, top + y, f);
-        const std::int64_t percentile = std::abs(std::int64_t{toInt(std::rint(bkgCorr))});
-        const Picture<std::uint8_t> bg = background(tmpSeq, percentile);
+                for (int x = 0; x < tmpSeq.w; ++x) tmpSeq.At(x, y, f) = seq.At(left + x, top + y, f);
+        const std::int64_t percentile = std::abs(std::int64_t{ToInt(std::rint(bkgCorr))});
+        const Picture<std::uint8_t> bg = Background(tmpSeq, percentile);
         d.bgShort = Picture<std::int16_t>(bg.w, bg.h);
         for (int y = 0; y < bg.h; ++y)
-            for (int x = 0; x < bg.w; ++x) d.bgShort.at(x, y) = mul16(bg.at(x, y), 16);
+            for (int x = 0; x < bg.w; ++x) d.bgShort.At(x, y) = Mul16(bg.At(x, y), 16);
     }
 
-    overlay(d.detected, {d.oroi[0], d.oroi[1], d.oroi[2], d.oroi[3], d.oroi[4]},
+    Overlay(d.detected, {d.oroi[0], d.oroi[1], d.oroi[2], d.oroi[3], d.oroi[4]},
             {iroi[0], iroi[1], iroi[2], iroi[3], iroi[4]}, d.params);
     return d;
 }

@@ -16,16 +16,16 @@ using Region = std::array<std::int32_t, 5>; ///< left, top, width, height, 1
 /// Blanks each rectangle, less its cut corners, in every frame. Throws FailStop where the library halts, with
 /// the rectangles before already blanked. Inside a region that does not start at 0 the rectangles must stay
 /// inside the sequence.
-int mask(Sequence& seq, const Region& iroi, const std::vector<Region>& rectangles);
+int Mask(Sequence& seq, const Region& iroi, const std::vector<Region>& rectangles);
 
 /// The rank of a percentile among so many frames, held to 0 .. frames - 1.
-int rankOf(int frames, std::int64_t percentile);
+int RankOf(int frames, std::int64_t percentile);
 
-Picture<std::uint8_t> background(const Sequence& seq, std::int64_t percentile);
-Picture<std::int16_t> background(const std::vector<Picture<std::int16_t>>& seq, std::int64_t percentile);
+Picture<std::uint8_t> Background(const Sequence& seq, std::int64_t percentile);
+Picture<std::int16_t> Background(const std::vector<Picture<std::int16_t>>& seq, std::int64_t percentile);
 
 /// Marks the result. Marks outside the picture are left out one by one. params holds the normalised angles.
-void overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& iroi,
+void Overlay(Picture<std::uint8_t>& detected, const Region& oroi, const Region& iroi,
              const std::vector<float>& params);
 
 struct Detection {
@@ -39,8 +39,8 @@ struct Detection {
 };
 
 /// Outputs start empty. Throws FailStop where the library halts.
-Detection detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vector<std::int32_t>& periods,
+Detection Detect(int roiNr, const Sequence& seq, bool usePeriods, const std::vector<std::int32_t>& periods,
                  const std::vector<std::int32_t>& iroi, const std::vector<float>& params,
-                 const std::vector<std::int32_t>& oroi, const TestQ& testq = {}, SumPattern sum = sumPattern);
+                 const std::vector<std::int32_t>& oroi, const TestQ& testq = {}, PatternSum sum = SumPattern);
 
 } // namespace reference

@@ -11,10 +11,10 @@ namespace reference {
 using Bytes = std::vector<std::uint8_t>;
 
 // The file that each writer makes. An empty picture gives an empty file.
-Bytes bmpByte(const Picture<std::uint8_t>& m);
-Bytes bmpColour(const std::array<Picture<std::uint8_t>, 3>& planes); ///< red, green, blue, of one size
-Bytes bmpShort(const Picture<std::int16_t>& m);
-Bytes bmpShort8bpp(const Picture<std::int16_t>& m, std::int16_t offset);
+Bytes BmpByte(const Picture<std::uint8_t>& m);
+Bytes BmpColour(const std::array<Picture<std::uint8_t>, 3>& planes); ///< red, green, blue, of one size
+Bytes BmpShort(const Picture<std::int16_t>& m);
+Bytes BmpShort8bpp(const Picture<std::int16_t>& m, std::int16_t offset);
 
 struct BmpFile {
     int result = 0;                ///< 0 or 4, as the reader returns it
@@ -23,7 +23,7 @@ struct BmpFile {
 };
 
 /// Reads an 8-bit file of at most a few megapixels into an array that was empty.
-BmpFile readBmpByte(const Bytes& file);
+BmpFile ReadBmpByte(const Bytes& file);
 
 struct BmpColourFile {
     int result = 0; ///< 0, 2 or 4
@@ -32,7 +32,7 @@ struct BmpColourFile {
 };
 
 /// Reads a 24-bit file into a cube that was oldWidth columns wide.
-BmpColourFile readBmpColour(const Bytes& file, int oldWidth = 0);
+BmpColourFile ReadBmpColour(const Bytes& file, int oldWidth = 0);
 
 struct BmpShortFile {
     int result = 0; ///< 0 or 4
@@ -41,6 +41,6 @@ struct BmpShortFile {
 };
 
 /// Reads a 16-bit file.
-BmpShortFile readBmpShort(const Bytes& file);
+BmpShortFile ReadBmpShort(const Bytes& file);
 
 } // namespace reference

@@ -7,9 +7,9 @@
 
 namespace reference {
 
-Bytes jpegGrey(const Picture<std::uint8_t>& m, int quality)
+Bytes JpegGrey(const Picture<std::uint8_t>& m, int quality)
 {
-    if (m.empty()) return {};
+    if (m.Empty()) return {};
     jpeg_compress_struct cinfo;
     jpeg_error_mgr jerr;
     cinfo.err = jpeg_std_error(&jerr);
@@ -26,7 +26,7 @@ Bytes jpegGrey(const Picture<std::uint8_t>& m, int quality)
     jpeg_start_compress(&cinfo, TRUE);
     for (int y = 0; y < m.h; ++y) {
         Bytes row;
-        for (int x = 0; x < m.w; ++x) row.push_back(m.at(x, y));
+        for (int x = 0; x < m.w; ++x) row.push_back(m.At(x, y));
         JSAMPROW line = row.data();
         jpeg_write_scanlines(&cinfo, &line, 1);
     }

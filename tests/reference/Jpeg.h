@@ -5,6 +5,6 @@
 
 namespace reference {
 
-Bytes jpegGrey(const Picture<std::uint8_t>& m, int quality);
+Bytes JpegGrey(const Picture<std::uint8_t>& m, int quality);
 
 } // namespace reference

@@ -16,39 +16,39 @@ struct FailStop : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-inline void needRange(std::int64_t from, std::int64_t to)
+inline void NeedRange(std::int64_t from, std::int64_t to)
 {
     if (from < 0 || to < from) throw FailStop("RNG: Invalid range selection");
 }
 
-inline std::uint8_t low8(std::int64_t v)
+inline std::uint8_t Low8(std::int64_t v)
 {
     return static_cast<std::uint8_t>(static_cast<std::uint64_t>(v) & 0xFF);
 }
-inline std::int16_t low16(std::int64_t v)
+inline std::int16_t Low16(std::int64_t v)
 {
     return static_cast<std::int16_t>(static_cast<std::uint64_t>(v) & 0xFFFF);
 }
-inline std::int32_t low32(std::int64_t v)
+inline std::int32_t Low32(std::int64_t v)
 {
     return static_cast<std::int32_t>(static_cast<std::uint64_t>(v) & 0xFFFFFFFF);
 }
 
-inline std::int16_t add16(int a, int b) { return low16(std::int64_t{a} + b); }
-inline std::int16_t sub16(int a, int b) { return low16(std::int64_t{a} - b); }
-inline std::int16_t mul16(int a, int b) { return low16(std::int64_t{a} * b); }
-inline std::int16_t div16(int a, int b) { return b == 0 ? std::int16_t{0} : low16(std::int64_t{a} / b); }
-inline std::int16_t shl16(int a, int n) { return low16(std::int64_t{a} * (std::int64_t{1} << n)); }
-inline std::int16_t shr16(int a, int n) { return low16(std::int64_t{a} >> n); }
+inline std::int16_t Add16(int a, int b) { return Low16(std::int64_t{a} + b); }
+inline std::int16_t Sub16(int a, int b) { return Low16(std::int64_t{a} - b); }
+inline std::int16_t Mul16(int a, int b) { return Low16(std::int64_t{a} * b); }
+inline std::int16_t Div16(int a, int b) { return b == 0 ? std::int16_t{0} : Low16(std::int64_t{a} / b); }
+inline std::int16_t Shl16(int a, int n) { return Low16(std::int64_t{a} * (std::int64_t{1} << n)); }
+inline std::int16_t Shr16(int a, int n) { return Low16(std::int64_t{a} >> n); }
 
-inline std::int32_t add32(std::int32_t a, std::int32_t b) { return low32(std::int64_t{a} + b); }
-inline std::int32_t sub32(std::int32_t a, std::int32_t b) { return low32(std::int64_t{a} - b); }
-inline std::int32_t mul32(std::int32_t a, std::int32_t b) { return low32(std::int64_t{a} * b); }
-inline std::int32_t div32(std::int32_t a, std::int32_t b) { return b == 0 ? 0 : low32(std::int64_t{a} / b); }
+inline std::int32_t Add32(std::int32_t a, std::int32_t b) { return Low32(std::int64_t{a} + b); }
+inline std::int32_t Sub32(std::int32_t a, std::int32_t b) { return Low32(std::int64_t{a} - b); }
+inline std::int32_t Mul32(std::int32_t a, std::int32_t b) { return Low32(std::int64_t{a} * b); }
+inline std::int32_t Div32(std::int32_t a, std::int32_t b) { return b == 0 ? 0 : Low32(std::int64_t{a} / b); }
 
 /// Truncates towards zero; what does not fit becomes the nearest end of the range, not a number becomes 0.
 /// A float widens to double without change, so this serves both.
-inline std::int32_t toInt(double v)
+inline std::int32_t ToInt(double v)
 {
     if (std::isnan(v)) return 0;
     if (v >= 2147483647.0) return std::numeric_limits<std::int32_t>::max();

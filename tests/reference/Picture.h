@@ -19,16 +19,16 @@ template <class T> struct Picture {
         assert(width >= 0 && height >= 0);
     }
 
-    T& at(int x, int y) { return a[index(x, y)]; }
-    const T& at(int x, int y) const { return a[index(x, y)]; }
-    bool inside(std::int64_t x, std::int64_t y) const { return 0 <= x && x < w && 0 <= y && y < h; }
-    bool empty() const { return w < 1 || h < 1; }
+    T& At(int x, int y) { return a[Index(x, y)]; }
+    const T& At(int x, int y) const { return a[Index(x, y)]; }
+    bool Inside(std::int64_t x, std::int64_t y) const { return 0 <= x && x < w && 0 <= y && y < h; }
+    bool Empty() const { return w < 1 || h < 1; }
     bool operator==(const Picture&) const = default;
 
 private:
-    std::size_t index(int x, int y) const
+    std::size_t Index(int x, int y) const
     {
-        assert(inside(x, y));
+        assert(Inside(x, y));
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(w) + static_cast<std::size_t>(x);
     }
 };
@@ -47,35 +47,35 @@ struct Sequence {
         assert(width >= 0 && height >= 0 && frames >= 0);
     }
 
-    std::uint8_t& at(int x, int y, int t) { return a[index(x, y, t)]; }
-    const std::uint8_t& at(int x, int y, int t) const { return a[index(x, y, t)]; }
+    std::uint8_t& At(int x, int y, int t) { return a[Index(x, y, t)]; }
+    const std::uint8_t& At(int x, int y, int t) const { return a[Index(x, y, t)]; }
     bool operator==(const Sequence&) const = default;
 
-    Picture<std::uint8_t> frame(int t) const
+    Picture<std::uint8_t> Frame(int t) const
     {
         Picture<std::uint8_t> picture(w, h);
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) picture.at(x, y) = at(x, y, t);
+            for (int x = 0; x < w; ++x) picture.At(x, y) = At(x, y, t);
         return picture;
     }
 
-    void setFrame(int t, const Picture<std::uint8_t>& picture)
+    void SetFrame(int t, const Picture<std::uint8_t>& picture)
     {
         assert(picture.w == w && picture.h == h);
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) at(x, y, t) = picture.at(x, y);
+            for (int x = 0; x < w; ++x) At(x, y, t) = picture.At(x, y);
     }
 
     /// Frames first .. last, both included, as a sequence of their own.
-    Sequence frames(int first, int last) const
+    Sequence Frames(int first, int last) const
     {
         Sequence part(w, h, last - first + 1);
-        for (int t = first; t <= last; ++t) part.setFrame(t - first, frame(t));
+        for (int t = first; t <= last; ++t) part.SetFrame(t - first, Frame(t));
         return part;
     }
 
 private:
-    std::size_t index(int x, int y, int t) const
+    std::size_t Index(int x, int y, int t) const
     {
         assert(0 <= x && x < w && 0 <= y && y < h && 0 <= t && t < n);
         return (static_cast<std::size_t>(t) * static_cast<std::size_t>(h) + static_cast<std::size_t>(y)) *

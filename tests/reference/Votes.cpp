@@ -7,26 +7,26 @@
 
 namespace reference {
 
-std::vector<std::int32_t> cumHistogram(const Picture<std::int16_t>& img, int bins)
+std::vector<std::int32_t> CumHistogram(const Picture<std::int16_t>& img, int bins)
 {
     std::vector<std::int32_t> chist(static_cast<std::size_t>(bins), 0);
     for (int y = 0; y < img.h; ++y) {
         for (int x = 0; x < img.w; ++x) {
-            int bin = img.at(x, y) + 2048;
+            int bin = img.At(x, y) + 2048;
             if (bin < 0) bin = 0;
             if (bin >= bins) bin = bins - 1;
             chist[static_cast<std::size_t>(bin)] += 1;
         }
     }
-    for (std::size_t k = 1; k < chist.size(); ++k) chist[k] = add32(chist[k], chist[k - 1]);
+    for (std::size_t k = 1; k < chist.size(); ++k) chist[k] = Add32(chist[k], chist[k - 1]);
     return chist;
 }
 
-std::int16_t percThreshold(const std::vector<std::int32_t>& chist, float fraction)
+std::int16_t PercThreshold(const std::vector<std::int32_t>& chist, float fraction)
 {
     const int last = static_cast<int>(chist.size()) - 1;
     const float total = static_cast<float>(chist[static_cast<std::size_t>(last)]);
-    const std::int32_t nr = toInt(std::rint(total * fraction));
+    const std::int32_t nr = ToInt(std::rint(total * fraction));
     int k;
     if (fraction > 0.5f) {
         k = last;
@@ -35,17 +35,17 @@ std::int16_t percThreshold(const std::vector<std::int32_t>& chist, float fractio
         k = 0;
         while (chist[static_cast<std::size_t>(k)] < nr && k < last) ++k;
     }
-    return low16(k);
+    return Low16(k);
 }
 
 namespace {
 
 // The value above which about 250 pixels of the first flow component lie.
-float thresholdOf(const Picture<std::int16_t>& uSum)
+float ThresholdOf(const Picture<std::int16_t>& uSum)
 {
     const double pixels = static_cast<double>(uSum.w) * static_cast<double>(uSum.h);
     const float fraction = static_cast<float>(1.0 - 250.0 / pixels);
-    const int bin = percThreshold(cumHistogram(uSum), fraction);
+    const int bin = PercThreshold(CumHistogram(uSum), fraction);
     return static_cast<float>(bin - 2048);
 }
 
@@ -55,18 +55,18 @@ struct Ballot {
 };
 
 // One vote for the point (tmpx, tmpy), which comes multiplied by n.
-void vote(Ballot& b, float tmpx, float tmpy, float n)
+void Vote(Ballot& b, float tmpx, float tmpy, float n)
 {
     const float right = static_cast<float>(b.hough.w) * n;
     const float bottom = static_cast<float>(b.hough.h) * n;
     if (!(0 <= tmpx && tmpx < right && 0 <= tmpy && tmpy < bottom)) return;
-    const std::int16_t ix = low16(toInt(tmpx / n));
-    const std::int16_t iy = low16(toInt(tmpy / n));
+    const std::int16_t ix = Low16(ToInt(tmpx / n));
+    const std::int16_t iy = Low16(ToInt(tmpy / n));
     // The quotient can round up to the width or height: such a vote has no cell, but it counts in the
     // centroid.
-    if (b.hough.inside(ix, iy)) {
+    if (b.hough.Inside(ix, iy)) {
         const float weight = n * 100.0f;
-        b.hough.at(ix, iy) = add32(b.hough.at(ix, iy), toInt(std::rint(weight)));
+        b.hough.At(ix, iy) = Add32(b.hough.At(ix, iy), ToInt(std::rint(weight)));
     }
     b.sx = b.sx + n;
     b.sy = b.sy + n;
@@ -74,7 +74,7 @@ void vote(Ballot& b, float tmpx, float tmpy, float n)
     b.my = b.my + tmpy;
 }
 
-void count(Ballot& b, Picture<std::int16_t>& houghSh, float& cx, float& cy)
+void Count(Ballot& b, Picture<std::int16_t>& houghSh, float& cx, float& cy)
 {
     const float meanx = b.mx / b.sx;
     const float meany = b.my / b.sy;
@@ -82,15 +82,15 @@ void count(Ballot& b, Picture<std::int16_t>& houghSh, float& cx, float& cy)
     cy = meany + 0.5f;
     const std::int32_t maxv = *std::max_element(b.hough.a.begin(), b.hough.a.end());
     if (maxv != 0) {
-        const std::int32_t factor = div32(2000000000, maxv);
-        for (std::int32_t& cell : b.hough.a) cell = mul32(cell, factor);
-        for (std::int32_t& cell : b.hough.a) cell = div32(cell, 1000000);
+        const std::int32_t factor = Div32(2000000000, maxv);
+        for (std::int32_t& cell : b.hough.a) cell = Mul32(cell, factor);
+        for (std::int32_t& cell : b.hough.a) cell = Div32(cell, 1000000);
     }
     for (int y = 0; y < houghSh.h; ++y)
-        for (int x = 0; x < houghSh.w; ++x) houghSh.at(x, y) = low16(b.hough.at(x, y));
+        for (int x = 0; x < houghSh.w; ++x) houghSh.At(x, y) = Low16(b.hough.At(x, y));
 }
 
-float lengthOf(float u, float v)
+float LengthOf(float u, float v)
 {
     const float uu = u * u;
     const float vv = v * v;
@@ -100,26 +100,26 @@ float lengthOf(float u, float v)
 
 } // namespace
 
-int opticalFlowPostprocAlt(const Picture<std::int16_t>& uSum, const Picture<std::int16_t>& vSum, int /*len*/,
+int OpticalFlowPostprocAlt(const Picture<std::int16_t>& uSum, const Picture<std::int16_t>& vSum, int /*len*/,
                            float r1, float r2, float r3f, float angSpeed, Picture<std::int16_t>& houghSh,
                            float& cx, float& cy, const TestQ& testq)
 {
-    if (stopAsked(testq)) return 1;
-    const std::int16_t r3 = low16(toInt(std::rint(r3f)));
+    if (StopAsked(testq)) return 1;
+    const std::int16_t r3 = Low16(ToInt(std::rint(r3f)));
     const int wid = uSum.w, hgh = uSum.h;
     Ballot ballot{Picture<std::int32_t>(wid, hgh)};
     houghSh = Picture<std::int16_t>(wid, hgh);
-    const float thld = thresholdOf(uSum);
-    if (stopAsked(testq)) return 1;
+    const float thld = ThresholdOf(uSum);
+    if (StopAsked(testq)) return 1;
 
     const float rsum = r1 + r2;
     const float r = rsum / 2;
     const float R3 = r3;
     for (int x = 0; x < wid; ++x) {
         for (int y = 0; y < hgh; ++y) {
-            const float u = uSum.at(x, y);
-            const float v = vSum.at(x, y);
-            const float n = lengthOf(u, v);
+            const float u = uSum.At(x, y);
+            const float v = vSum.At(x, y);
+            const float n = LengthOf(u, v);
             if (!(n >= thld)) continue;
             const float xn = static_cast<float>(x) * n;
             const float yn = static_cast<float>(y) * n;
@@ -132,36 +132,36 @@ int opticalFlowPostprocAlt(const Picture<std::int16_t>& uSum, const Picture<std:
             const float tmp3y = yn - (ru + R3v);
             const float tmp4x = xn - (rv + R3v); // R3v, where the others would suggest R3u
             const float tmp4y = yn + (ru - R3v);
-            if (angSpeed > 0) vote(ballot, tmp1x, tmp1y, n);
-            if (angSpeed < 0) vote(ballot, tmp2x, tmp2y, n);
+            if (angSpeed > 0) Vote(ballot, tmp1x, tmp1y, n);
+            if (angSpeed < 0) Vote(ballot, tmp2x, tmp2y, n);
             if (r3 != 0) {
-                if (angSpeed > 0) vote(ballot, tmp3x, tmp3y, n);
-                if (angSpeed < 0) vote(ballot, tmp4x, tmp4y, n);
+                if (angSpeed > 0) Vote(ballot, tmp3x, tmp3y, n);
+                if (angSpeed < 0) Vote(ballot, tmp4x, tmp4y, n);
             }
         }
-        if (x % 100 == 0 && stopAsked(testq)) return 1;
+        if (x % 100 == 0 && StopAsked(testq)) return 1;
     }
-    count(ballot, houghSh, cx, cy);
-    return stopAsked(testq) ? 1 : 0;
+    Count(ballot, houghSh, cx, cy);
+    return StopAsked(testq) ? 1 : 0;
 }
 
-int opticalFlowPostprocA2(const Picture<std::int16_t>& uSum, const Picture<std::int16_t>& vSum, int /*len*/,
+int OpticalFlowPostprocA2(const Picture<std::int16_t>& uSum, const Picture<std::int16_t>& vSum, int /*len*/,
                           float r1, float r2, float angSpeed, Picture<std::int16_t>& houghSh, float& cx,
                           float& cy, const TestQ& testq)
 {
-    if (stopAsked(testq)) return 1;
+    if (StopAsked(testq)) return 1;
     const int wid = uSum.w, hgh = uSum.h;
     Ballot ballot{Picture<std::int32_t>(wid, hgh)};
     houghSh = Picture<std::int16_t>(wid, hgh);
-    const float thld = thresholdOf(uSum);
-    if (stopAsked(testq)) return 1;
+    const float thld = ThresholdOf(uSum);
+    if (StopAsked(testq)) return 1;
 
-    const std::int64_t first = toInt(r1), last = toInt(r2);
+    const std::int64_t first = ToInt(r1), last = ToInt(r2);
     for (int x = 0; x < wid; ++x) {
         for (int y = 0; y < hgh; ++y) {
-            const float u = uSum.at(x, y);
-            const float v = vSum.at(x, y);
-            const float n = lengthOf(u, v);
+            const float u = uSum.At(x, y);
+            const float v = vSum.At(x, y);
+            const float n = LengthOf(u, v);
             if (!(n >= thld)) continue;
             float tmp1x = static_cast<float>(x) * n;
             float tmp1y = static_cast<float>(y) * n;
@@ -174,14 +174,14 @@ int opticalFlowPostprocA2(const Picture<std::int16_t>& uSum, const Picture<std::
                 tmp1y = tmp1y - ru;
                 tmp2x = tmp2x - rv;
                 tmp2y = tmp2y + ru;
-                if (angSpeed > 0) vote(ballot, tmp1x, tmp1y, n);
-                if (angSpeed < 0) vote(ballot, tmp2x, tmp2y, n);
+                if (angSpeed > 0) Vote(ballot, tmp1x, tmp1y, n);
+                if (angSpeed < 0) Vote(ballot, tmp2x, tmp2y, n);
             }
         }
-        if (x % 100 == 0 && stopAsked(testq)) return 1;
+        if (x % 100 == 0 && StopAsked(testq)) return 1;
     }
-    count(ballot, houghSh, cx, cy);
-    return stopAsked(testq) ? 1 : 0;
+    Count(ballot, houghSh, cx, cy);
+    return StopAsked(testq) ? 1 : 0;
 }
 
 } // namespace reference

@@ -76,13 +76,13 @@ TEST(FlowPicture, BrightnessIsTheStrength)
 {
     Shorts u(5, 1), v(5, 1);
     const int strengths[] = {0, 100, 225, 400, 900};
-    for (int x = 0; x < 5; x++) u.at(x, 0) = static_cast<std::int16_t>(-strengths[x]);
+    for (int x = 0; x < 5; x++) u.At(x, 0) = static_cast<std::int16_t>(-strengths[x]);
     const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
     const int bright[] = {0, 85, 128, 170, 255};
     for (int x = 0; x < 5; x++) EXPECT_EQ(canvas.at(x, 0).red, bright[x]) << x;
     const Bytes strength = PictureOf<UBYTE>(StrengthPicture(ArrayOf(u), ArrayOf(v)));
     const int linear[] = {0, 28, 64, 113, 255};
-    for (int x = 0; x < 5; x++) EXPECT_EQ(strength.at(x, 0), linear[x]) << x;
+    for (int x = 0; x < 5; x++) EXPECT_EQ(strength.At(x, 0), linear[x]) << x;
 }
 
 TEST(FlowPicture, NoMotionIsBlack)
@@ -107,8 +107,8 @@ TEST(FlowPicture, AClockwiseWheelIsRedOnTop)
     Shorts u(size, size), v(size, size);
     for (int y = 0; y < size; y++)
         for (int x = 0; x < size; x++) { // clockwise motion is (-dy, dx); the vectors point against it
-            u.at(x, y) = static_cast<std::int16_t>(10 * (y - middle));
-            v.at(x, y) = static_cast<std::int16_t>(-10 * (x - middle));
+            u.At(x, y) = static_cast<std::int16_t>(10 * (y - middle));
+            v.At(x, y) = static_cast<std::int16_t>(-10 * (x - middle));
         }
     const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
     const auto hue = [&](int x, int y) { return canvas.at(x, y); };

@@ -36,7 +36,7 @@ Shorts SomeShorts(int w, int h)
     return Noise<std::int16_t>(random, w, h);
 }
 
-std::string ShortFile() { return Text(reference::bmpShort(SomeShorts(3, 2))); }
+std::string ShortFile() { return Text(reference::BmpShort(SomeShorts(3, 2))); }
 
 std::string Problem(const std::string& file)
 {
@@ -51,7 +51,7 @@ TEST(ShortPicture, EveryWidthReadsBack)
     for (int w = 1; w <= 9; w++)
         for (int h = 1; h <= 4; h++) {
             MatShort picture;
-            EXPECT_EQ(ReadShortPicture(Text(reference::bmpShort(SomeShorts(w, h))), picture), "");
+            EXPECT_EQ(ReadShortPicture(Text(reference::BmpShort(SomeShorts(w, h))), picture), "");
             EXPECT_TRUE(Same(picture, SomeShorts(w, h))) << w << " x " << h;
         }
 }
@@ -107,7 +107,7 @@ TEST(ShortPicture, OtherFilesAreRefused)
 {
     const std::string file = ShortFile();
     EXPECT_EQ(Problem("\x89PNG\r\n"), "not a BMP file");
-    EXPECT_EQ(Problem(Text(reference::bmpByte(Bytes(8, 8)))),
+    EXPECT_EQ(Problem(Text(reference::BmpByte(Bytes(8, 8)))),
               "a BMP file of 8 bits per pixel, compression 0");
     EXPECT_EQ(Problem(With<std::uint16_t>(file, depth, 24)),
               "a BMP file of 24 bits per pixel, compression 3");
@@ -138,7 +138,7 @@ TEST(Frame, EveryWidthReadsBack)
     for (int w = 1; w <= 9; w++) {
         const Bytes grey = Noise<std::uint8_t>(random, w, 5);
         MatByte frame;
-        EXPECT_EQ(ReadFrame(Text(reference::bmpByte(grey)), frame), "");
+        EXPECT_EQ(ReadFrame(Text(reference::BmpByte(grey)), frame), "");
         EXPECT_TRUE(Same(frame, grey)) << w;
     }
 }
@@ -146,7 +146,7 @@ TEST(Frame, EveryWidthReadsBack)
 TEST(Frame, TruncatedAnywhereIsRefused)
 {
     Random random(4);
-    const std::string whole = Text(reference::bmpByte(Noise<std::uint8_t>(random, 4, 3)));
+    const std::string whole = Text(reference::BmpByte(Noise<std::uint8_t>(random, 4, 3)));
     for (std::size_t length = 0; length < whole.size(); length++) {
         MatByte frame;
         EXPECT_NE(ReadFrame(whole.substr(0, length), frame), "") << length;
@@ -159,7 +159,7 @@ TEST(Frame, OtherFilesAreRefused)
     EXPECT_EQ(ReadFrame("", frame), "not a BMP file");
     EXPECT_EQ(ReadFrame("P5 4 4 255 ", frame), "not a BMP file");
     EXPECT_EQ(ReadFrame(ShortFile(), frame), "a BMP file of 16 bits per pixel, compression 3");
-    const std::string file = Text(reference::bmpByte(Bytes(4, 3)));
+    const std::string file = Text(reference::BmpByte(Bytes(4, 3)));
     EXPECT_EQ(ReadFrame(With<std::uint32_t>(file, compression, 1), frame),
               "a BMP file of 8 bits per pixel, compression 1");
     EXPECT_EQ(ReadFrame(With<std::int32_t>(file, width, 1 << 30), frame), "larger than 16384 pixels");
@@ -171,7 +171,7 @@ TEST(Jpeg, AWholeFileHasItsSize)
 {
     for (const auto& [w, h] : {std::pair{1, 1}, {33, 21}, {1280, 960}}) {
         int foundW = 0, foundH = 0;
-        EXPECT_EQ(CheckJpeg(Text(reference::jpegGrey(Bytes(w, h, 90), 85)), foundW, foundH), "");
+        EXPECT_EQ(CheckJpeg(Text(reference::JpegGrey(Bytes(w, h, 90), 85)), foundW, foundH), "");
         EXPECT_EQ(foundW, w);
         EXPECT_EQ(foundH, h);
     }
@@ -180,7 +180,7 @@ TEST(Jpeg, AWholeFileHasItsSize)
 TEST(Jpeg, TruncatedAnywhereIsRefused)
 {
     Random random(5);
-    const std::string whole = Text(reference::jpegGrey(Noise<std::uint8_t>(random, 24, 24), 85));
+    const std::string whole = Text(reference::JpegGrey(Noise<std::uint8_t>(random, 24, 24), 85));
     int w, h;
     ASSERT_EQ(CheckJpeg(whole, w, h), "");
     for (std::size_t length = 0; length < whole.size(); length++)
@@ -196,7 +196,7 @@ TEST(Jpeg, OtherFilesAreRefused)
     EXPECT_EQ(CheckJpeg("\xFF\xD8\xFF" + std::string(500, 'x'), w, h),
               "a JPEG file that is damaged or cut short");
     // A frame header that promises 20000 rows.
-    std::string file = Text(reference::jpegGrey(Bytes(16, 16, 90), 85));
+    std::string file = Text(reference::JpegGrey(Bytes(16, 16, 90), 85));
     const std::size_t frame = file.find("\xFF\xC0");
     ASSERT_NE(frame, file.npos);
     file[frame + 5] = static_cast<char>(20000 >> 8);
@@ -208,7 +208,7 @@ TEST(Jpeg, GreyPicturesAreWrittenAsTheProgramWritesThem)
 {
     Random random(6);
     const Bytes grey = Noise<std::uint8_t>(random, 50, 40);
-    EXPECT_TRUE(GreyJpeg(ArrayOf(grey)) == Text(reference::jpegGrey(grey, 85)));
+    EXPECT_TRUE(GreyJpeg(ArrayOf(grey)) == Text(reference::JpegGrey(grey, 85)));
 }
 
 } // namespace

@@ -33,22 +33,22 @@ pictures::Bytes Grey(unsigned seed, int w = 40, int h = 32)
     return pictures::Noise<std::uint8_t>(random, w, h);
 }
 
-std::string Jpeg(unsigned seed) { return AsText(reference::jpegGrey(Grey(seed), 85)); }
+std::string Jpeg(unsigned seed) { return AsText(reference::JpegGrey(Grey(seed), 85)); }
 
 std::string Shorts(unsigned seed, int low, int high)
 {
     pictures::Random random(seed);
-    return AsText(reference::bmpShort(pictures::Noise<std::int16_t>(random, 41, 33, low, high)));
+    return AsText(reference::BmpShort(pictures::Noise<std::int16_t>(random, 41, 33, low, high)));
 }
 
 /// Votes with a hill at (12, 20) and one of a third of its height at (33, 9).
 std::string Votes()
 {
     pictures::Shorts votes(41, 33);
-    votes.at(12, 20) = 900;
-    votes.at(12, 21) = 400;
-    votes.at(33, 9) = 300;
-    return AsText(reference::bmpShort(votes));
+    votes.At(12, 20) = 900;
+    votes.At(12, 21) = 400;
+    votes.At(33, 9) = 300;
+    return AsText(reference::BmpShort(votes));
 }
 
 /// The files of a small run. Widths are odd, as they are in every run.
@@ -59,7 +59,7 @@ void MakeRun(const TemporaryFolder& folder)
     folder.Write("u_sum_sh.bmp", Shorts(2, -1900, 1900));
     folder.Write("v_sum_sh.bmp", Shorts(3, -1900, 1900));
     for (unsigned i = 1; i <= 3; i++)
-        folder.Write("img" + std::to_string(i) + ".bmp", AsText(reference::bmpByte(Grey(10 + i))));
+        folder.Write("img" + std::to_string(i) + ".bmp", AsText(reference::BmpByte(Grey(10 + i))));
 }
 
 /// Other bytes in a file that stays as old as it was.
@@ -166,8 +166,8 @@ TEST(Report, ShowsEverythingOfARun)
     EXPECT_TRUE(page.images[0].bytes == folder.Read("detected.jpg")) << "as it is";
     EXPECT_EQ(page.images[1].width, 41);
     EXPECT_EQ(page.images[4].height, 33);
-    EXPECT_TRUE(page.images[7].bytes == AsText(reference::jpegGrey(Grey(11), 85)));
-    EXPECT_TRUE(page.images[8].bytes == AsText(reference::jpegGrey(Grey(13), 85)))
+    EXPECT_TRUE(page.images[7].bytes == AsText(reference::JpegGrey(Grey(11), 85)));
+    EXPECT_TRUE(page.images[8].bytes == AsText(reference::JpegGrey(Grey(13), 85)))
         << "the last one that is there";
 }
 
@@ -191,14 +191,14 @@ TEST(Report, SaysHowClearThePeakIs)
           {601, "The peak is not clear: it has only 1.5 times"},
           {900, "The peak is not clear: it has only 1.0 times"}}) {
         pictures::Shorts votes(41, 33);
-        votes.at(12, 5) = 900;
-        votes.at(33, 9) = static_cast<std::int16_t>(next);
-        folder.Write("hough.bmp", AsText(reference::bmpShort(votes)));
+        votes.At(12, 5) = 900;
+        votes.At(33, 9) = static_cast<std::int16_t>(next);
+        folder.Write("hough.bmp", AsText(reference::BmpShort(votes)));
         ASSERT_EQ(Report(folder, {"--apart", "10"}).status, 0);
         EXPECT_TRUE(Page(folder).Says(words)) << next;
     }
 
-    folder.Write("hough.bmp", AsText(reference::bmpShort(pictures::Shorts(41, 33))));
+    folder.Write("hough.bmp", AsText(reference::BmpShort(pictures::Shorts(41, 33))));
     ASSERT_EQ(Report(folder).status, 0);
     EXPECT_TRUE(Page(folder).Says("Nobody voted"));
 }
@@ -233,7 +233,7 @@ TEST(Report, PutsTheCentreWhereTheProgramPutsIt)
         long red = 0;
         for (int y = y0 - 14; y <= y0 + 14; y++)
             for (int x = x0 - 14; x <= x0 + 14; x++) {
-                const unsigned c = motion.at(x, y);
+                const unsigned c = motion.At(x, y);
                 red +=
                     static_cast<long>(c >> 16) - static_cast<long>(c >> 8 & 255) - static_cast<long>(c & 255);
             }
@@ -313,7 +313,7 @@ TEST(Report, BothPartsOfTheFlowMustHaveOneSize)
 {
     TemporaryFolder folder;
     MakeRun(folder);
-    folder.Write("v_sum_sh.bmp", AsText(reference::bmpShort(pictures::Shorts(33, 41))));
+    folder.Write("v_sum_sh.bmp", AsText(reference::BmpShort(pictures::Shorts(33, 41))));
     const Finished run = Report(folder);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err,
@@ -327,7 +327,7 @@ TEST(Report, NothingMovesIsSaid)
     TemporaryFolder folder;
     MakeRun(folder);
     for (const char* name : {"u_sum_sh.bmp", "v_sum_sh.bmp"})
-        folder.Write(name, AsText(reference::bmpShort(pictures::Shorts(41, 33))));
+        folder.Write(name, AsText(reference::BmpShort(pictures::Shorts(41, 33))));
     EXPECT_EQ(Report(folder).status, 0);
     EXPECT_TRUE(Page(folder).Says("Nothing moves"));
 }
@@ -398,18 +398,18 @@ TEST(Report, OtherFoldersFilesAndCounts)
     TemporaryFolder folder, away;
     MakeRun(folder);
     for (unsigned i = 1; i <= 4; i++)
-        away.Write("img" + std::to_string(i) + ".bmp", AsText(reference::bmpByte(Grey(20 + i))));
-    const std::string frames = away.path();
+        away.Write("img" + std::to_string(i) + ".bmp", AsText(reference::BmpByte(Grey(20 + i))));
+    const std::string frames = away.Path();
 
     // From elsewhere, the report goes into the run's folder and messages name files by where they are.
-    const Finished run = Report(away, {"--in", folder.path(), "--frames", frames, "--count", "2"});
+    const Finished run = Report(away, {"--in", folder.Path(), "--frames", frames, "--count", "2"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "Wrote " + (folder / "report.html") + "\n");
     EXPECT_FALSE(away.Has("report.html"));
     Shown page = Page(folder);
     ASSERT_EQ(page.images.size(), allImages);
-    EXPECT_TRUE(page.images[7].bytes == AsText(reference::jpegGrey(Grey(21), 85)));
-    EXPECT_TRUE(page.images[8].bytes == AsText(reference::jpegGrey(Grey(22), 85)));
+    EXPECT_TRUE(page.images[7].bytes == AsText(reference::JpegGrey(Grey(21), 85)));
+    EXPECT_TRUE(page.images[8].bytes == AsText(reference::JpegGrey(Grey(22), 85)));
 
     const Finished more = Report(folder, {"--count", "9", "--out", "other.html"});
     EXPECT_EQ(more.status, 0);
@@ -425,7 +425,7 @@ TEST(Report, TheLastFrameIsTheOneBeforeTheFirstGap)
 {
     TemporaryFolder folder;
     MakeRun(folder);
-    folder.Write("img5.bmp", AsText(reference::bmpByte(Grey(15))));
+    folder.Write("img5.bmp", AsText(reference::BmpByte(Grey(15))));
     EXPECT_EQ(Report(folder).status, 0);
     EXPECT_NE(Page(folder).captions.back().find("(img3.bmp)"), std::string::npos);
 }

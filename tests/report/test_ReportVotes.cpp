@@ -34,11 +34,11 @@ Summits PlainSummits(const Shorts& m, int apart)
     std::vector<Summit> all; // in reading order
     for (int y = 1; y < m.h - 1; y++)
         for (int x = 1; x < m.w - 1; x++) {
-            bool exceeded = m.at(x, y) < 1;
+            bool exceeded = m.At(x, y) < 1;
             for (int v = 1; v < m.h - 1; v++)
                 for (int u = 1; u < m.w - 1; u++)
-                    exceeded = exceeded || (distance(x, y, u, v) <= apart && m.at(u, v) > m.at(x, y));
-            if (!exceeded) all.push_back({x, y, m.at(x, y)});
+                    exceeded = exceeded || (distance(x, y, u, v) <= apart && m.At(u, v) > m.At(x, y));
+            if (!exceeded) all.push_back({x, y, m.At(x, y)});
         }
     Summits s;
     for (const Summit& place : all)
@@ -56,7 +56,7 @@ void AddHill(Shorts& m, int x0, int y0, int votes, int slope)
         for (int x = 0; x < m.w; x++) {
             const auto v =
                 static_cast<std::int16_t>(votes - slope * static_cast<int>(std::hypot(x - x0, y - y0)));
-            m.at(x, y) = std::max(m.at(x, y), v);
+            m.At(x, y) = std::max(m.At(x, y), v);
         }
 }
 
@@ -82,9 +82,9 @@ TEST(Summits, TheLowerOfTwoHillsIsNextBest)
 TEST(Summits, AnotherTipOfTheSameHillIsNotNextBest)
 {
     Shorts votes(201, 81);
-    votes.at(100, 40) = 900;
-    votes.at(130, 40) = 800; // 30 columns away
-    votes.at(40, 40) = 100;
+    votes.At(100, 40) = 900;
+    votes.At(130, 40) = 800; // 30 columns away
+    votes.At(40, 40) = 100;
     EXPECT_EQ(FindSummits(ArrayOf(votes), 30).next, (Summit{40, 40, 100}));
     EXPECT_EQ(FindSummits(ArrayOf(votes), 29).next, (Summit{130, 40, 800}));
 }
@@ -92,7 +92,7 @@ TEST(Summits, AnotherTipOfTheSameHillIsNotNextBest)
 TEST(Summits, TheUppermostAndThenTheLeftmostOfEqualPlacesIsThePeak)
 {
     Shorts votes(100, 100);
-    for (const auto& [x, y] : {std::pair{70, 20}, {90, 20}, {10, 60}}) votes.at(x, y) = 500;
+    for (const auto& [x, y] : {std::pair{70, 20}, {90, 20}, {10, 60}}) votes.At(x, y) = 500;
     const Summits s = FindSummits(ArrayOf(votes), 30);
     EXPECT_EQ(s.peak, (Summit{70, 20, 500}));
     EXPECT_EQ(s.next, (Summit{10, 60, 500})) << "a place as good as the peak, further away";
@@ -101,9 +101,9 @@ TEST(Summits, TheUppermostAndThenTheLeftmostOfEqualPlacesIsThePeak)
 TEST(Summits, TheOutermostPixelsDoNotCount)
 {
     Shorts votes(60, 50);
-    for (const auto& [x, y] : {std::pair{0, 10}, {59, 20}, {30, 0}, {20, 49}}) votes.at(x, y) = 2000;
-    votes.at(1, 1) = 7;
-    votes.at(58, 48) = 6;
+    for (const auto& [x, y] : {std::pair{0, 10}, {59, 20}, {30, 0}, {20, 49}}) votes.At(x, y) = 2000;
+    votes.At(1, 1) = 7;
+    votes.At(58, 48) = 6;
     const Summits s = FindSummits(ArrayOf(votes), 10);
     EXPECT_EQ(s.peak, (Summit{1, 1, 7}));
     EXPECT_EQ(s.next, (Summit{58, 48, 6}));
@@ -149,9 +149,9 @@ TEST(HeatColour, RunsFromBlackOverRedAndYellowToWhite)
 TEST(VotePicture, ShowsTheVotesAndRingsTheSummits)
 {
     Shorts votes(401, 301);
-    votes.at(100, 100) = 900;
-    votes.at(300, 200) = 225;
-    votes.at(20, 280) = 100;
+    votes.At(100, 100) = 900;
+    votes.At(300, 200) = 225;
+    votes.At(20, 280) = 100;
     const MatShort m = ArrayOf(votes);
     const Canvas canvas = VotePicture(m, FindSummits(m, 30));
     ASSERT_EQ(canvas.width(), 401);
@@ -174,8 +174,8 @@ TEST(VotePicture, NamesDoNotHideWhatTheyName)
          {std::pair{1, 1}, {w - 2, 1}, {1, h - 2}, {w - 2, h - 2}, {90, 250}, {600, 250}, {350, 5}})
         for (const auto& [nextX, nextY] : {std::pair{350, 300}, {100, 100}, {620, 400}}) {
             Shorts votes(w, h);
-            votes.at(x, y) = 900;
-            votes.at(nextX, nextY) = 400;
+            votes.At(x, y) = 900;
+            votes.At(nextX, nextY) = 400;
             const MatShort m = ArrayOf(votes);
             const Canvas canvas = VotePicture(m, FindSummits(m, 30));
             EXPECT_EQ(canvas.at(x, y), HeatColour(1)) << x << ' ' << y;
@@ -193,7 +193,7 @@ TEST(PeakPicture, EnlargesWhatLiesAroundThePeak)
     for (const auto& [dx, dy] : {std::pair{0, 0}, {2, 2}, {-3, 1}, {-1, -2}})
         for (int within : {0, 4})
             EXPECT_EQ(canvas.at((8 + dx) * 5 + within, (8 + dy) * 5 + within),
-                      HeatColour(votes.at(3 + dx, 9 + dy) / 700.0))
+                      HeatColour(votes.At(3 + dx, 9 + dy) / 700.0))
                 << dx << ' ' << dy;
     // Columns before the first one have no votes at all.
     EXPECT_EQ(canvas.at(2, 2), (Colour{70, 70, 70}));

@@ -348,7 +348,7 @@ protected:
     {
         Words words = Join({{WHEELSIM_PATH, "--out", "frames"}, Split(arguments)});
         std::replace(words.begin(), words.end(), std::string("''"), std::string());
-        return ::Run(words, m_folder.path());
+        return ::Run(words, m_folder.Path());
     }
 
     const TemporaryFolder& Folder() const { return m_folder; }
@@ -605,7 +605,7 @@ TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
 /// Whether a pixel of the preview has the colour of a mark.
 bool Marked(const decoded::Colours& picture, int x, int y)
 {
-    const unsigned c = picture.at(x, y);
+    const unsigned c = picture.At(x, y);
     return (c >> 16) != (c >> 8 & 255) || (c & 255) != (c >> 8 & 255);
 }
 
@@ -656,7 +656,7 @@ TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
     const Bytes grey = Draw(scene, 3);
     for (int y = 0; y < 140; y++)
         for (int x = 0; x < 1280; x++)
-            ASSERT_EQ(picture.at(x, y), grey[std::size_t(y) * 1280 + x] * 0x10101u) << x << ", " << y;
+            ASSERT_EQ(picture.At(x, y), grey[std::size_t(y) * 1280 + x] * 0x10101u) << x << ", " << y;
 }
 
 TEST_F(Wheelsim, PreviewGoesIntoAFolder)
@@ -696,7 +696,7 @@ TEST_F(Wheelsim, TellsWhenNobodyGetsWhatItPrints)
 {
     RunOptions options;
     options.before = [] { SendOutputTo("/dev/full"); };
-    const Finished run = ::Run({WHEELSIM_PATH, "--count", "1"}, Folder().path(), options);
+    const Finished run = ::Run({WHEELSIM_PATH, "--count", "1"}, Folder().Path(), options);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "wheelsim: cannot write to standard output\n");
     EXPECT_TRUE(Folder().Has("img1.bmp"));

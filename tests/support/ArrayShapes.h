@@ -41,17 +41,17 @@ template <class T> bool Same(T a, T b)
 /// The low bits of v, as many as T has.
 template <class T> T Low(std::int64_t v)
 {
-    if constexpr (sizeof(T) == 1) return reference::low8(v);
-    else if constexpr (sizeof(T) == 2) return reference::low16(v);
-    else return reference::low32(v);
+    if constexpr (sizeof(T) == 1) return reference::Low8(v);
+    else if constexpr (sizeof(T) == 2) return reference::Low16(v);
+    else return reference::Low32(v);
 }
 
 /// Numbers that are the same in every run: values of the whole range, the ends of it more often.
 class Random {
 public:
-    explicit Random(unsigned seed) : bits_(seed) {}
+    explicit Random(unsigned seed) : bits(seed) {}
 
-    std::uint32_t Bits() { return static_cast<std::uint32_t>(bits_()); }
+    std::uint32_t Bits() { return static_cast<std::uint32_t>(bits()); }
     int Below(int n) { return static_cast<int>(Bits() % static_cast<std::uint32_t>(n)); }
 
     template <class T> T Value()
@@ -80,7 +80,7 @@ public:
     }
 
 private:
-    std::mt19937 bits_;
+    std::mt19937 bits;
 };
 
 /// Where in its image a view of so many elements lies: untouched columns and rows around it, and the steps of

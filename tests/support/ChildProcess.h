@@ -95,24 +95,24 @@ inline void Check(bool good, const char* what)
 /// One end or both of something open.
 class Descriptor {
 public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    explicit Descriptor(int open = -1) : fd(open) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { Close(); }
     void Close()
     {
-        if (fd_ >= 0) close(fd_);
-        fd_ = -1;
+        if (fd >= 0) close(fd);
+        fd = -1;
     }
-    void Reset(int fd)
+    void Reset(int other)
     {
         Close();
-        fd_ = fd;
+        fd = other;
     }
-    int Get() const { return fd_; }
+    int Get() const { return fd; }
 
 private:
-    int fd_;
+    int fd;
 };
 
 /// A child whose standard output and error are read here. It is killed at the latest with this object.
@@ -128,17 +128,17 @@ public:
                              std::fflush(in) == 0 && lseek(fileno(in), 0, SEEK_SET) == 0;
         int outPipe[2], errPipe[2];
         Check(written && pipe2(outPipe, O_CLOEXEC) == 0, "pipe");
-        out_.Reset(outPipe[0]);
+        outReader.Reset(outPipe[0]);
         Descriptor outEnd(outPipe[1]);
         Check(pipe2(errPipe, O_CLOEXEC) == 0, "pipe");
-        err_.Reset(errPipe[0]);
+        errReader.Reset(errPipe[0]);
         Descriptor errEnd(errPipe[1]);
 
         std::fflush(nullptr);
         const pid_t parent = getpid();
-        pid_ = fork();
-        Check(pid_ >= 0, "fork");
-        if (pid_ == 0) {
+        pid = fork();
+        Check(pid >= 0, "fork");
+        if (pid == 0) {
             setpgid(0, 0);
             prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that is killed takes its child along
             if (getppid() != parent) _exit(1);
@@ -163,7 +163,8 @@ public:
     /// Reads what there is, waiting up to `patience` for something. \return whether anything came
     bool Read(std::chrono::milliseconds patience)
     {
-        pollfd ends[2] = {{out_.Get(), POLLIN, 0}, {err_.Get(), POLLIN, 0}}; // poll passes over closed ones
+        pollfd ends[2] = {{outReader.Get(), POLLIN, 0},
+                          {errReader.Get(), POLLIN, 0}}; // poll passes over closed ones
         poll(ends, 2, static_cast<int>(patience.count()));
         bool came = false;
         for (int i = 0; i < 2; i++) {
@@ -171,7 +172,7 @@ public:
             char bytes[65536];
             const ssize_t n = read(ends[i].fd, bytes, sizeof bytes);
             if (n > 0) (i == 0 ? out : err).append(bytes, static_cast<std::size_t>(n));
-            else if (n == 0 || errno != EINTR) (i == 0 ? out_ : err_).Close();
+            else if (n == 0 || errno != EINTR) (i == 0 ? outReader : errReader).Close();
             came = came || n > 0;
         }
         return came;
@@ -179,8 +180,8 @@ public:
 
     bool Ended()
     {
-        if (!ended_) ended_ = waitpid(pid_, &status_, WNOHANG) == pid_;
-        return ended_;
+        if (!ended) ended = waitpid(pid, &status, WNOHANG) == pid;
+        return ended;
     }
 
     /// Ends the child and what it started.
@@ -188,19 +189,19 @@ public:
     {
         if (Ended()) return;
 #ifdef TELVANE_COVERAGE
-        kill(pid_, SIGTERM); // coverage/counts_on_sigterm.cpp answers it
+        kill(pid, SIGTERM); // coverage/counts_on_sigterm.cpp answers it
         for (int i = 0; i < 1000 && !Ended(); i++) usleep(5000);
         if (Ended()) return;
 #endif
-        kill(-pid_, SIGKILL);
-        kill(pid_, SIGKILL); // it may not have got to its own group yet
-        ended_ = waitpid(pid_, &status_, 0) == pid_;
+        kill(-pid, SIGKILL);
+        kill(pid, SIGKILL); // it may not have got to its own group yet
+        ended = waitpid(pid, &status, 0) == pid;
     }
 
     /// Sleeps in the kernel; `ticks` becomes the processor time it has used so far.
     bool Asleep(long& ticks) const
     {
-        std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
+        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
         std::string text(std::istreambuf_iterator<char>(file), {});
         const std::size_t name = text.rfind(')'); // the name before it may hold anything
         char state = 0;
@@ -213,15 +214,15 @@ public:
         return state == 'S';
     }
 
-    int Status() const { return status_; }
+    int Status() const { return status; }
 
     std::string out, err;
 
 private:
-    pid_t pid_ = -1;
-    Descriptor out_, err_;
-    bool ended_ = false;
-    int status_ = 0;
+    pid_t pid = -1;
+    Descriptor outReader, errReader;
+    bool ended = false;
+    int status = 0;
 };
 
 inline std::string Ending(int status)
@@ -359,18 +360,18 @@ public:
     {
         std::string name = (std::filesystem::temp_directory_path() / "telvane-test-XXXXXX").string();
         child_process::Check(mkdtemp(name.data()) != nullptr, "mkdtemp");
-        path_ = name;
+        path = name;
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder()
     {
         std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        std::filesystem::remove_all(path, ignored);
     }
 
-    const std::string& path() const { return path_; }
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+    const std::string& Path() const { return path; }
+    std::string operator/(const std::string& name) const { return path + "/" + name; }
     bool Has(const std::string& name) const { return std::filesystem::exists(*this / name); }
 
     void Write(const std::string& name, const std::string& bytes) const
@@ -387,5 +388,5 @@ public:
     }
 
 private:
-    std::string path_;
+    std::string path;
 };

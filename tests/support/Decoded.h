@@ -66,7 +66,7 @@ struct Colours {
     FileBytes samples; ///< red, green, blue, from the top left
 
     /// Red, green and blue of a pixel as 0xRRGGBB.
-    unsigned at(int x, int y) const
+    unsigned At(int x, int y) const
     {
         const std::uint8_t* const p = &samples.at(3 * (static_cast<std::size_t>(y) * width + x));
         return static_cast<unsigned>(p[0]) << 16 | static_cast<unsigned>(p[1]) << 8 | p[2];

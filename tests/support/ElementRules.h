@@ -45,7 +45,7 @@ template <class T> T Cut(float f)
         if (std::isnan(f) || f <= 0) return 0;
         return Low<T>(f >= 4294967296.0f ? std::int64_t{0xFFFFFFFF} : static_cast<std::int64_t>(f));
     } else {
-        return Low<T>(reference::toInt(f));
+        return Low<T>(reference::ToInt(f));
     }
 }
 

@@ -59,28 +59,28 @@ template <class T> Picture<T> Checkerboard(int w, int h, T a, T b, int cell = 1)
 {
     Picture<T> picture(w, h);
     for (int y = 0; y < h; y++)
-        for (int x = 0; x < w; x++) picture.at(x, y) = (x / cell + y / cell) % 2 == 0 ? a : b;
+        for (int x = 0; x < w; x++) picture.At(x, y) = (x / cell + y / cell) % 2 == 0 ? a : b;
     return picture;
 }
 
 template <class T> Picture<T> OneRow(int w, int h, int row, T value, T background = 0)
 {
     Picture<T> picture(w, h, background);
-    for (int x = 0; x < w; x++) picture.at(x, row) = value;
+    for (int x = 0; x < w; x++) picture.At(x, row) = value;
     return picture;
 }
 
 template <class T> Picture<T> OneColumn(int w, int h, int column, T value, T background = 0)
 {
     Picture<T> picture(w, h, background);
-    for (int y = 0; y < h; y++) picture.at(column, y) = value;
+    for (int y = 0; y < h; y++) picture.At(column, y) = value;
     return picture;
 }
 
 inline Sequence SequenceOf(const std::vector<Bytes>& frames)
 {
     Sequence seq(frames.at(0).w, frames.at(0).h, static_cast<int>(frames.size()));
-    for (int t = 0; t < seq.n; t++) seq.setFrame(t, frames[static_cast<std::size_t>(t)]);
+    for (int t = 0; t < seq.n; t++) seq.SetFrame(t, frames[static_cast<std::size_t>(t)]);
     return seq;
 }
 
@@ -101,7 +101,7 @@ template <class T> Picture<T> PictureOf(const kavrix::Mat<T>& m)
     if (m.p_data == nullptr) return {};
     Picture<T> picture(m.dim1 > 0 ? m.dim1 : 0, m.dim2 > 0 ? m.dim2 : 0);
     for (int y = 0; y < picture.h; y++)
-        for (int x = 0; x < picture.w; x++) picture.at(x, y) = m(x, y);
+        for (int x = 0; x < picture.w; x++) picture.At(x, y) = m(x, y);
     return picture;
 }
 
@@ -153,7 +153,7 @@ public:
         : Laid(picture.w, picture.h, layout, random)
     {
         for (int y = 0; y < picture.h; y++)
-            for (int x = 0; x < picture.w; x++) view(x, y) = picture.at(x, y);
+            for (int x = 0; x < picture.w; x++) view(x, y) = picture.At(x, y);
     }
     /// The view holds noise.
     Laid(int w, int h, const Layout& layout, Random& random)
@@ -205,7 +205,7 @@ public:
     {
         for (int t = 0; t < seq.n; t++)
             for (int y = 0; y < seq.h; y++)
-                for (int x = 0; x < seq.w; x++) view(x, y, t) = seq.at(x, y, t);
+                for (int x = 0; x < seq.w; x++) view(x, y, t) = seq.At(x, y, t);
     }
 
     CubByte storage;
@@ -217,7 +217,7 @@ inline Sequence SequenceOf(const CubByte& c)
     Sequence seq(c.dim1, c.dim2, c.dim3);
     for (int t = 0; t < seq.n; t++)
         for (int y = 0; y < seq.h; y++)
-            for (int x = 0; x < seq.w; x++) seq.at(x, y, t) = c(x, y, t);
+            for (int x = 0; x < seq.w; x++) seq.At(x, y, t) = c(x, y, t);
     return seq;
 }
 
@@ -233,10 +233,10 @@ template <class T> testing::AssertionResult Same(const Picture<T>& got, const Pi
     testing::AssertionResult result = testing::AssertionFailure();
     for (int y = 0; y < got.h; y++) {
         for (int x = 0; x < got.w; x++) {
-            if (got.at(x, y) == wanted.at(x, y)) continue;
+            if (got.At(x, y) == wanted.At(x, y)) continue;
             if (differing++ == 0)
-                result << "(" << x << ", " << y << ") is " << +got.at(x, y) << " instead of "
-                       << +wanted.at(x, y);
+                result << "(" << x << ", " << y << ") is " << +got.At(x, y) << " instead of "
+                       << +wanted.At(x, y);
         }
     }
     if (differing == 0) return testing::AssertionSuccess();

@@ -80,13 +80,13 @@ inline std::string FrameName(std::size_t i, const char* suffix = ".bmp")
 inline void WriteFrames(const TemporaryFolder& folder, const std::vector<BytePicture>& frames)
 {
     for (std::size_t i = 0; i < frames.size(); i++)
-        folder.Write(FrameName(i), AsText(reference::bmpByte(frames[i])));
+        folder.Write(FrameName(i), AsText(reference::BmpByte(frames[i])));
 }
 
 inline Words FilesIn(const TemporaryFolder& folder)
 {
     Words names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
@@ -125,7 +125,7 @@ inline Finished RunIn(const TemporaryFolder& folder, const std::string& program,
 {
     RunOptions options;
     options.timeout = std::chrono::seconds(200);
-    return Run(Join({{program}, words}), folder.path(), options);
+    return Run(Join({{program}, words}), folder.Path(), options);
 }
 
 /// A file's bytes, or that there is none where `expected` is empty.
@@ -147,9 +147,9 @@ inline testing::AssertionResult HasFile(const TemporaryFolder& folder, const std
 /// The pictures of a finished run are those of the prediction, and no others.
 inline void ExpectPictures(const TemporaryFolder& folder, const reference::Run& predicted)
 {
-    const bool hasDetected = !predicted.detected.empty();
+    const bool hasDetected = !predicted.detected.Empty();
     EXPECT_TRUE(HasFile(folder, "detected.jpg",
-                        hasDetected ? reference::jpegGrey(predicted.detected, 85) : reference::Bytes()));
+                        hasDetected ? reference::JpegGrey(predicted.detected, 85) : reference::Bytes()));
     EXPECT_TRUE(HasFile(folder, "hough.bmp", predicted.hough));
     EXPECT_TRUE(HasFile(folder, "u_sum_sh.bmp", predicted.uSum));
     EXPECT_TRUE(HasFile(folder, "v_sum_sh.bmp", predicted.vSum));

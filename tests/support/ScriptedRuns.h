@@ -28,6 +28,6 @@ template <class T> reference::Picture<T> Answer(int width, int height)
 {
     reference::Picture<T> picture(width, height);
     for (int y = 0; y < height; y++)
-        for (int x = 0; x < width; x++) picture.at(x, y) = static_cast<std::uint8_t>(7 * x + 31 * y);
+        for (int x = 0; x < width; x++) picture.At(x, y) = static_cast<std::uint8_t>(7 * x + 31 * y);
     return picture;
 }

@@ -72,7 +72,7 @@ inline BytePicture WheelFrame(const WheelScene& scene, int frame)
 inline Sequence WheelFrames(const WheelScene& scene, int frames, int first = 0, int gap = 1)
 {
     Sequence seq(scene.width, scene.height, frames);
-    for (int t = 0; t < frames; t++) seq.setFrame(t, WheelFrame(scene, first + t * gap));
+    for (int t = 0; t < frames; t++) seq.SetFrame(t, WheelFrame(scene, first + t * gap));
     return seq;
 }
 
@@ -88,7 +88,7 @@ inline Sequence NoiseFrames(int width, int height, int frames, unsigned seed, in
 
 inline BytePicture NoiseFrame(int width, int height, unsigned seed)
 {
-    return NoiseFrames(width, height, 1, seed).frame(0);
+    return NoiseFrames(width, height, 1, seed).Frame(0);
 }
 
 // ---------------------------------------------------------------------------------- arrays and pictures
@@ -134,7 +134,7 @@ inline testing::AssertionResult Same(const Sequence& actual, const Sequence& exp
     if (actual.n != expected.n)
         return testing::AssertionFailure() << actual.n << " frames instead of " << expected.n;
     for (int t = 0; t < expected.n; t++)
-        if (testing::AssertionResult same = Same(actual.frame(t), expected.frame(t)); !same)
+        if (testing::AssertionResult same = Same(actual.Frame(t), expected.Frame(t)); !same)
             return same << ", in frame " << t;
     return testing::AssertionSuccess();
 }

@@ -28,7 +28,7 @@ pictures::Bytes Drawn(const Canvas& canvas)
 {
     pictures::Bytes drawn(canvas.width(), canvas.height());
     for (int y = 0; y < drawn.h; y++)
-        for (int x = 0; x < drawn.w; x++) drawn.at(x, y) = canvas.at(x, y) == ground ? 0 : 1;
+        for (int x = 0; x < drawn.w; x++) drawn.At(x, y) = canvas.at(x, y) == ground ? 0 : 1;
     return drawn;
 }
 
@@ -47,7 +47,7 @@ TEST(Canvas, AGreyPictureKeepsItsPixels)
     ASSERT_EQ(canvas.height(), 7);
     for (int y = 0; y < 7; y++)
         for (int x = 0; x < 13; x++) {
-            const std::uint8_t v = grey.at(x, y);
+            const std::uint8_t v = grey.At(x, y);
             EXPECT_EQ(canvas.at(x, y), (Colour{v, v, v}));
         }
 }
@@ -112,7 +112,7 @@ TEST(Canvas, TheHeadOfAnArrowIsAtItsEnd)
     const auto inColumns = [&](int from, int to) {
         int count = 0;
         for (int y = 0; y < drawn.h; y++)
-            for (int x = from; x <= to; x++) count += drawn.at(x, y);
+            for (int x = from; x <= to; x++) count += drawn.At(x, y);
         return count;
     };
     EXPECT_EQ(inColumns(10, 20), 11);
@@ -160,7 +160,7 @@ TEST(Canvas, TextIsAsWideAsItSays)
     int first = drawn.w, last = -1;
     for (int y = 0; y < drawn.h; y++)
         for (int x = 0; x < drawn.w; x++)
-            if (drawn.at(x, y)) {
+            if (drawn.At(x, y)) {
                 first = std::min(first, x);
                 last = std::max(last, x);
             }
@@ -202,7 +202,7 @@ TEST(Canvas, ThePngFileHoldsThePixels)
     for (int y = 0; y < 11; y++)
         for (int x = 0; x < 37; x++) {
             const Colour c = canvas.at(x, y);
-            EXPECT_EQ(read.at(x, y), static_cast<unsigned>(c.red << 16 | c.green << 8 | c.blue));
+            EXPECT_EQ(read.At(x, y), static_cast<unsigned>(c.red << 16 | c.green << 8 | c.blue));
         }
 }
 

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 std::ptrdiff_t Entries(const TemporaryFolder& folder)
 {
-    return std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator());
+    return std::distance(fs::directory_iterator(folder.Path()), fs::directory_iterator());
 }
 
 TEST(Files, WhatIsWrittenIsReadBack)
@@ -52,7 +52,7 @@ TEST(Files, WhyAFileCannotBeReadIsSaid)
     std::string bytes = "before";
     EXPECT_EQ(ReadWhole(folder / "missing", bytes), "not there");
     EXPECT_EQ(bytes, "");
-    EXPECT_EQ(ReadWhole(folder.path(), bytes), "Is a directory");
+    EXPECT_EQ(ReadWhole(folder.Path(), bytes), "Is a directory");
     folder.Write("file", "x");
     EXPECT_EQ(ReadWhole(folder / "file/below", bytes), "Not a directory");
     EXPECT_EQ(ReadWhole("/dev/zero", bytes), "too large");
