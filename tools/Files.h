@@ -9,7 +9,8 @@
 std::string ReadWhole(const std::string& name, std::string& bytes);
 
 /// Writes the whole file or leaves the one that is there as it is: into a temporary file beside it, which
-/// then takes its name. \return nothing, or why it could not be written, in the system's words
+/// then takes its name.
+/// \return nothing, or why it could not be written, in the system's words
 std::string WriteWhole(const std::string& name, const std::string& bytes);
 
 #endif

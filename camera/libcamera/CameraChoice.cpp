@@ -1,5 +1,4 @@
 // Which of several cameras is the board's own.
-
 #include <camera/libcamera/CameraChoice.h>
 
 #include <algorithm>

@@ -1,5 +1,4 @@
 // All that is asked of libcamera: its manager, one camera with one stream, and the requests that go round.
-
 #include <camera/libcamera/Device.h>
 
 #include <camera/libcamera/CameraChoice.h>

@@ -1,5 +1,4 @@
 // A camera that runs. Device.cpp drives it through libcamera; tests link one of their own in its place.
-
 #ifndef CAMERA_LIBCAMERA_DEVICE_H
 #define CAMERA_LIBCAMERA_DEVICE_H
 

@@ -1,5 +1,4 @@
 // Frames on their way from the thread that takes them to the thread that looks at them.
-
 #include <camera/libcamera/FrameExchange.h>
 
 #include <algorithm>

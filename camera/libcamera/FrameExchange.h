@@ -1,5 +1,4 @@
 // Frames on their way from the thread that takes them to the thread that looks at them.
-
 #ifndef CAMERA_LIBCAMERA_FRAMEEXCHANGE_H
 #define CAMERA_LIBCAMERA_FRAMEEXCHANGE_H
 

@@ -1,6 +1,5 @@
 // Pictures as cameras hand them out, and the one form that the program reads: blue, green, red.
 // Every format is one line of a table: where the three values of a pixel lie. One loop reads them all.
-
 #include <camera/libcamera/PictureConvert.h>
 
 #include <algorithm>

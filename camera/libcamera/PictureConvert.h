@@ -1,5 +1,4 @@
 // Pictures as cameras hand them out, and the one form that the program reads: blue, green, red.
-
 #ifndef CAMERA_LIBCAMERA_PICTURECONVERT_H
 #define CAMERA_LIBCAMERA_PICTURECONVERT_H
 

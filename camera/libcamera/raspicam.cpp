@@ -1,5 +1,4 @@
 // The camera as the program sees it: opening, waiting for frames, and a buffer that is always there.
-
 #include <raspicam/raspicam.h>
 
 #include <camera/libcamera/Device.h>

@@ -1,5 +1,4 @@
 // The simulated camera: the default wheel, frame by frame.
-
 #include <raspicam/raspicam.h>
 
 #include <simulator/Wheel.h>

@@ -1,5 +1,4 @@
 // The box filters: repeated sums of neighbours, held against plain loops and against binomial weights.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

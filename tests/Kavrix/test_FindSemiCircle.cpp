@@ -1,5 +1,4 @@
 // The sliding sum under a pattern and the search for the ring, held against one addition per cell and place.
-
 #include <tests/support/Pictures.h>
 
 #include <tests/reference/Ring.h>

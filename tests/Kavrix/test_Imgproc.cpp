@@ -1,5 +1,4 @@
 // The 3 x 3 filters, held against plain loops.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

@@ -1,5 +1,4 @@
 // Optical flow and its normalisation, held bit for bit against plain loops.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 
@@ -81,8 +80,7 @@ Bytes Shifted(const Bytes& picture, int dx, int dy)
     return shifted;
 }
 
-// ---------------------------------------------------------------------------------- against the plain
-// version
+// ---------------------------------------------------------------------------------- against plain loops
 
 TEST(OptFlow, RandomFramesOfEverySizeMatchThePlainVersion)
 {

@@ -1,6 +1,5 @@
 // Cancellation of the motion functions: at every checkpoint in turn, with a query of our own in the place of
 // the library's.
-
 #include <tests/support/Pictures.h>
 
 #include <tests/reference/Flow.h>

@@ -1,6 +1,5 @@
 // One use of every public name of the arrays and the picture files, as a caller writes it, with the types of
 // what comes back. What the names do in depth is tested unit by unit.
-
 #include <tests/support/ArrayShapes.h>
 #include <tests/support/ChildProcess.h>
 

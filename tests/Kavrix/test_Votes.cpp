@@ -1,5 +1,4 @@
 // Histograms, thresholds and the votes for the centre of rotation, held against plain loops.
-
 #include <tests/support/Pictures.h>
 
 #include <tests/reference/Votes.h>

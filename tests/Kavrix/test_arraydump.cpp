@@ -1,5 +1,4 @@
 // The dump of arrays of every type and shape, read back by a small reader.
-
 #include <tests/support/ArrayShapes.h>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 // Reading of BMP files: every field of the headers, every place where a file can end, and what the arrays
 // that are read into have to do with it.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 
@@ -1070,8 +1069,7 @@ TEST(bmpread, SixteenBitViewsOfAnyStridesAreRead)
     }
 }
 
-// ---------------------------------------------------------------------------------- files by name, and
-// streams
+// ---------------------------------------------------------------------------------- files by name and stream
 
 TEST(bmpread, AFileIsReadByItsName)
 {

@@ -1,5 +1,4 @@
 // Writing of BMP files: every byte of them, and what happens where a byte cannot be written.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

@@ -1,5 +1,4 @@
 // Markers and lines in byte and short pictures, pixel by pixel.
-
 #include <tests/support/Pictures.h>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 // Writing of JPEG files, read back by libjpeg's decompressor.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Decoded.h>
 #include <tests/support/Pictures.h>

@@ -1,7 +1,6 @@
 // The JPEG writer where calls of libjpeg end by an exception. The linker puts the functions below in the
 // place of libjpeg's (its option --wrap); each throws when its turn has come, and otherwise calls the real
 // one.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

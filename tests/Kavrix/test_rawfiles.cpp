@@ -1,5 +1,4 @@
 // RAW, TIFF and IMG files: their bytes, and the message of every failure.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

@@ -472,8 +472,7 @@ TEST(Sqrt, WritesTheViewOnly)
     EXPECT_EQ(Values<float>(m), (std::vector<float>{4, 2, 4, 2}));
 }
 
-// ---------------------------------------------------------------------------------- ordering of short
-// vectors
+// ---------------------------------------------------------------------------------- order of short vectors
 
 /// Selection of rank k, step by step.
 short PlainSelect(std::vector<short>& a, int k)

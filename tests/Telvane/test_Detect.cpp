@@ -1,5 +1,4 @@
 // The detection from frames to output region: its checks, its steps, and what it leaves behind.
-
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/TestQ.h>
@@ -1035,7 +1034,8 @@ TEST(Detect, FramesOfTwoPixelsWithoutFlowAreTaken)
 
 // ---------------------------------------------------------------------------------- cancellation
 
-/// Cancels at every checkpoint in turn. \return how many there were
+/// Cancels at every checkpoint in turn.
+/// \return how many there were
 int CancelEverywhere(const Call& call, const std::function<std::string(int checkpoint)>& expectedLine)
 {
     stopAt = 0;

@@ -1,6 +1,5 @@
 // The detection between its steps: which arguments each gets, and what becomes of their results. The flow,
 // its normalisation and the votes are doubles here that answer as the test says.
-
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/OptFlow.h>

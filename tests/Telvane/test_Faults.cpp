@@ -1,6 +1,5 @@
 // The program when the world around it fails: full disks, folders that cannot be written, broken frame files,
 // cameras that fall off, closed streams, and its own end in the middle of writing.
-
 #include <tests/support/ScriptedRuns.h>
 
 #include <tests/reference/CommandLine.h>
@@ -30,8 +29,7 @@ namespace {
 const std::string program = TELVANE_PATH, filmCamera = TELVANE_FILM_CAMERA,
                   toldDetection = TELVANE_TOLD_DETECTION;
 
-// ---------------------------------------------------------------------------------- runs that write
-// everything
+// ---------------------------------------------------------------------------------- runs that write all
 
 const std::string loadingFailed = "Error -1:  ... error loading images!\n";
 const std::string diskFull = "Output file write error --- out of disk space?\n"; // libjpeg's words
@@ -297,8 +295,7 @@ TEST_F(Faults, ErrorsThatNobodyReadsKeepTheirStatus)
     EXPECT_EQ(Run(asBmp, mute).status, 1);
 }
 
-// ---------------------------------------------------------------------------------- folders that cannot be
-// written
+// ---------------------------------------------------------------------------------- unwritable folders
 
 /// A folder without permission to write, for root as well: the child gives up the right to pass over
 /// permission bits. It keeps the one to pass through folders, since the program may lie in one that is closed

@@ -1,5 +1,4 @@
 // The program when there is no more memory, by limits on its addresses.
-
 #include <tests/support/ProgramRuns.h>
 
 #include <tests/reference/CommandLine.h>

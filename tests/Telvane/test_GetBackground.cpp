@@ -1,5 +1,4 @@
 // The background of a sequence: for every pixel the value of one rank among all frames.
-
 #include <Telvane/Telvane.h>
 
 #include <tests/support/ChildProcess.h>

@@ -4,7 +4,6 @@
 // golden/results.txt holds a line for each, "<section>.<name> <value>": a checksum, or the value itself where
 // it is short. They only change where a result is meant to change. GOLDEN_RESULTS=<file> appends the lines to
 // that file instead of comparing them, and fails.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Digest.h>
 #include <tests/support/ProgramRuns.h>

@@ -1,5 +1,4 @@
 // Frames from a camera that does as the test says and writes down how it is called.
-
 #include <Telvane/Grab.h>
 
 #include <tests/reference/Filters.h>

@@ -1,5 +1,4 @@
 // Blanking of rectangles with cut corners.
-
 #include <Telvane/Telvane.h>
 
 #include <tests/support/ChildProcess.h>

@@ -2,7 +2,6 @@
 //
 // The sequences here have a single frame: there is no flow, and mag_sh keeps what the test draws into it. The
 // ring search then finds the ring that was drawn, so that the centre is the test's choice.
-
 #include <Telvane/Telvane.h>
 
 #include <tests/support/Wheels.h>

@@ -1,6 +1,5 @@
 // The program as a process, with frames from files and from the simulated camera: what it prints, what it
 // writes, and its exit status.
-
 #include <tests/support/ProgramRuns.h>
 
 #include <tests/reference/CommandLine.h>

@@ -1,6 +1,5 @@
 // The program as a process with cameras of the tests' own: one that does not open, and one that hands out
 // known bytes and writes down how it is called.
-
 #include <tests/support/ScriptedRuns.h>
 
 #include <tests/reference/CommandLine.h>

@@ -1,6 +1,5 @@
 // What the program makes of its command line and of the detection's answers: the detection behind it only
 // writes down what it gets, and answers as the test says.
-
 #include <tests/support/ScriptedRuns.h>
 
 #include <tests/reference/CommandLine.h>

@@ -1,5 +1,4 @@
 // Frames on their way from one thread to another: order, waiting, losing, closing.
-
 #include <camera/libcamera/FrameExchange.h>
 
 #include <tests/support/RefusedMemory.h>

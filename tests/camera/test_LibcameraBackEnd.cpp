@@ -1,5 +1,4 @@
 // The camera class of the libcamera back end, over a device that does as the test says.
-
 #include <raspicam/raspicam.h>
 
 #include <camera/libcamera/CameraChoice.h>

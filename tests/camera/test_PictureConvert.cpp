@@ -1,5 +1,4 @@
 // Pictures in every format that a camera may hand out, written byte by byte here, read by the conversion.
-
 #include <camera/libcamera/PictureConvert.h>
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 // The camera in memory: what it delivers, what it says and when.
-
 #include <raspicam/raspicam.h>
 
 #include <simulator/Wheel.h>

@@ -1,6 +1,5 @@
 // Linked into every program of a coverage build: one that is ended by SIGTERM writes its counts before it
 // goes. The fail-stop sleeps until it is killed, and what led there would not be counted otherwise.
-
 #include <csignal>
 
 #include <unistd.h>

@@ -1,5 +1,4 @@
 // The examples, run as programs: what they write, held against their input.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 

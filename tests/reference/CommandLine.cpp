@@ -1,3 +1,4 @@
+// What the program answers: the words, then the run that they ask for.
 #include <tests/reference/CommandLine.h>
 
 #include <tests/reference/Numbers.h>

@@ -1,3 +1,4 @@
+// The detection, step after step.
 #include <tests/reference/Detection.h>
 
 #include <tests/reference/Filters.h>

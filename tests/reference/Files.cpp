@@ -1,3 +1,4 @@
+// Picture files written and read byte after byte.
 #include <tests/reference/Files.h>
 
 #include <tests/reference/Numbers.h>

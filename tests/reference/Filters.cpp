@@ -1,3 +1,4 @@
+// The filters, pass after pass over whole pictures.
 #include <tests/reference/Filters.h>
 
 #include <tests/reference/Numbers.h>

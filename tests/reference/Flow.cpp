@@ -1,3 +1,4 @@
+// The optical flow, matrix after matrix.
 #include <tests/reference/Flow.h>
 
 #include <tests/reference/Filters.h>

@@ -1,3 +1,4 @@
+// Compression by plain calls of libjpeg.
 #include <tests/reference/Jpeg.h>
 
 #include <cstdio>

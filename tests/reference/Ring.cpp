@@ -1,3 +1,4 @@
+// The ring search, cell after cell.
 #include <tests/reference/Ring.h>
 
 #include <tests/reference/Numbers.h>

@@ -1,3 +1,4 @@
+// The votes, pixel after pixel.
 #include <tests/reference/Votes.h>
 
 #include <tests/reference/Numbers.h>

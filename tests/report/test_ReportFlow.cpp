@@ -1,5 +1,4 @@
 // The motion in colours.
-
 #include <tests/support/Pictures.h>
 
 #include <report/Flow.h>

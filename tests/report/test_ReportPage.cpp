@@ -1,5 +1,4 @@
 // The text of the page.
-
 #include <tests/support/Html.h>
 
 #include <report/Page.h>

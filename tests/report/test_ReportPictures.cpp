@@ -1,5 +1,4 @@
 // The picture files of a run as telvane-report reads them: of every width, damaged, and of other kinds.
-
 #include <tests/support/Pictures.h>
 
 #include <report/Pictures.h>

@@ -1,5 +1,4 @@
 // telvane-report as a program: what it says, and the page that it writes.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Decoded.h>
 #include <tests/support/FileSizeLimit.h>

@@ -1,5 +1,4 @@
 // The peak of the votes, the next best one, and the heat map.
-
 #include <tests/support/Pictures.h>
 
 #include <report/Votes.h>

@@ -160,7 +160,8 @@ public:
     Child& operator=(const Child&) = delete;
     ~Child() { Kill(); }
 
-    /// Reads what there is, waiting up to `patience` for something. \return whether anything came
+    /// Reads what there is, waiting up to `patience` for something.
+    /// \return whether anything came
     bool Read(std::chrono::milliseconds patience)
     {
         pollfd ends[2] = {{outReader.Get(), POLLIN, 0},

@@ -1,5 +1,4 @@
 // The picture that the tools draw on, its letters and its PNG file.
-
 #include <tests/support/Decoded.h>
 #include <tests/support/Pictures.h>
 

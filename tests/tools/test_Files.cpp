@@ -1,5 +1,4 @@
 // Files that the tools read and write as a whole.
-
 #include <tests/support/ChildProcess.h>
 #include <tests/support/FileSizeLimit.h>
 

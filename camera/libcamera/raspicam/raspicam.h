@@ -1,6 +1,5 @@
 // A camera of today's system, over libcamera, with the interface of the board's older camera library as far
 // as the program uses it. Nothing of libcamera is seen here.
-
 #ifndef CAMERA_LIBCAMERA_RASPICAM_RASPICAM_H
 #define CAMERA_LIBCAMERA_RASPICAM_RASPICAM_H
 
@@ -26,8 +25,9 @@ public:
     bool open(bool startCapture = true);
 
     /// Waits for the next frame, at most two seconds. Frames come in order, none twice. When the caller is
-    /// slow a few wait for it, beyond which the oldest are lost. \return false if none came in that time, the
-    /// camera is gone or not open; the buffer is then what it was
+    /// slow a few wait for it, beyond which the oldest are lost.
+    /// \return false if none came in that time, the camera is gone or not open; the buffer is then what it
+    /// was
     bool grab();
 
     /// \return the last grabbed frame, black before the first; never null. It stays as it is until the next

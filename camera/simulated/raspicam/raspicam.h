@@ -1,6 +1,5 @@
 // A camera in memory with the interface of the board's camera library, as far as the program uses it.
 // It films a turning wheel (simulator/Wheel.h, the default scene), the same frames in every run.
-
 #ifndef CAMERA_SIMULATED_RASPICAM_RASPICAM_H
 #define CAMERA_SIMULATED_RASPICAM_RASPICAM_H
 

@@ -1,5 +1,4 @@
 // What the camera of film.cpp shows: bytes that differ from pixel to pixel and from grab to grab.
-
 #ifndef TESTS_SCRIPTED_CAMERA_FILM_H
 #define TESTS_SCRIPTED_CAMERA_FILM_H
 

@@ -1,5 +1,4 @@
 // A camera that does not open.
-
 #include <raspicam/raspicam.h>
 
 namespace raspicam {

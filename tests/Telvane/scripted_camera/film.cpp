@@ -1,5 +1,4 @@
 // A camera that hands out known bytes and writes down how it is called.
-
 #include <raspicam/raspicam.h>
 
 #include <tests/Telvane/scripted_camera/Film.h>

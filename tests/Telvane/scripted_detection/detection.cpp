@@ -1,7 +1,6 @@
 // Masks and detection of a program that only writes down what it was asked, in detection.log. What the
 // detection answers stands in detection.txt in the working folder: its result, the region, and the size of
 // each picture.
-
 #include <Telvane/Telvane.h>
 
 #include <cstdio>

@@ -1,6 +1,5 @@
 // A camera for tests, with the interface of the board's camera library as far as the program uses it. What it
 // does is linked: test_Grab brings its own, the program's test cameras are closed.cpp and film.cpp.
-
 #ifndef TESTS_SCRIPTED_CAMERA_RASPICAM_H
 #define TESTS_SCRIPTED_CAMERA_RASPICAM_H
 

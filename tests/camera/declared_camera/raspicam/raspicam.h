@@ -1,6 +1,5 @@
 // What the program may use of the raspicam library, and nothing else: declarations to compile against where
 // the library is not there. What the program needs beyond them does not compile.
-
 #ifndef TESTS_DECLARED_CAMERA_RASPICAM_H
 #define TESTS_DECLARED_CAMERA_RASPICAM_H
 
