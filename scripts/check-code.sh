@@ -31,6 +31,13 @@ tidy() {
 cpp_files | grep '\.cpp$' | grep -vE '^(tests|fuzz)/' | tidy "$folder"
 cpp_files | grep '^fuzz/.*\.cpp$' | tidy build/fuzz
 
+echo "private headers"
+# What is installed, and the examples, which are built against that, cannot include what is not.
+if grep -n '^ *# *include *[<"].*inner/' Kavrix/*.h examples/*.cpp >&2; then
+    echo "Kavrix/inner is for the library's own units and the programs of this tree" >&2
+    exit 1
+fi
+
 echo "cppcheck"
 cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inline-suppr \
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
