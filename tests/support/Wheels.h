@@ -97,11 +97,6 @@ inline CubByte ToCube(const Sequence& seq) { return pictures::ArrayOf(seq); }
 
 inline Sequence ToSequence(const CubByte& cube) { return pictures::SequenceOf(cube); }
 
-template <class M, class T> M ToMatrix(const reference::Picture<T>& picture)
-{
-    return pictures::ArrayOf(picture);
-}
-
 template <class T> reference::Picture<T> ToPicture(const kavrix::Mat<T>& m) { return pictures::PictureOf(m); }
 
 template <class V, class T> V ToVector(const std::vector<T>& values)
