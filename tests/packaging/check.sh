@@ -1,6 +1,6 @@
 #!/bin/bash
 # What stands beside the programs, held against the programs themselves:
-# check.sh Completion|ManualPages <folder packaging> <program>...
+# check.sh Completion|ManualPages|Readme <folder packaging> <program>...
 set -euo pipefail
 export LC_ALL=C
 
@@ -83,9 +83,69 @@ check_manual_pages() {
     done
 }
 
+# What README.md's tables and Telvane.1 say of the command line, one thing a line: options with their values, arguments
+# in their order, messages with the exit status that comes with them, statuses.
+readme_says() {
+    sed 's/…/.../g; s/–/-/g' "$packaging/../README.md" | awk -F ' *[|] *' '
+        function quoted(cell, separator,   text) {
+            while (match(cell, /`[^`]*`/)) {
+                text = text substr(cell, RSTART + 1, RLENGTH - 2) separator
+                cell = substr(cell, RSTART + RLENGTH)
+            }
+            return text
+        }
+        /^#/ { messages = $0 == "## Messages" }
+        $2 ~ /^`-[a-z]/ && $1 == "" && !/-D/ { printf "%s", quoted($2, "\n") }
+        $2 ~ /^[0-9]+ `</ { print "argument " quoted($2) }
+        messages && $2 ~ /`/ {
+            status[$3]
+            count = split(quoted($2, "\n"), text, "\n")
+            for (i = 1; i < count; i++) print text[i] ": " $3
+        }
+        END { for (s in status) if (s ~ /^[0-9]/) print "status " s }'
+}
+page_says() {
+    awk '
+        # The words behind the macro, those that the reader fills in between < and >.
+        function words(first,   i, text) {
+            for (i = first; i <= NF && $i != ","; i++) text = text (text == "" ? "" : " ") "<" $i ">"
+            return text
+        }
+        /^\.Sh / { section = substr($0, 5) }
+        /^\.It Fl / {
+            for (i = 2; i <= NF; i++)
+                if ($i == "Fl") print "-" $(i + 1) ($(i + 2) == "Ar" ? " " words(i + 3) : "")
+        }
+        section == "DESCRIPTION" && /^\.It Ar / { for (i = 3; i <= NF; i++) print "argument <" $i ">" }
+        section == "EXIT STATUS" && /^\.It / { print "status " $2 }
+        section == "DIAGNOSTICS" && /^\.(It "|El)/ {
+            if (told) for (i = 1; i <= count; i++) print message[i] ": " status
+            if (told) count = 0
+            told = 0
+            status = "-"
+            message[++count] = substr($0, 6, length($0) - 6)
+            next
+        }
+        section == "DIAGNOSTICS" && count {
+            told = 1
+            if (/^Status [0-9]+\.$/) status = $2 + 0
+            if (/^Halts[.:]/) status = "halts"
+        }' "$packaging/man/Telvane.1"
+}
+
+check_readme() {
+    local readme page
+    readme=$(readme_says) page=$(page_says)
+    same "arguments, in their order" "$(grep '^argument' <<<"$readme")" "$(grep '^argument' <<<"$page")"
+    same "number of arguments" 16 "$(grep -c '^argument' <<<"$readme")"
+    same "options, messages and statuses" "$(grep -v '^argument' <<<"$readme" | sort)" \
+        "$(grep -v '^argument' <<<"$page" | sort)"
+}
+
 case $what in
 Completion) check_completion ;;
 ManualPages) check_manual_pages ;;
+Readme) check_readme ;;
 *)
     echo "check.sh: no check is named $what" >&2
     exit 2
