@@ -212,10 +212,8 @@ private:
     void AddRow(int j, MatInt& u_sum, MatInt& v_sum)
     {
         const auto add = [width = cells + 2](const MatInt& sum, int y, short* row) {
-            Strided<int> to = ViewOf<int>(sum);
-            to.data = to.Row(y, 0);
             ElementwiseOver(
-                {width, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, to,
+                {width, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, ViewOf<int>(sum).Row(y),
                 Strided<short>{row, 1, 0, 0});
         };
         add(u_sum, j, U(sweeps, j));

@@ -75,22 +75,18 @@ template <class T> inline void RankOfEachPixel(const KX_Base& seq, const KX_Base
     const Shape row{seq.dim1, 1, 1};
     VecInt value(seq.dim1), below(seq.dim1);
     for (int y = 0; y < seq.dim2; y++) {
-        const auto at = [y](Strided<T> view, int z) {
-            view.data = view.Row(y, z);
-            return view;
-        };
         value.Fill(std::numeric_limits<T>::lowest());
         for (int bit = 1 << (8 * sizeof(T) - 1); bit > 0; bit /= 2) {
             below.Fill(0);
             for (int z = 0; z < seq.dim3; z++) {
                 ElementwiseOver(
                     row, [bit](int& n, int v, T pixel) { n += pixel < v + bit; }, ViewOf<int>(below),
-                    ViewOf<int>(value), at(ViewOf<T>(seq), z));
+                    ViewOf<int>(value), ViewOf<T>(seq).Row(y, z));
             }
             Elementwise<int, int>(value, below, [bit, k](int& v, int n) { v += n <= k ? bit : 0; });
         }
         ElementwiseOver(
-            row, [](T& p, int v) { p = static_cast<T>(v); }, at(ViewOf<T>(background), 0),
+            row, [](T& p, int v) { p = static_cast<T>(v); }, ViewOf<T>(background).Row(y),
             ViewOf<int>(value));
     }
 }

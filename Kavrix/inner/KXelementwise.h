@@ -20,7 +20,8 @@ template <class T> struct Strided {
     T* data;
     std::ptrdiff_t step1, step2, step3;
 
-    T* Row(int y, int z) const { return data + (y * step2 + z * step3); }
+    /// Row y of plane z, one row high.
+    Strided Row(int y, int z = 0) const { return {data + (y * step2 + z * step3), step1, 0, 0}; }
 };
 
 template <class T> Strided<T> ViewOf(const KX_Base& a)
@@ -45,9 +46,9 @@ template <class F, class... T> inline void ElementwiseOver(Shape shape, F f, Str
             if (dense) {
                 [width, &f](T*... row) {
                     for (int x = 0; x < width; x++) f(row[x]...);
-                }(views.Row(y, z)...);
+                }(views.Row(y, z).data...);
             } else {
-                for (int x = 0; x < width; x++) f(views.Row(y, z)[x * views.step1]...);
+                for (int x = 0; x < width; x++) f(views.Row(y, z).data[x * views.step1]...);
             }
         }
     }
