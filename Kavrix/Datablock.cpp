@@ -2,10 +2,13 @@
 #include <Kavrix/Datablock.h>
 
 #include <Kavrix/KXcommon.h>
+#include <Kavrix/inner/NotEnoughMemory.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+
+using namespace kavrix::inner;
 
 unsigned Datablock::mem = 0;
 unsigned Datablock::maxMem = 0;
@@ -28,7 +31,7 @@ Datablock* Datablock::create(KX_Base*, unsigned short itemsize, int len)
     const std::int64_t bytes = std::int64_t{len} * itemsize + std::int64_t{sizeof(Datablock)};
     void* piece = nullptr;
     if (len >= 0 && bytes <= PTRDIFF_MAX) piece = std::malloc(static_cast<std::size_t>(bytes));
-    if (piece == nullptr) error(1, "Datablock::create: Not enough memory");
+    if (piece == nullptr) NotEnoughMemory();
 
     Datablock* block = new (piece) Datablock;
     block->nrefs = 1;

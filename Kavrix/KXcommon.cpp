@@ -2,6 +2,8 @@
 #include <Kavrix/KXcommon.h>
 
 #include <Kavrix/inner/KXelementwise.h>
+#include <Kavrix/inner/NotEnoughMemory.h>
+#include <Kavrix/inner/Resize.h>
 
 #include <algorithm>
 #include <cctype>
@@ -26,8 +28,8 @@ Trace::Trace(const char* name)
     level++;
 }
 
-// A trace does not know whether its constructor was ignored: past 100 nested traces every surplus
-// destructor still pops one of the stored names, and the stack falls out of step. Kept so.
+// A trace holds nothing and does not know whether its constructor was ignored: past 100 nested traces every
+// surplus destructor still pops one of the stored names, and the stack falls out of step.
 Trace::~Trace()
 {
     if (level >= 1) level--;
@@ -185,13 +187,7 @@ KX_Base::KX_Base()
 {
 }
 
-KX_Base::KX_Base(const KX_Base& b)
-    : p_data(b.p_data), pblock(b.pblock), step1(b.step1), step2(b.step2), step3(b.step3), dim1(b.dim1),
-      dim2(b.dim2), dim3(b.dim3), poolObjType(b.poolObjType)
-{
-    std::memcpy(myName, b.myName, sizeof myName);
-    Datablock::addRef(this, pblock);
-}
+KX_Base::KX_Base(const KX_Base& b) : KX_Base() { Share(b); }
 
 KX_Base::~KX_Base()
 {
@@ -199,11 +195,16 @@ KX_Base::~KX_Base()
     pblock = nullptr;
 }
 
-void KX_Base::Share(const KX_Base& b)
+void KX_Base::ShareBlock(const KX_Base& b)
 {
     Datablock::addRef(this, b.pblock);
     pblock = b.pblock;
     p_data = b.p_data;
+}
+
+void KX_Base::Share(const KX_Base& b)
+{
+    ShareBlock(b);
     step1 = b.step1;
     step2 = b.step2;
     step3 = b.step3;
@@ -232,9 +233,7 @@ void KX_Base::Cut(const KX_Base& b, int width, Pick x, Pick y, Pick z)
         used++;
     }
 
-    Datablock::addRef(this, b.pblock);
-    pblock = b.pblock;
-    p_data = b.p_data;
+    ShareBlock(b);
     if (p_data) p_B_data += offset * width;
     step1 = newSteps[0];
     step2 = newSteps[1];
@@ -246,32 +245,37 @@ void KX_Base::Cut(const KX_Base& b, int width, Pick x, Pick y, Pick z)
 
 namespace {
 
-// d1 * d2 * d3 where a block can hold that many elements; -1, which no block can have, where the product is
-// negative or too large.
-int ElementCount(int d1, int d2, int d3)
+// d1 * d2 * d3; for a product that 64 bits may not hold some number that is too large for any block.
+std::int64_t ElementCount(int d1, int d2, int d3)
 {
     const std::int64_t plane = std::int64_t{d1} * d2; // |plane| <= 2^62
-    if (plane == 0 || d3 == 0) return 0;
-    if (plane < INT32_MIN || plane > INT32_MAX) return -1;
-    const std::int64_t count = plane * d3;
-    return count < 0 || count > INT32_MAX ? -1 : static_cast<int>(count);
+    if (INT32_MIN <= plane && plane <= INT32_MAX) return plane * d3;
+    return d3 == 0 ? 0 : INT64_MAX;
 }
 
-// Rows of step2 elements and planes of step3; where a plane holds too many elements there is no storage.
-int PlaneStep(int d1, int d2) { return static_cast<int>(std::int64_t{d1} * d2); }
+Datablock* NewBlock(KX_Base* user, int width, std::int64_t count)
+{
+    if (count < 0 || count > INT32_MAX) NotEnoughMemory();
+    return Datablock::create(user, static_cast<unsigned short>(width), static_cast<int>(count));
+}
 
 } // namespace
 
 void KX_Base::Allocate(int width, int d1, int d2, int d3)
 {
-    pblock = Datablock::create(this, static_cast<unsigned short>(width), ElementCount(d1, d2, d3));
-    p_data = pblock->ptr;
+    pblock = NewBlock(this, width, ElementCount(d1, d2, d3));
+    LieDense(d1, d2, d3);
+}
+
+void KX_Base::LieDense(int d1, int d2, int d3)
+{
+    p_data = pblock ? pblock->ptr : nullptr;
     dim1 = d1;
     dim2 = d2;
     dim3 = d3;
     step1 = 1;
     step2 = d1;
-    step3 = PlaneStep(d1, d2);
+    step3 = static_cast<int>(std::int64_t{d1} * d2); // where a plane holds too many elements there are none
 }
 
 void KX_Base::Attach(void* data, int width, int w, int h)
@@ -301,13 +305,9 @@ void KX_Base::SwapColumnsAndRows()
 
 KX_Base& KX_Base::operator=(const KX_Base& src)
 {
-    if (pblock == nullptr && src.pblock != nullptr) {
-        switch (src.pblock->itemsize) { // the width comes from the source: this side has no block to ask yet
-        case 1: Resize_ubyte(src.dim1, src.dim2, src.dim3); break;
-        case 2: Resize_short(src.dim1, src.dim2, src.dim3); break;
-        default: Resize_float(src.dim1, src.dim2, src.dim3);
-        }
-    }
+    // The width comes from the source: this side has no block to ask yet, and none that is shared.
+    if (pblock == nullptr && src.pblock != nullptr)
+        ResizeBlock(src.pblock->itemsize, src.dim1, src.dim2, src.dim3, nullptr);
     if (pblock == nullptr || src.pblock == nullptr) return *this;
     switch (src.pblock->itemsize == 4 ? 4 : pblock->itemsize) {
     case 1: Elementwise<UBYTE, UBYTE>(*this, src, [](UBYTE& a, UBYTE b) { a = b; }); break;
@@ -317,28 +317,31 @@ KX_Base& KX_Base::operator=(const KX_Base& src)
     return *this;
 }
 
-void KX_Base::ResizeBlock(unsigned short itemsize, int d1, int d2, int d3, const char* sharedMessage)
-{
-    if (pblock && dim1 == d1 && dim2 == d2 && dim3 == d3) return; // also keeps a view a view
+namespace {
 
-    const int count = ElementCount(d1, d2, d3);
-    if (pblock) {
-        if (pblock->nrefs != 1) error(1, sharedMessage);
-        if (pblock->len != count) {
-            Datablock::releaseRef(this, pblock);
-            pblock = nullptr;
-            if (d1 != 0 && d2 != 0) pblock = Datablock::create(this, itemsize, count);
-        }
-    } else if (d1 >= 1 && d2 >= 1 && d3 >= 1) {
-        pblock = Datablock::create(this, itemsize, count);
+bool HasShape(const KX_Base& a, int d1, int d2, int d3)
+{
+    return a.dim1 == d1 && a.dim2 == d2 && a.dim3 == d3;
+}
+
+} // namespace
+
+bool kavrix::inner::KeepsStorage(const KX_Base& a, int d1, int d2, int d3)
+{
+    return a.pblock && (HasShape(a, d1, d2, d3) || a.pblock->len == ElementCount(d1, d2, d3));
+}
+
+void KX_Base::ResizeBlock(int width, int d1, int d2, int d3, const char* sharedMessage)
+{
+    if (pblock && HasShape(*this, d1, d2, d3)) return; // also keeps a view a view
+    if (pblock && pblock->nrefs != 1) error(1, sharedMessage);
+    if (!KeepsStorage(*this, d1, d2, d3)) {
+        const bool wanted = pblock ? d1 != 0 && d2 != 0 : d1 >= 1 && d2 >= 1 && d3 >= 1;
+        Datablock::releaseRef(this, pblock);
+        pblock = nullptr;
+        if (wanted) pblock = NewBlock(this, width, ElementCount(d1, d2, d3));
     }
-    p_data = pblock ? pblock->ptr : nullptr;
-    dim1 = d1;
-    step1 = 1;
-    dim2 = d2;
-    step2 = d1;
-    dim3 = d3;
-    step3 = PlaneStep(d1, d2);
+    LieDense(d1, d2, d3);
 }
 
 void KX_Base::Resize_ubyte(int d1, int d2, int d3)

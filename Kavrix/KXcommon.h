@@ -263,7 +263,9 @@ protected:
     void Allocate(int width, int d1, int d2, int d3);
 
 private:
-    void ResizeBlock(unsigned short itemsize, int d1, int d2, int d3, const char* sharedMessage);
+    void ResizeBlock(int width, int d1, int d2, int d3, const char* sharedMessage);
+    void ShareBlock(const KX_Base& b);     // the storage, and where its first element lies
+    void LieDense(int d1, int d2, int d3); // over the block that it has, or none
 };
 
 #endif
