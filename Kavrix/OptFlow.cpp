@@ -13,6 +13,7 @@
 #include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXclones.h>
 #include <Kavrix/inner/KXelementwise.h>
+#include <Kavrix/inner/Resize.h>
 
 #include <algorithm>
 #include <cmath>
@@ -273,16 +274,6 @@ KAVRIX_CLONES void ScaleFlow(const MatInt& u_sum, const MatInt& v_sum, int facto
         ViewOf<int>(v_sum));
 }
 
-// Resizes; whether the content stayed, as it does with the same shape or the same number of elements. New
-// storage is not cleared.
-bool ResizeKeeps(MatShort& m, int w, int h)
-{
-    const bool sameShape = m.dim1 == w && m.dim2 == h && m.dim3 == 1;
-    const bool kept = m.pblock && (sameShape || m.pblock->len == std::int64_t{w} * h);
-    m.Resize(w, h);
-    return kept;
-}
-
 } // namespace
 
 void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatShort& v_sum_sh,
@@ -291,7 +282,7 @@ void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatSh
     Trace trace("OF_Norm");
     u_sum_sh.Resize(u_sum.dim1, u_sum.dim2);
     v_sum_sh.Resize(v_sum.dim1, v_sum.dim2);
-    const bool kept = ResizeKeeps(mag_sh, v_sum.dim1, v_sum.dim2);
+    const bool kept = ResizeTo<short>(mag_sh, v_sum.dim1, v_sum.dim2);
 
     int maxv = 0;
     if (u_sum.dim1 > 0 && u_sum.dim2 > 0) {
@@ -424,7 +415,7 @@ int Vote(const MatShort& u_sum, const MatShort& v_sum, MatShort& hough_sh, float
 {
     if (TestQ()) return 1;
     const int wid = u_sum.dim1, hgh = u_sum.dim2;
-    if (!ResizeKeeps(hough_sh, wid, hgh)) hough_sh.Fill(0); // a cancelled vote leaves it like that
+    if (!ResizeTo<short>(hough_sh, wid, hgh)) hough_sh.Fill(0); // a cancelled vote leaves it like that
 
     // Of the first component alone, not of the magnitude.
     VecInt chist(4096);

@@ -4,20 +4,14 @@
 
 #include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXelementwise.h>
-
-#include <type_traits>
+#include <Kavrix/inner/Resize.h>
 
 namespace kavrix::inner {
 
 /// Over the SOURCE's shape; a destination without storage gets that shape first.
 template <class From, class To> void ConvertElements(const KX_Base& src, KX_Base& dst)
 {
-    if (dst.pblock == nullptr) {
-        if constexpr (std::is_same_v<To, UBYTE>) dst.Resize_ubyte(src.dim1, src.dim2, src.dim3);
-        else if constexpr (std::is_same_v<To, short>) dst.Resize_short(src.dim1, src.dim2, src.dim3);
-        else if constexpr (std::is_same_v<To, int>) dst.Resize_int(src.dim1, src.dim2, src.dim3);
-        else dst.Resize_float(src.dim1, src.dim2, src.dim3);
-    }
+    if (dst.pblock == nullptr) ResizeTo<To>(dst, src.dim1, src.dim2, src.dim3);
     ElementwiseOver(
         ShapeOf(src), [](To& p, From q) { p = ElementCast<To>(q); }, ViewOf<To>(dst), ViewOf<From>(src));
 }

@@ -5,6 +5,7 @@
 #include <Kavrix/KXarray.h>
 #include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXelementwise.h>
+#include <Kavrix/inner/Resize.h>
 
 namespace kavrix::inner {
 
@@ -57,13 +58,7 @@ template <class T> Elem<T>::Elem()
 
 template <class T> Elem<T>::Elem(int d1, int d2, int d3) { Allocate(sizeof(T), d1, d2, d3); }
 
-template <class T> void Elem<T>::Resize(int d1, int d2, int d3)
-{
-    if constexpr (std::is_same_v<T, UBYTE>) Resize_ubyte(d1, d2, d3);
-    else if constexpr (std::is_same_v<T, short>) Resize_short(d1, d2, d3);
-    else if constexpr (std::is_same_v<T, int>) Resize_int(d1, d2, d3);
-    else Resize_float(d1, d2, d3);
-}
+template <class T> void Elem<T>::Resize(int d1, int d2, int d3) { ResizeTo<T>(*this, d1, d2, d3); }
 
 template <class T> void Elem<T>::Resize(const Self& other) { Resize(other.dim1, other.dim2, other.dim3); }
 
