@@ -4,6 +4,8 @@
 #include <Kavrix/inner/KXarray-inl.h>
 #include <Kavrix/inner/KXcompare-inl.h>
 
+#include <functional>
+
 using namespace kavrix::inner;
 
 template class kavrix::Elem<short>;
@@ -14,56 +16,21 @@ KX_Short& KX_Short::operator+=(const KX_Byte& b)
     return InPlace<UBYTE>(*this, b, [](short p, UBYTE q) { return WrapAdd<short>(p, q); });
 }
 
-MatByte MatShort::operator==(const MatShort& b) const
+namespace {
+
+template <class F> MatByte Where(const MatShort& a, const MatShort& b, F holds)
 {
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p == q; }, 255);
+    return Compared<short>(255, a, b, holds);
 }
 
-MatByte MatShort::operator!=(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p != q; }, 255);
-}
+} // namespace
 
-MatByte MatShort::operator>(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p > q; }, 255);
-}
-
-MatByte MatShort::operator<(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p < q; }, 255);
-}
-
-MatByte MatShort::operator>=(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p >= q; }, 255);
-}
-
-MatByte MatShort::operator<=(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p <= q; }, 255);
-}
-
-MatByte MatShort::operator&&(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p != 0 && q != 0; }, 255);
-}
-
-MatByte MatShort::operator||(const MatShort& b) const
-{
-    return Compared<short>(
-        *this, b, [](short p, short q) { return p != 0 || q != 0; }, 255);
-}
-
-MatByte MatShort::operator!() const
-{
-    return Compared<short>(
-        *this, *this, [](short p, short) { return p == 0; }, 255);
-}
+MatByte MatShort::operator==(const MatShort& b) const { return Where(*this, b, std::equal_to()); }
+MatByte MatShort::operator!=(const MatShort& b) const { return Where(*this, b, std::not_equal_to()); }
+MatByte MatShort::operator>(const MatShort& b) const { return Where(*this, b, std::greater()); }
+MatByte MatShort::operator<(const MatShort& b) const { return Where(*this, b, std::less()); }
+MatByte MatShort::operator>=(const MatShort& b) const { return Where(*this, b, std::greater_equal()); }
+MatByte MatShort::operator<=(const MatShort& b) const { return Where(*this, b, std::less_equal()); }
+MatByte MatShort::operator&&(const MatShort& b) const { return Where(*this, b, std::logical_and()); }
+MatByte MatShort::operator||(const MatShort& b) const { return Where(*this, b, std::logical_or()); }
+MatByte MatShort::operator!() const { return Where(*this, *this, FirstIsZero()); }

@@ -5,6 +5,7 @@
 #include <Kavrix/inner/KXcompare-inl.h>
 
 #include <cstring>
+#include <functional>
 
 using namespace kavrix::inner;
 
@@ -58,16 +59,10 @@ KX_Byte& KX_Byte::operator<=(UBYTE s) { return InPlace(*this, With(s, atMost)); 
 
 // ---------------------------------------------------------------------------------- matrices and cubes
 
-MatByte MatByte::operator==(const MatByte& b) const
-{
-    return Compared<UBYTE>(
-        *this, b, [](UBYTE p, UBYTE q) { return p == q; }, 1);
-}
-
+MatByte MatByte::operator==(const MatByte& b) const { return Compared<UBYTE>(1, *this, b, std::equal_to()); }
 MatByte MatByte::operator!=(const MatByte& b) const
 {
-    return Compared<UBYTE>(
-        *this, b, [](UBYTE p, UBYTE q) { return p != q; }, 1);
+    return Compared<UBYTE>(1, *this, b, std::not_equal_to());
 }
 
 namespace {
@@ -87,8 +82,8 @@ short ShortAt(const MatByte& m, int x, int y)
     return value;
 }
 
-// dim1 x dim2 answers about the 16-bit values of a and b.
-template <class F> MatByte ComparedAsShorts(const MatByte& a, const MatByte& b, F holds, UBYTE yes)
+// As Compared, of the 16-bit values of a and b.
+template <class F> MatByte AsShorts(UBYTE yes, const MatByte& a, const MatByte& b, F holds)
 {
     MatByte r(a.dim1, a.dim2);
     for (int y = 0; y < a.dim2; y++)
@@ -98,47 +93,13 @@ template <class F> MatByte ComparedAsShorts(const MatByte& a, const MatByte& b, 
 
 } // namespace
 
-MatByte MatByte::operator>(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p > q; }, 255);
-}
-
-MatByte MatByte::operator<(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p < q; }, 255);
-}
-
-MatByte MatByte::operator>=(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p >= q; }, 255);
-}
-
-MatByte MatByte::operator<=(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p <= q; }, 255);
-}
-
-MatByte MatByte::operator&&(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p != 0 && q != 0; }, 1);
-}
-
-MatByte MatByte::operator||(const MatByte& b) const
-{
-    return ComparedAsShorts(
-        *this, b, [](short p, short q) { return p != 0 || q != 0; }, 1);
-}
-
-MatByte MatByte::operator!() const
-{
-    return ComparedAsShorts(
-        *this, *this, [](short p, short) { return p == 0; }, 1);
-}
+MatByte MatByte::operator>(const MatByte& b) const { return AsShorts(255, *this, b, std::greater()); }
+MatByte MatByte::operator<(const MatByte& b) const { return AsShorts(255, *this, b, std::less()); }
+MatByte MatByte::operator>=(const MatByte& b) const { return AsShorts(255, *this, b, std::greater_equal()); }
+MatByte MatByte::operator<=(const MatByte& b) const { return AsShorts(255, *this, b, std::less_equal()); }
+MatByte MatByte::operator&&(const MatByte& b) const { return AsShorts(1, *this, b, std::logical_and()); }
+MatByte MatByte::operator||(const MatByte& b) const { return AsShorts(1, *this, b, std::logical_or()); }
+MatByte MatByte::operator!() const { return AsShorts(1, *this, *this, FirstIsZero()); }
 
 CubByte CubByte::operator==(const CubByte& b) const
 {

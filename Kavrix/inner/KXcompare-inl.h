@@ -8,7 +8,7 @@
 namespace kavrix::inner {
 
 /// A new matrix of a's dim1 x dim2: `yes` where holds(a(x, y), b(x, y)), 0 elsewhere.
-template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b, F holds, UBYTE yes)
+template <class T, class F> MatByte Compared(UBYTE yes, const KX_Base& a, const KX_Base& b, F holds)
 {
     MatByte r(a.dim1, a.dim2);
     ElementwiseOver(
@@ -16,6 +16,11 @@ template <class T, class F> MatByte Compared(const KX_Base& a, const KX_Base& b,
         ViewOf<T>(b));
     return r;
 }
+
+/// Not the first operand, whatever the second is.
+struct FirstIsZero {
+    template <class T> constexpr bool operator()(T p, T) const { return p == 0; }
+};
 
 } // namespace kavrix::inner
 
