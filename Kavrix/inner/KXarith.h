@@ -62,10 +62,9 @@ template <class T> constexpr auto QuotientBy(T s)
         const Real divisor = s == 0     ? std::numeric_limits<Real>::infinity()
                              : minusOne ? Real{1}
                                         : static_cast<Real>(s);
-        const int sign = minusOne ? -1 : 0; // (q ^ -1) - -1 is -q
         return [=](T p) {
             const int q = static_cast<int>(static_cast<Real>(p) / divisor);
-            return static_cast<T>(WrapSub(q ^ sign, sign));
+            return static_cast<T>(minusOne ? WrapSub(0, q) : q);
         };
     }
 }
