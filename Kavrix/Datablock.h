@@ -42,6 +42,9 @@ public:
     /// The buffer behind an attached block stays the caller's.
     static void releaseRef(KX_Base* user, Datablock* pblock);
 
+    /// Whether the elements are the caller's, as many as the caller knows, and not those behind the header.
+    bool IsAttached() const { return ptr != this + 1; }
+
     static unsigned memUsed() { return mem; }       ///< bytes in live blocks
     static unsigned maxMemUsed() { return maxMem; } ///< the most that it has been
 };

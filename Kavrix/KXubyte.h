@@ -75,8 +75,9 @@ public:
     /// @}
     /// The ordering (255 or 0) and logical (1 or 0) operators read both matrices as the short ones do: signed
     /// 16-bit values, in this machine's byte order, at 16-bit positions, byte address data + 2 * (x * step1 +
-    /// y * step2). That is their settled behaviour. A position that leaves the storage block reads as 0.
-    /// The result is a new matrix of this one's dim1 x dim2.
+    /// y * step2). That is their settled behaviour. A position that leaves the storage block reads as 0; of
+    /// an attached buffer no end is known: it must hold twice the bytes of the picture. The result is a new
+    /// matrix of this one's dim1 x dim2.
     /// @{
     MatByte operator>(const MatByte& b) const;
     MatByte operator<(const MatByte& b) const;

@@ -68,17 +68,18 @@ MatByte MatByte::operator!=(const MatByte& b) const
 namespace {
 
 // The signed 16-bit value at 16-bit position x * step1 + y * step2 behind the data pointer, whatever the
-// elements really are; 0 where its two bytes do not both lie in the storage block.
+// elements really are; it may lie at an odd address. 0 where the block is known not to hold both its bytes;
+// how far an attached buffer reaches only the caller knows.
 short ShortAt(const MatByte& m, int x, int y)
 {
-    if (m.pblock == nullptr) return 0;
-    const UBYTE* const begin = static_cast<const UBYTE*>(m.pblock->ptr);
-    const std::int64_t blockBytes = std::int64_t{m.pblock->len} * m.pblock->itemsize;
-    const std::int64_t position =
-        m.p_B_data - begin + 2 * (std::int64_t{x} * m.step1 + std::int64_t{y} * m.step2);
-    if (position < 0 || position + 2 > blockBytes) return 0;
+    if (m.p_data == nullptr) return 0;
+    const std::int64_t offset = 2 * (std::int64_t{x} * m.step1 + std::int64_t{y} * m.step2);
+    if (m.pblock && !m.pblock->IsAttached()) {
+        const std::int64_t position = m.p_B_data - static_cast<const UBYTE*>(m.pblock->ptr) + offset;
+        if (position < 0 || position + 2 > std::int64_t{m.pblock->len} * m.pblock->itemsize) return 0;
+    }
     short value;
-    std::memcpy(&value, begin + position, sizeof value); // the position may be odd
+    std::memcpy(&value, m.p_B_data + static_cast<std::ptrdiff_t>(offset), sizeof value);
     return value;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -160,25 +161,57 @@ void FuzzConversion(FuzzedDataProvider& input, void (*convert)(const KX_Base&, K
     RequireEqual(source.Storage(), values, "the source is read only");
 }
 
-// The ordering operators of byte matrices read 16-bit values at 16-bit positions, 0 outside of the block.
+// A view of bytes as the ordering operators read it: of a block of the library, or of a buffer that is
+// attached.
+class BytesAsShorts {
+public:
+    BytesAsShorts(FuzzedDataProvider& input, const int (&sizes)[3]) : block(input, sizes)
+    {
+        view.emplace(block.View(input, sizes, place));
+        if (!input.ConsumeBool()) return;
+        // As many bytes before and behind it as the doubled distances of any view inside it reach.
+        const int length = block.Length();
+        buffer.resize(static_cast<std::size_t>(3 * length));
+        for (UBYTE& byte : buffer) byte = Value<UBYTE>(input);
+        MatByte attached;
+        attached.Attach_to_raw_image(buffer.data() + length + place.origin, place.sizes[0], place.sizes[1]);
+        attached.step1 = place.steps[0];
+        attached.step2 = place.steps[1];
+        view.emplace(attached);
+    }
+
+    const MatByte& View() const { return *view; }
+
+    // 0 outside of the block.
+    short At(int x, int y) const
+    {
+        const int at = place.origin + 2 * (x * place.steps[0] + y * place.steps[1]);
+        if (buffer.empty() && (at < 0 || at + 2 > block.Length())) return 0;
+        short value;
+        std::memcpy(&value, buffer.empty() ? block.Data() + at : buffer.data() + block.Length() + at,
+                    sizeof value);
+        return value;
+    }
+
+    Place place;
+
+private:
+    Block<UBYTE> block;
+    std::vector<UBYTE> buffer; // empty where nothing is attached
+    std::optional<MatByte> view;
+};
+
+// The ordering operators of byte matrices read 16-bit values at 16-bit positions.
 void FuzzBytesAsShorts(FuzzedDataProvider& input)
 {
     const int which = input.ConsumeIntegralInRange(0, 6);
     const int sizes[3] = {input.ConsumeIntegralInRange(1, 6), input.ConsumeIntegralInRange(1, 4), 1};
-    const Block<UBYTE> left(input, sizes), right(input, sizes);
-    Place a, b;
-    const MatByte leftView = left.View(input, sizes, a), rightView = right.View(input, sizes, b);
-    const auto valueAt = [](const Block<UBYTE>& block, const Place& place, int x, int y) -> short {
-        const int at = place.origin + 2 * (x * place.steps[0] + y * place.steps[1]);
-        if (at < 0 || at + 2 > block.Length()) return 0;
-        short value;
-        std::memcpy(&value, block.Data() + at, sizeof value);
-        return value;
-    };
+    const BytesAsShorts left(input, sizes), right(input, sizes);
+    const MatByte &leftView = left.View(), &rightView = right.View();
     const bool ordering = which < 4;
     std::vector<UBYTE> expected;
-    ForEach(a, [&](int x, int y, int) {
-        const short p = valueAt(left, a, x, y), q = valueAt(right, b, x, y);
+    ForEach(left.place, [&](int x, int y, int) {
+        const short p = left.At(x, y), q = right.At(x, y);
         const bool holds[] = {p > q, p < q, p >= q, p <= q, p && q, p || q, !p};
         expected.push_back(holds[which] ? (ordering ? 255 : 1) : 0);
     });

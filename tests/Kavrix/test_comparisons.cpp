@@ -261,6 +261,60 @@ TEST(MatByte, OrderingOfFarStridesStaysInTheBlock)
     EXPECT_EQ(result(99, 2), 1);
 }
 
+TEST(MatByte, OrderingOfAttachedBuffersReadsThem)
+{
+    Random random(38);
+    const UBYTE values[] = {0, 0, 0, 1, 127, 128, 255};
+    for (int w = 1; w <= 20; w++) {
+        const int h = 1 + w % 3, bytes = 2 * w * h;
+        // As much behind the pictures as the operators read, and before them as much as reversed views do; at
+        // an odd address.
+        std::vector<UBYTE> buffers[2];
+        MatByte pictures[2];
+        for (int i : {0, 1}) {
+            buffers[i].resize(static_cast<std::size_t>(1 + 2 * bytes));
+            for (UBYTE& byte : buffers[i]) byte = values[random.Below(7)];
+            pictures[i].Attach_to_raw_image(&buffers[i][static_cast<std::size_t>(1 + bytes)], w, h);
+        }
+        const auto views = [&](const MatByte& m) {
+            MatByte turned = m(all, all);
+            turned.Trans();
+            return std::vector<MatByte>{m, m(RNG(w - 1, 0, -1), RNG(h - 1, 0, -1)), m(RNG(0, w - 1, 2), all),
+                                        turned};
+        };
+        const std::vector<MatByte> left = views(pictures[0]), right = views(pictures[1]);
+        for (std::size_t v = 0; v < left.size(); v++) {
+            for (const ByteRule& rule : byteRules) {
+                std::vector<UBYTE> expected;
+                for (int y = 0; y < left[v].dim2; y++) {
+                    for (int x = 0; x < left[v].dim1; x++) {
+                        short p, q;
+                        const int at = 2 * (x * left[v].step1 + y * left[v].step2);
+                        std::memcpy(&p, left[v].p_B_data + at, 2);
+                        std::memcpy(&q, right[v].p_B_data + at, 2);
+                        expected.push_back(rule.holds(p, q) ? rule.yes : 0);
+                    }
+                }
+                ASSERT_TRUE(Equal(expected, Values<UBYTE>(rule.made(left[v], right[v]))))
+                    << rule.name << ", view " << v << ", width " << w;
+            }
+        }
+    }
+}
+
+TEST(MatByte, OfAttachedShortsIsOrderedLikeThem)
+{
+    short left[] = {0, -1, 256, 32767, 5, -32768}, right[] = {0, 1, 255, -32768, 6, 0};
+    MatShort a, b;
+    a.Attach_to_raw_image(left, 3, 2);
+    b.Attach_to_raw_image(right, 3, 2);
+    const MatByte p = a, q = b;
+    EXPECT_EQ(Values<UBYTE>(p > q), (std::vector<UBYTE>{0, 0, 255, 255, 0, 0}));
+    EXPECT_EQ(Values<UBYTE>(p <= q), Values<UBYTE>(a <= b));
+    EXPECT_EQ(Values<UBYTE>(p && q), (std::vector<UBYTE>{0, 1, 1, 1, 1, 0}));
+    EXPECT_EQ(Values<UBYTE>(!p), (std::vector<UBYTE>{1, 0, 0, 0, 0, 0}));
+}
+
 TEST(MatByte, OfShortsIsOrderedLikeThem)
 {
     MatShort a(5, 4), b(5, 4);
