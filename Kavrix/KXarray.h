@@ -88,9 +88,9 @@ template <> struct Family<float> {
 template <class C, class T>
 concept CubeOf = !std::is_void_v<typename Family<T>::Cub> && std::derived_from<C, typename Family<T>::Cub>;
 
-/// A value that a vector of T can be made of.
-template <class A, class T>
-concept ValueFor = std::is_arithmetic_v<A> &&(std::is_floating_point_v<T> || std::is_integral_v<A>);
+/// A value that a vector can be made of: a number, or one of an unscoped enumeration.
+template <class A>
+concept ElementValue = (std::is_arithmetic_v<A> || std::is_enum_v<A>)&&std::convertible_to<A, int>;
 
 /// How many values the constructors of vectors take: 2 to 10; for ints 2 to 12, and 16.
 template <class T> constexpr bool IsValueCount(std::size_t n)
@@ -195,7 +195,8 @@ public:
     /// @}
 };
 
-/// A vector: dim1 elements; dim2 and dim3 are 1. Its operators are those of Elem and IntElem.
+/// A vector: dim1 elements; dim2 and dim3 are 1. Its operators are those of Elem and IntElem. A number does
+/// not turn into one by itself: `m * short(2)` scales a matrix, and is no product of it with a vector.
 /// Sub-views share the elements of their source. Their bounds are not tested: a range beyond the source gives
 /// a view beyond it.
 template <class T> class Vec : public Family<T>::Elem {
@@ -204,7 +205,7 @@ template <class T> class Vec : public Family<T>::Elem {
 public:
     Vec() = default;                          ///< empty, without storage
     explicit Vec(int n);                      ///< n new elements, not cleared
-    explicit Vec(const ::RNG& r);             ///< r.Size() new elements; the position is not kept
+    Vec(const ::RNG& r);                      ///< r.Size() new elements; the position is not kept
     Vec(const Vec& b) = default;              ///< shares
     Vec& operator=(const Vec& b) = default;   ///< copies values; see Elem
     Vec(const typename Family<T>::Source& a); ///< shares the first row of `a`
@@ -219,12 +220,13 @@ public:
     /// Part of a line along z of a cube, at column x and row y, shared.
     template <CubeOf<T> C> Vec(const C* c, int x, int y, ::RNG r) { this->Cut(*c, sizeof(T), x, y, r); }
 
-    /// A new vector of these values in order: 2 to 10 of them, for ints 2 to 12 or 16.
-    template <ValueFor<T>... A>
+    /// A new vector of these values in order: 2 to 10 of them, for ints 2 to 12 or 16. Other types become T
+    /// as Convert makes it: floats are cut towards zero, and low bits are kept.
+    template <ElementValue... A>
     requires(IsValueCount<T>(sizeof...(A))) Vec(A... a)
     {
         this->Allocate(sizeof(T), int{sizeof...(A)}, 1, 1);
-        const T values[] = {static_cast<T>(a)...};
+        const T values[] = {inner::ElementCast<T>(a)...};
         this->ImportData(values);
     }
 
@@ -246,7 +248,7 @@ template <class T> class Mat : public Family<T>::Elem {
 public:
     Mat() = default;                          ///< empty, without storage
     Mat(int w, int h);                        ///< w x h new elements, not cleared
-    explicit Mat(const AOI& a);               ///< new, of the area's size; the position is not kept
+    Mat(const AOI& a);                        ///< new, of the area's size; the position is not kept
     Mat(const Mat& b) = default;              ///< shares
     Mat& operator=(const Mat& b) = default;   ///< copies values; see Elem
     Mat(const typename Family<T>::Source& a); ///< shares the first plane of `a`: MatShort c = a + b;
@@ -280,7 +282,7 @@ template <class T> class Cub : public Family<T>::Elem {
 public:
     Cub() = default; ///< empty, without storage
     using Family<T>::Elem::Elem;
-    explicit Cub(const VOI& v);               ///< new, of the volume's size; the position is not kept
+    Cub(const VOI& v);                        ///< new, of the volume's size; the position is not kept
     Cub(const Cub& b) = default;              ///< shares
     Cub& operator=(const Cub& b) = default;   ///< copies values; see Elem
     Cub(const typename Family<T>::Source& a); ///< shares all of `a`

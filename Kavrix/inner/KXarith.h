@@ -1,8 +1,10 @@
-// The arithmetic of single elements: what wraps, what truncates, what saturates. Everything that could be
-// undefined in the language is spelled out here once, so that every processor and compiler gives the same
-// bits.
+// The arithmetic of single elements: what wraps and what truncates; KXcast.h says what saturates. Everything
+// that could be undefined in the language is spelled out here once, so that every processor and compiler
+// gives the same bits.
 #ifndef KAVRIX_INNER_KXARITH_H
 #define KAVRIX_INNER_KXARITH_H
+
+#include <Kavrix/KXcast.h>
 
 #include <bit>
 #include <cstdint>
@@ -86,37 +88,6 @@ template <class T> constexpr T ShiftLeft(T a, int n)
 template <class T> constexpr T ShiftRight(T a, int n)
 {
     return static_cast<T>(a >> (n < 0 || n > 31 ? 31 : n));
-}
-
-/// Float to integer: cut towards zero, held to the 32-bit range, not a number gives 0.
-template <class F> constexpr int FloatToInt(F f)
-{
-    static_assert(std::is_floating_point_v<F>);
-    if (f != f) return 0;
-    if (f >= F{2147483648.0}) return INT32_MAX;
-    if (f <= F{-2147483648.0}) return INT32_MIN;
-    return static_cast<int>(f);
-}
-
-/// The same into 0 .. 2^32 - 1: what is negative gives 0.
-template <class F> constexpr std::uint32_t FloatToUnsigned(F f)
-{
-    static_assert(std::is_floating_point_v<F>);
-    if (!(f > 0)) return 0;
-    if (f >= F{4294967296.0}) return UINT32_MAX;
-    return static_cast<std::uint32_t>(f);
-}
-
-/// One element as another element type: integers keep their low bits; floats become integers as above (for
-/// bytes through the unsigned range, so that negative values become 0) and then keep their low bits.
-template <class To, class From> constexpr To ElementCast(From a)
-{
-    if constexpr (std::is_floating_point_v<From> && std::is_integral_v<To>) {
-        if constexpr (std::is_unsigned_v<To>) return static_cast<To>(FloatToUnsigned(a));
-        else return static_cast<To>(FloatToInt(a));
-    } else {
-        return static_cast<To>(a);
-    }
 }
 
 } // namespace kavrix::inner

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -189,6 +190,45 @@ TEST(VecInt, OfFiveValuesHasFiveElements)
     const VecInt v(1, 2, 3, 4, 5);
     EXPECT_EQ(v.dim1, 5);
     EXPECT_EQ(Values<int>(v), (std::vector<int>{1, 2, 3, 4, 5}));
+}
+
+TEST(Values, OfAnotherTypeAreCutAsConvertCutsThem)
+{
+    const float inf = std::numeric_limits<float>::infinity();
+    const float values[] = {1.9f, -1.9f, 300.5f, -300.5f, 70000.0f, 3e9f, -3e9f, inf, -inf, 0 * inf};
+    const auto made = [&]<class V>(V*) {
+        return V(values[0], values[1], values[2], values[3], values[4], values[5], values[6], values[7],
+                 values[8], values[9]);
+    };
+    const VecFloat floats = made(static_cast<VecFloat*>(nullptr));
+    VecByte bytes;
+    VecShort shorts;
+    VecInt ints;
+    Convert(floats, bytes);
+    Convert(floats, shorts);
+    Convert(floats, ints);
+    EXPECT_EQ(Values<UBYTE>(made(static_cast<VecByte*>(nullptr))), Values<UBYTE>(bytes));
+    EXPECT_EQ(Values<short>(made(static_cast<VecShort*>(nullptr))), Values<short>(shorts));
+    EXPECT_EQ(Values<int>(made(static_cast<VecInt*>(nullptr))), Values<int>(ints));
+    EXPECT_EQ(Values<int>(VecInt(1.0, 2.0, -2.9, 1e10L, -1e300)),
+              (std::vector<int>{1, 2, -2, 2147483647, -2147483647 - 1}));
+    EXPECT_EQ(Values<UBYTE>(VecByte(-1.0, 255.9, 4294967295.0)), (std::vector<UBYTE>{0, 255, 255}));
+    EXPECT_EQ(Values<UBYTE>(VecByte(PIX_FMT_Y8, PIX_FMT_Y16)), (std::vector<UBYTE>{1, 2}));
+    EXPECT_EQ(Values<float>(VecFloat(PIX_FMT_Y32, true, 'a')), (std::vector<float>{8, 1, 'a'}));
+    EXPECT_EQ(Values<short>(VecShort(1LL << 40 | 5, 65535u)), (std::vector<short>{5, -1}));
+}
+
+TEST(Ranges, AreSizesInADeclaration)
+{
+    const VecShort v = RNG(2, 6);
+    const MatByte m = AOI(1, 4, 0, 2);
+    const CubFloat c = VOI(0, 1, 0, 2, 0, 3);
+    EXPECT_EQ(v.dim1, 5);
+    EXPECT_EQ(v.pblock->len, 5);
+    EXPECT_EQ(m.dim1, 4);
+    EXPECT_EQ(m.dim2, 3);
+    EXPECT_EQ(c.dim3, 4);
+    EXPECT_EQ(c.pblock->len, 24);
 }
 
 TEST(Values, KeepTheLowBitsOfTheirElement)

@@ -2,6 +2,7 @@
 #include <Kavrix/Kavrix.h>
 
 #include <concepts>
+#include <cstddef>
 #include <type_traits>
 
 namespace {
@@ -110,9 +111,17 @@ static_assert(cubeConstructors<VecFloat, MatFloat, CubFloat>);
 static_assert(!made<VecShort, const MatInt*, RNG, int> && !made<MatInt, const CubByte*, RNG, RNG, int>);
 static_assert(!made<MatShort, const MatByte*, RNG, RNG> && !made<VecByte, const VecShort*, RNG>);
 
-// A number is no array, and a range neither: sizes are said, not converted.
-static_assert(!converts<int, VecInt> && !converts<short, VecShort> && !converts<RNG, VecShort>);
-static_assert(!converts<AOI, MatByte> && !converts<VOI, CubByte>);
+// Ranges are sizes; a number is none: it would be a vector in `m * short(2)`.
+static_assert(converts<RNG, VecByte> && converts<RNG, VecShort> && converts<RNG, VecInt>);
+static_assert(converts<RNG, VecFloat> && converts<AOI, MatByte> && converts<AOI, MatShort>);
+static_assert(converts<AOI, MatInt> && converts<AOI, MatFloat> && converts<VOI, CubByte>);
+static_assert(converts<VOI, CubShort> && converts<VOI, CubFloat>);
+static_assert(!converts<RNG, MatShort> && !converts<AOI, VecShort> && !converts<AOI, CubShort>);
+static_assert(!converts<RNG, KX_Short> && !converts<VOI, MatShort>);
+static_assert(!converts<int, VecInt> && !converts<short, VecShort>);
+static_assert(std::is_same_v<decltype(MatShort() * short(2)), KX_Short> &&
+              std::is_same_v<decltype(MatInt() * 2), KX_Int> &&
+              std::is_same_v<decltype(MatShort() * VecShort()), VecShort>);
 static_assert(!made<MatShort, int> && !made<CubShort, int> && !made<CubShort, int, int> &&
               !made<MatInt, int, int, int>);
 
@@ -136,7 +145,17 @@ static_assert(!eleven<VecByte, UBYTE> && !eleven<VecShort, short> && !eleven<Vec
 static_assert(eleven<VecInt, int> && twelve<VecInt, int> && sixteen<VecInt, int>);
 static_assert(!thirteen<VecInt, int> && !fifteen<VecInt, int> && !seventeen<VecInt, int>);
 static_assert(!sixteen<VecFloat, float> && !twelve<VecShort, short>);
-static_assert(!made<VecInt, float, float> && !made<VecShort, double, int>); // no silent cutting
+
+// They are numbers of any type, each of its own, or unscoped enumerators.
+enum Plain { plain };
+enum class Scoped { scoped };
+template <class V> constexpr bool ofAnyNumbers =
+    made<V, double, double>&& made<V, float, int>&& made<V, long double, bool>&& made<V, char, wchar_t>&&
+        made<V, long long, unsigned long>&& made<V, UBYTE, short, PIX_FMT>&& made<V, Plain, Plain> &&
+    !made<V, Scoped, Scoped> && !made<V, int, Scoped> && !made<V, const char*, const char*> &&
+    !made<V, int, std::nullptr_t>;
+static_assert(ofAnyNumbers<VecByte> && ofAnyNumbers<VecShort> && ofAnyNumbers<VecInt> &&
+              ofAnyNumbers<VecFloat>);
 
 // ---------------------------------------------------------------------------------- operators
 
