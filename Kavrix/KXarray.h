@@ -3,10 +3,19 @@
 /// KXfloat.h; what these have in common stands here once. The bodies are in KXarray-inl.h and are compiled by
 /// the family units only.
 ///
+/// From what people write down to what every array is, each made of the next:
+///
+///     MatShort              a picture of shorts: its filters, comparisons and files    (KXshort.h)
+///     kavrix::Mat<short>    two dimensions: constructors, elements, views
+///     KX_Short              any dimensions: what only shorts have                      (KXshort.h)
+///     kavrix::IntElem, Elem<short>    shifts and scaling; fill, assignment, arithmetic, resizing
+///     KX_Base               the descriptor: storage, sizes, strides                    (KXcommon.h)
+///
 /// Copying shares, assigning copies values: see KXcommon.h.
 #ifndef KAVRIX_KXARRAY_H
 #define KAVRIX_KXARRAY_H
 
+#include <Kavrix/KXcast.h>
 #include <Kavrix/KXcommon.h>
 
 #include <concepts>
