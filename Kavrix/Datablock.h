@@ -3,6 +3,8 @@
 #ifndef KAVRIX_DATABLOCK_H
 #define KAVRIX_DATABLOCK_H
 
+#include <Kavrix/KXexport.h>
+
 class KX_Base;
 
 /// One allocation with its header and its elements, shared by all the arrays and views that point into it.

@@ -3,6 +3,8 @@
 #ifndef KAVRIX_KXCAST_H
 #define KAVRIX_KXCAST_H
 
+#include <Kavrix/KXexport.h>
+
 #include <cstdint>
 #include <type_traits>
 

@@ -13,6 +13,7 @@
 #define KAVRIX_KXCOMMON_H
 
 #include <Kavrix/Datablock.h>
+#include <Kavrix/KXexport.h>
 
 #include <cstdint>
 #include <cstdio>
