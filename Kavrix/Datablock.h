@@ -10,7 +10,7 @@ class KX_Base;
 /// One allocation with its header and its elements, shared by all the arrays and views that point into it.
 /// The live blocks form a list in order of creation, and their sizes are accounted for; both are plain
 /// class-wide state: the library is used from one thread.
-class Datablock {
+class KAVRIX_EXPORT Datablock {
 public:
     void* ptr;               ///< the first element; for an attached buffer the caller's memory
     int len;                 ///< number of elements; 0 for an attached buffer

@@ -15,6 +15,6 @@
 /// \param v_passes  passes along x (the columns), despite the name
 /// \param h_passes  passes along y
 /// \return new picture of (W - |v_passes|) x (H - |h_passes|), a view anchored at (0, 0) of its storage
-MatShort FastFilter(MatByte uimg, int v_passes, int h_passes);
+KAVRIX_EXPORT MatShort FastFilter(MatByte uimg, int v_passes, int h_passes);
 
 #endif

@@ -117,7 +117,7 @@ template <class T> constexpr bool IsValueCount(std::size_t n)
 /// The classes KX_Byte, KX_Short, KX_Int and KX_Float are made of it; an array of one of them has sizes and
 /// elements, but neither element access nor views. The shaped classes Vec, Mat and Cub share what it holds:
 /// `MatShort d = a + b;`.
-template <class T> class Elem : public KX_Base {
+template <class T> class KAVRIX_EXPORT Elem : public KX_Base {
 public:
     using Self = typename Family<T>::Elem; ///< KX_Short where T is short
 
@@ -171,7 +171,7 @@ public:
 };
 
 /// What only integers have: shifts, and scaling by a float.
-template <class T> class IntElem : public Elem<T> {
+template <class T> class KAVRIX_EXPORT IntElem : public Elem<T> {
 public:
     using Self = typename Family<T>::Elem; ///< KX_Short where T is short
     using Elem<T>::Elem;
@@ -208,7 +208,7 @@ public:
 /// not turn into one by itself: `m * short(2)` scales a matrix, and is no product of it with a vector.
 /// Sub-views share the elements of their source. Their bounds are not tested: a range beyond the source gives
 /// a view beyond it.
-template <class T> class Vec : public Family<T>::Elem {
+template <class T> class KAVRIX_EXPORT Vec : public Family<T>::Elem {
     using Element = typename Family<T>::Elem;
 
 public:
@@ -251,7 +251,7 @@ public:
 /// A matrix, or image: dim1 columns by dim2 rows; dim3 is 1. Its operators are those of Elem and IntElem.
 /// Sub-views share the elements of their source: writing into `img(rx, ry)` writes into `img`. Their bounds
 /// are not tested: a range beyond the source gives a view beyond it.
-template <class T> class Mat : public Family<T>::Elem {
+template <class T> class KAVRIX_EXPORT Mat : public Family<T>::Elem {
     using Element = typename Family<T>::Elem;
 
 public:
@@ -285,7 +285,7 @@ public:
 /// A cube, or sequence: dim3 frames of dim1 columns by dim2 rows. Its operators are those of Elem and
 /// IntElem. Sub-views share the elements of their source: `seq(RNG::All(), RNG::All(), z)` is frame z itself.
 /// Their bounds are not tested: a range beyond the source gives a view beyond it.
-template <class T> class Cub : public Family<T>::Elem {
+template <class T> class KAVRIX_EXPORT Cub : public Family<T>::Elem {
     using Element = typename Family<T>::Elem;
 
 public:

@@ -31,7 +31,7 @@ using UBYTE = unsigned char;
 /// stamp, the code, the three innermost traced routines with their depth, the message.
 /// \param errorCode  shown in the line; the library's own is 1
 /// \param message    shown in the line; see kavrix::ComposeErrorLine for those that are too long
-[[noreturn]] void error(int errorCode, const char* message);
+[[noreturn]] KAVRIX_EXPORT void error(int errorCode, const char* message);
 
 namespace kavrix {
 
@@ -42,17 +42,17 @@ inline constexpr int errorLineSize = 180;
 /// A message too long for the line is replaced by "[message too long]"; where even the trace names are too
 /// long the buffer keeps its filling of 0xFF bytes.
 /// \return whether `line` holds a text that ends with 0
-bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message);
+KAVRIX_EXPORT bool ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const char* message);
 
 } // namespace kavrix
 
 /// Stops the program for good, silently, after a failed assertion. The two arguments tell where it stands,
 /// for a debugger.
-[[noreturn]] void gassert(unsigned line, const char* file);
+[[noreturn]] KAVRIX_EXPORT void gassert(unsigned line, const char* file);
 
 /// Marks the routine that is running, for the error line: a local object at the top of the routine.
 /// The names are kept as pointers: use string literals.
-class Trace {
+class KAVRIX_EXPORT Trace {
 public:
     explicit Trace(const char* name); ///< pushes the name; ignored when 100 names are there
     ~Trace();                         ///< pops one name, also when its constructor was ignored
@@ -81,14 +81,14 @@ enum PIX_FMT {
 };
 
 /// Bytes of one pixel of a `PIX_FMT`: 1 to 4; -1 for `PIX_FMT_NONE` and for numbers that are no format.
-int BytesPerPixel(int format);
+KAVRIX_EXPORT int BytesPerPixel(int format);
 
 // ---------------------------------------------------------------------------------- index ranges
 
 /// An inclusive range of indices from, from + step, ... up to `to`.
 /// A `to` of `RNG::toEnd` stands for the last index of the dimension that the range selects from:
 /// `RNG(0, 2147483647)` is the whole dimension.
-class RNG {
+class KAVRIX_EXPORT RNG {
 public:
     static constexpr int toEnd = 2147483647; ///< as a `to`: the last index, whichever that is
 
@@ -119,7 +119,7 @@ public:
 };
 
 /// An area of interest: columns `rng1`, rows `rng2`.
-class AOI {
+class KAVRIX_EXPORT AOI {
 public:
     /// Columns and rows.
     /// @{
@@ -137,7 +137,7 @@ public:
 };
 
 /// A volume of interest: columns `rng1`, rows `rng2`, frames `rng3`.
-class VOI {
+class KAVRIX_EXPORT VOI {
 public:
     /// Columns, rows and frames.
     /// @{
@@ -163,7 +163,7 @@ public:
 /// Dimension 1 is x (column), 2 is y (row), 3 is z (frame); element (x, y, z) lies
 /// x * step1 + y * step2 + z * step3 elements behind the data pointer. A fresh array is dense, x fastest;
 /// a view may have any strides, negative ones too. Bounds and shapes are never tested: they are the caller's.
-class KX_Base {
+class KAVRIX_EXPORT KX_Base {
 public:
     union { // one address, read by the element type
         /// Where element (0, 0, 0) lies, as a pointer to any, byte, short, int and float elements; null

@@ -7,7 +7,7 @@
 
 /// Floats in up to three dimensions: what VecFloat, MatFloat and CubFloat have in common, and what their
 /// operators give.
-class KX_Float : public kavrix::Elem<float> {
+class KAVRIX_EXPORT KX_Float : public kavrix::Elem<float> {
 public:
     using Elem::Elem;
 };
@@ -15,7 +15,7 @@ public:
 extern template class kavrix::Elem<float>;
 
 /// A vector of floats; see Vec.
-class VecFloat : public kavrix::Vec<float> {
+class KAVRIX_EXPORT VecFloat : public kavrix::Vec<float> {
 public:
     using Vec::Vec;
 
@@ -23,13 +23,13 @@ public:
 };
 
 /// A matrix of floats, dim1 columns by dim2 rows; see Mat.
-class MatFloat : public kavrix::Mat<float> {
+class KAVRIX_EXPORT MatFloat : public kavrix::Mat<float> {
 public:
     using Mat::Mat;
 };
 
 /// A cube of floats: dim3 frames; see Cub.
-class CubFloat : public kavrix::Cub<float> {
+class KAVRIX_EXPORT CubFloat : public kavrix::Cub<float> {
 public:
     using Cub::Cub;
 };
@@ -41,13 +41,14 @@ extern template class kavrix::Cub<float>;
 static_assert(sizeof(MatFloat) == sizeof(KX_Base));
 
 // Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
-float Max(const VecFloat& v);                    ///< largest element
-float Min(const VecFloat& v);                    ///< smallest element
-int Argmax(const VecFloat& v);                   ///< index of the first maximum
-int Argmin(const VecFloat& v);                   ///< index of the first minimum
-float Sum(const VecFloat& v);                    ///< sum in single precision, in index order
-float Dot(const VecFloat& a, const VecFloat& b); ///< sum of a(i) * b(i) likewise, over a's length
-VecInt Size(const VecFloat& v);                  ///< one element: dim1
-VecFloat All(float value, int n);                ///< new vector: n times the value
+KAVRIX_EXPORT float Max(const VecFloat& v);  ///< largest element
+KAVRIX_EXPORT float Min(const VecFloat& v);  ///< smallest element
+KAVRIX_EXPORT int Argmax(const VecFloat& v); ///< index of the first maximum
+KAVRIX_EXPORT int Argmin(const VecFloat& v); ///< index of the first minimum
+KAVRIX_EXPORT float Sum(const VecFloat& v);  ///< sum in single precision, in index order
+/// Sum of a(i) * b(i) over a's length, likewise.
+KAVRIX_EXPORT float Dot(const VecFloat& a, const VecFloat& b);
+KAVRIX_EXPORT VecInt Size(const VecFloat& v);   ///< one element: dim1
+KAVRIX_EXPORT VecFloat All(float value, int n); ///< new vector: n times the value
 
 #endif

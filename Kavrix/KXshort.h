@@ -8,7 +8,7 @@
 
 /// Shorts in up to three dimensions: what VecShort, MatShort and CubShort have in common, and what their
 /// operators give. Sums, differences and products wrap: 32767 + 1 is -32768.
-class KX_Short : public kavrix::IntElem<short> {
+class KAVRIX_EXPORT KX_Short : public kavrix::IntElem<short> {
 public:
     using IntElem::IntElem;
     using IntElem::operator+=;
@@ -20,7 +20,7 @@ extern template class kavrix::Elem<short>;
 extern template class kavrix::IntElem<short>;
 
 /// A vector of shorts; see Vec.
-class VecShort : public kavrix::Vec<short> {
+class KAVRIX_EXPORT VecShort : public kavrix::Vec<short> {
 public:
     using Vec::Vec;
 
@@ -40,7 +40,7 @@ public:
 };
 
 /// A matrix of shorts: a picture of dim1 columns and dim2 rows; see Mat.
-class MatShort : public kavrix::Mat<short> {
+class KAVRIX_EXPORT MatShort : public kavrix::Mat<short> {
 public:
     using Mat::Mat;
 
@@ -100,7 +100,7 @@ public:
 };
 
 /// A cube of shorts: dim3 frames; see Cub.
-class CubShort : public kavrix::Cub<short> {
+class KAVRIX_EXPORT CubShort : public kavrix::Cub<short> {
 public:
     using Cub::Cub;
 };
@@ -112,26 +112,28 @@ extern template class kavrix::Cub<short>;
 static_assert(sizeof(MatShort) == sizeof(KX_Base));
 
 // Reductions of vectors. None is for empty vectors, except Sum and Dot, which give 0.
-short Max(const VecShort& v);                    ///< largest element
-short Min(const VecShort& v);                    ///< smallest element
-int Argmax(const VecShort& v);                   ///< index of the first maximum
-int Argmin(const VecShort& v);                   ///< index of the first minimum
-short Sum(const VecShort& v);                    ///< sum, modulo 2^16
-short Dot(const VecShort& a, const VecShort& b); ///< sum of a(i) * b(i) over a's length, modulo 2^16
-VecInt Size(const VecShort& v);                  ///< one element: dim1
-VecShort All(short value, int n);                ///< new vector: n times the value
+KAVRIX_EXPORT short Max(const VecShort& v);  ///< largest element
+KAVRIX_EXPORT short Min(const VecShort& v);  ///< smallest element
+KAVRIX_EXPORT int Argmax(const VecShort& v); ///< index of the first maximum
+KAVRIX_EXPORT int Argmin(const VecShort& v); ///< index of the first minimum
+KAVRIX_EXPORT short Sum(const VecShort& v);  ///< sum, modulo 2^16
+/// Sum of a(i) * b(i) over a's length, modulo 2^16.
+KAVRIX_EXPORT short Dot(const VecShort& a, const VecShort& b);
+KAVRIX_EXPORT VecInt Size(const VecShort& v);   ///< one element: dim1
+KAVRIX_EXPORT VecShort All(short value, int n); ///< new vector: n times the value
 
 // Reductions of matrices: entry y belongs to row y.
-VecShort Max(const MatShort& m);         ///< largest element of each row
-VecShort Min(const MatShort& m);         ///< smallest element of each row
-VecInt Argmax(const MatShort& m);        ///< column of the row's first maximum
-VecInt Argmin(const MatShort& m);        ///< column of the row's first minimum
-VecShort Sum(const MatShort& m);         ///< sum of each row, modulo 2^16
-VecInt Size(const MatShort& m);          ///< two elements: dim1, dim2
-MatShort All(short value, int w, int h); ///< new matrix: w x h times the value
-VecShort Diag(const MatShort& m);        ///< new vector: m(i, i), min(dim1, dim2) of them
-MatShort Diag(const VecShort& v);        ///< new square matrix: v on the diagonal, 0 elsewhere
-VecShort operator*(const MatShort& m, const VecShort& v); ///< entry x: sum over y of m(x, y) * v(y), wrapped
-MatShort Abs(const MatShort& m);                          ///< new matrix of the absolute values; -32768 stays
+KAVRIX_EXPORT VecShort Max(const MatShort& m);         ///< largest element of each row
+KAVRIX_EXPORT VecShort Min(const MatShort& m);         ///< smallest element of each row
+KAVRIX_EXPORT VecInt Argmax(const MatShort& m);        ///< column of the row's first maximum
+KAVRIX_EXPORT VecInt Argmin(const MatShort& m);        ///< column of the row's first minimum
+KAVRIX_EXPORT VecShort Sum(const MatShort& m);         ///< sum of each row, modulo 2^16
+KAVRIX_EXPORT VecInt Size(const MatShort& m);          ///< two elements: dim1, dim2
+KAVRIX_EXPORT MatShort All(short value, int w, int h); ///< new matrix: w x h times the value
+KAVRIX_EXPORT VecShort Diag(const MatShort& m);        ///< new vector: m(i, i), min(dim1, dim2) of them
+KAVRIX_EXPORT MatShort Diag(const VecShort& v);        ///< new square matrix: v on the diagonal, 0 elsewhere
+/// Entry x: sum over y of m(x, y) * v(y), wrapped.
+KAVRIX_EXPORT VecShort operator*(const MatShort& m, const VecShort& v);
+KAVRIX_EXPORT MatShort Abs(const MatShort& m); ///< new matrix of the absolute values; -32768 stays
 
 #endif

@@ -9,7 +9,7 @@
 
 /// Bytes in up to three dimensions: what VecByte, MatByte and CubByte have in common, and what their
 /// operators give. Sums, differences and products are kept modulo 256.
-class KX_Byte : public kavrix::IntElem<UBYTE> {
+class KAVRIX_EXPORT KX_Byte : public kavrix::IntElem<UBYTE> {
 public:
     using IntElem::IntElem;
     using IntElem::operator+=;
@@ -53,13 +53,13 @@ extern template class kavrix::Elem<UBYTE>;
 extern template class kavrix::IntElem<UBYTE>;
 
 /// A vector of bytes; see Vec.
-class VecByte : public kavrix::Vec<UBYTE> {
+class KAVRIX_EXPORT VecByte : public kavrix::Vec<UBYTE> {
 public:
     using Vec::Vec;
 };
 
 /// A matrix of bytes: a grey picture of dim1 columns and dim2 rows; see Mat.
-class MatByte : public kavrix::Mat<UBYTE> {
+class KAVRIX_EXPORT MatByte : public kavrix::Mat<UBYTE> {
 public:
     using Mat::Mat;
 
@@ -156,7 +156,7 @@ public:
 };
 
 /// A cube of bytes: a sequence of grey frames, or a colour picture of three planes red, green, blue; see Cub.
-class CubByte : public kavrix::Cub<UBYTE> {
+class KAVRIX_EXPORT CubByte : public kavrix::Cub<UBYTE> {
 public:
     using Cub::Cub;
 
@@ -194,6 +194,6 @@ extern template class kavrix::Cub<UBYTE>;
 static_assert(sizeof(MatByte) == sizeof(KX_Base) && sizeof(CubByte) == sizeof(KX_Base));
 
 /// Sum of a(i) * b(i) over a's length, modulo 256.
-UBYTE Dot(const VecByte& a, const VecByte& b);
+KAVRIX_EXPORT UBYTE Dot(const VecByte& a, const VecByte& b);
 
 #endif

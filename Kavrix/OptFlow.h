@@ -18,7 +18,7 @@
 /// \param nrIters  relaxation sweeps per pair; below 1 the sums stay as they are
 /// \return 0 done; 1 TestQ() asked to stop, finished pairs stay added; -1 a sum has the wrong shape, nothing
 ///         touched
-int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters);
+KAVRIX_EXPORT int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters);
 
 /// Scales summed flow to 16 bits by one factor for both components, so that the largest absolute value
 /// becomes about 1907, and gives the magnitude of the scaled flow, 0 to about 2697.
@@ -26,19 +26,19 @@ int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters);
 /// \param u_sum_sh, v_sum_sh  resized to W x H; the scaled components
 /// \param mag_sh              resized to W x H; the magnitude. Without any flow it keeps the content that
 ///                            its storage had; storage that is new is 0 then.
-void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatShort& v_sum_sh,
-             MatShort& mag_sh);
+KAVRIX_EXPORT void OF_Norm(const MatInt& u_sum, const MatInt& v_sum, MatShort& u_sum_sh, MatShort& v_sum_sh,
+                           MatShort& mag_sh);
 
 /// Cumulative histogram: chist(k) becomes the number of pixels of at most k - 2048, smaller values counting
 /// in bin 0, larger ones in the last bin.
 /// \param img    W x H values, for instance of OF_Norm; read only
 /// \param chist  its length, 4096 for the whole range, is the caller's; earlier counts are overwritten
-void CumHistogram(const MatShort& img, VecInt& chist);
+KAVRIX_EXPORT void CumHistogram(const MatShort& img, VecInt& chist);
 
 /// The bin at which a cumulative histogram crosses `fraction` (0..1) of its total: for fractions above 0.5
 /// the highest bin whose count is at most that part, otherwise the lowest whose count is at least that part.
 /// \return a bin index; with the histograms above, 2048 more than the value
-short PercThreshold(const VecInt& chist, float fraction);
+KAVRIX_EXPORT short PercThreshold(const VecInt& chist, float fraction);
 
 /// Lets strongly moving pixels vote for the centre of rotation: each for the point at the mean of the two
 /// radii across its motion, on the side that the sense of rotation selects.
@@ -51,13 +51,14 @@ short PercThreshold(const VecInt& chist, float fraction);
 /// \param hough_sh      resized to W x H: the votes, weighted by speed, scaled to 0..2000
 /// \param cx, cy        centroid of the votes + 0.5; not a number without votes
 /// \return 0 done; 1 TestQ() asked to stop
-int OpticalFlowPostprocAlt(const MatShort& u_sum, const MatShort& v_sum, int len, float r1, float r2,
-                           float r3f, float ang_speed, MatShort& hough_sh, float& cx, float& cy);
+KAVRIX_EXPORT int OpticalFlowPostprocAlt(const MatShort& u_sum, const MatShort& v_sum, int len, float r1,
+                                         float r2, float r3f, float ang_speed, MatShort& hough_sh, float& cx,
+                                         float& cy);
 
 /// As OpticalFlowPostprocAlt, but each pixel votes once for every whole radius from r1 to r2, and the voted
 /// point moves on by each radius in turn: its distance is the sum of the radii so far. Shapes, units and
 /// results are those of OpticalFlowPostprocAlt.
-int OpticalFlowPostprocA2(const MatShort& u_sum, const MatShort& v_sum, int len, float r1, float r2,
-                          float ang_speed, MatShort& hough_sh, float& cx, float& cy);
+KAVRIX_EXPORT int OpticalFlowPostprocA2(const MatShort& u_sum, const MatShort& v_sum, int len, float r1,
+                                        float r2, float ang_speed, MatShort& hough_sh, float& cx, float& cy);
 
 #endif

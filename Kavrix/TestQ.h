@@ -8,6 +8,6 @@
 /// Asked by the motion functions at fixed checkpoints whether to go on.
 /// It stands alone in its object file, so that a program can link a query of its own in its place.
 /// \return 0 go on (always, here); anything else: abandon the calculation
-int TestQ();
+KAVRIX_EXPORT int TestQ();
 
 #endif

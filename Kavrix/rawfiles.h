@@ -26,8 +26,8 @@
 
 /// Writes the low 16 (32) bits of a number, most significant byte first; the result is not checked.
 /// @{
-void fwriteSGshort(unsigned short value, std::FILE* f);
-void fwriteSGlong(unsigned long value, std::FILE* f);
+KAVRIX_EXPORT void fwriteSGshort(unsigned short value, std::FILE* f);
+KAVRIX_EXPORT void fwriteSGlong(unsigned long value, std::FILE* f);
 /// @}
 
 #endif

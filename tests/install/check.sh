@@ -1,8 +1,8 @@
 #!/bin/sh
 # One check of what is installed:
-#     check.sh Install|FindPackage|PkgConfig|Programs <working folder> [<emulator> <its option>...]
+#     check.sh Install|FindPackage|PkgConfig|Programs|Symbols <working folder> [<emulator> <its option>...]
 # Install makes <working folder>/prefix, which the others use. The environment tells BUILD, CMAKE, CXX,
-# CXXFLAGS, LIBDIR, PKG_CONFIG, and TOOLCHAIN where the programs are for another machine.
+# CXXFLAGS, LIBDIR, NM, PKG_CONFIG, and TOOLCHAIN where the programs are for another machine.
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -50,6 +50,32 @@ Programs)
     grep -qx 'RESULT=0' result.txt
     "$@" "$prefix/bin/telvane-report"
     grep -q 'data:image/jpeg' report.html
+    ;;
+Symbols)
+    # The shared library exports what its headers declare, and nothing else.
+    enter symbols
+    cat "$prefix/include/Kavrix/"*.h >headers.h
+    "$NM" -DC --defined-only "$prefix/$LIBDIR/libKavrix.so" | cut -d' ' -f3- >exported.txt
+    test -s exported.txt
+    if grep -E 'inner::|std::|anonymous|\[clone|\[abi' exported.txt; then exit 1; fi
+    # Each name without arguments: kavrix::Mat<short>::operator()(int, int) const is kavrix::Mat::operator().
+    sed -E 's/operator\(\)/operator@/; s/\(.*//; s/operator@/operator()/; :a; s/<[A-Za-z_ ,:]*>//; ta' exported.txt |
+        sort -u >names.txt
+    set -f # operator* is no pattern of files
+    while read -r name; do
+        # shellcheck disable=SC2046 # a class and its member; a destructor counts as its class
+        for part in $(echo "$name" | sed 's/::/ /g; s/~//'); do
+            grep -qF "$part" headers.h || { echo "not declared: $name" >&2; exit 1; }
+        done
+    done <names.txt
+    sed -nE 's/.*KAVRIX_EXPORT [A-Za-z]+ ([A-Za-z0-9_]+|operator\*)\(.*/\1/p' headers.h | sort -u >functions.txt
+    test -s functions.txt
+    while read -r name; do
+        grep -qF "$name(" exported.txt || { echo "not exported: $name" >&2; exit 1; }
+    done <functions.txt
+    for name in 'Trace::level' 'Trace::msgarr' 'Datablock::mem' 'Datablock::nblocks' 'TestQ()'; do
+        grep -qxF "$name" exported.txt || { echo "not exported: $name" >&2; exit 1; }
+    done
     ;;
 *)
     echo "check.sh: no check is named $step" >&2
