@@ -13,15 +13,15 @@ report=$(mktemp)
 trap 'rm -f "$report"' EXIT
 missing=0
 
-# vectors <file> <function in the report> [<function whose own loop it is>]
+# vectors <file> <function in the report> [<function whose own loop it is> [<the header that it stands in>]]
 vectors() {
-    local file=$1 function=$2 owner=${3:-} place='KXelementwise.h:' found
+    local file=$1 function=$2 owner=${3:-} source=${4:-$1} place='KXelementwise.h:' found
     aarch64-linux-gnu-g++ -std=c++20 -O3 -DNDEBUG -ffp-contract=off -fno-math-errno -I. -Icamera/simulated \
         -fdump-tree-vect-optimized="$report" -c "$file" -o /dev/null
     if [[ $owner ]]; then
         # The first loop after the function's name.
-        place=$file:$(awk -v name="$owner(" 'index($0, name) { inside = 1 }
-            inside && /^ *for \(/ { print NR; exit }' "$file"):
+        place=$source:$(awk -v name="$owner(" 'index($0, name) { inside = 1 }
+            inside && /^ *for \(/ { print NR; exit }' "$source"):
     fi
     found=$(awk -v function_name="$function" -v place="$place" '
         /^;; Function / { inside = index($0, function_name) }
@@ -43,9 +43,7 @@ vectors Kavrix/OptFlow.cpp OpticalFlow12Alt
 vectors Kavrix/OptFlow.cpp OF_Norm
 vectors Kavrix/OptFlow.cpp FindStrong
 vectors Kavrix/Imgproc.cpp Filter3x3
-vectors Kavrix/FindSemiCircle.cpp SumPattern AddDifference
-vectors Kavrix/FindSemiCircle.cpp SumPattern AddDifferences
-vectors Kavrix/FindSemiCircle.cpp SumPattern
+vectors Kavrix/FindSemiCircle.cpp AddDifferences AddDifferences Kavrix/inner/PatternSums.h
 vectors Kavrix/KXshort2.cpp 'Elem<short int>::operator+='
 vectors Telvane/Telvane.cpp 'RankOfEachPixel<unsigned char>'
 vectors Telvane/Telvane.cpp 'RankOfEachPixel<short int>'
