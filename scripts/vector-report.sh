@@ -44,6 +44,7 @@ vectors Kavrix/OptFlow.cpp OF_Norm
 vectors Kavrix/OptFlow.cpp FindStrong
 vectors Kavrix/Imgproc.cpp Filter3x3
 vectors Kavrix/FindSemiCircle.cpp AddDifferences AddDifferences Kavrix/inner/PatternSums.h
+vectors Kavrix/FindSemiCircle.cpp SumBounds
 vectors Kavrix/KXshort2.cpp 'Elem<short int>::operator+='
 vectors Telvane/Telvane.cpp 'RankOfEachPixel<unsigned char>'
 vectors Telvane/Telvane.cpp 'RankOfEachPixel<short int>'

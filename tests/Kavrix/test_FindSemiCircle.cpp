@@ -1,7 +1,10 @@
-// The sliding sum under a pattern and the search for the ring, held against one addition per cell and place.
+// The sliding sum under a pattern, the bounds of such sums and the search for the ring, held against one
+// addition per cell and place.
 #include <tests/support/Pictures.h>
 
 #include <tests/reference/Ring.h>
+
+#include <Kavrix/inner/PatternSums.h>
 
 #include <gtest/gtest.h>
 
@@ -139,6 +142,108 @@ TEST(SumPattern, RunningSumsMayWrapWhereTheSumsDoNot)
     const Shorts picture(70000, 1, 32767);
     const Bytes pattern(3, 1, 255);
     EXPECT_TRUE(Same(Sums(picture, pattern), Ints(69998, 1, 3 * 32767)));
+}
+
+// ---------------------------------------------------------------------------------- bounds
+
+using kavrix::inner::tileSide;
+
+/// The cells of a pattern that lies flipped.
+kavrix::inner::Runs RunsOf(const Bytes& pattern) { return kavrix::inner::FlippedRuns(ArrayOf(pattern)); }
+
+/// Whether the bound of every block is at least every sum in it, none of which is left out.
+testing::AssertionResult AreBounds(const Ints& bounds, const Ints& sums)
+{
+    if (bounds.w != (sums.w - 1) / tileSide + 1 || bounds.h != (sums.h - 1) / tileSide + 1)
+        return testing::AssertionFailure() << bounds.w << " x " << bounds.h << " blocks";
+    for (int y = 0; y < sums.h; y++)
+        for (int x = 0; x < sums.w; x++)
+            if (bounds.At(x / tileSide, y / tileSide) < sums.At(x, y))
+                return testing::AssertionFailure() << sums.At(x, y) << " at " << x << ", " << y << " over "
+                                                   << bounds.At(x / tileSide, y / tileSide);
+    return testing::AssertionSuccess();
+}
+
+/// Pictures without negative pixels: noise, many equal values, few bright pixels, extremes, one bright edge
+/// each.
+std::vector<Shorts> PicturesForBounds(Random& random, int w, int h)
+{
+    std::vector<Shorts> pictures = {Noise<std::int16_t>(random, w, h, 0, 32767),
+                                    Noise<std::int16_t>(random, w, h, 0, 2),
+                                    Salt<std::int16_t>(random, w, h, 0, 32767),
+                                    Shorts(w, h),
+                                    Shorts(w, h, 32767),
+                                    OneRow<std::int16_t>(w, h, 0, 999),
+                                    OneRow<std::int16_t>(w, h, h - 1, 999),
+                                    OneColumn<std::int16_t>(w, h, 0, 999),
+                                    OneColumn<std::int16_t>(w, h, w - 1, 999)};
+    Shorts spikes(w, h);
+    for (int i = 0; i < 5; i++)
+        spikes.At(Between(random, 0, w - 1), Between(random, 0, h - 1)) =
+            static_cast<std::int16_t>(Between(random, 1, 32767));
+    pictures.push_back(spikes);
+    return pictures;
+}
+
+TEST(SumBounds, NoSumOfABlockExceedsItsBoundForRingsOfAnyRadius)
+{
+    Random random(78);
+    for (int r2 = 0; r2 <= 30; r2++) {
+        for (const int r1 : {0, r2 / 2, r2}) {
+            const Bytes ring = reference::RingPattern(static_cast<float>(r1), static_cast<float>(r2));
+            const int w = ring.w + Between(random, 0, 13), h = ring.h + Between(random, 0, 13);
+            const auto runs = kavrix::inner::RingRuns(r2, static_cast<float>(r1), static_cast<float>(r2));
+            for (const Shorts& picture : PicturesForBounds(random, w, h)) {
+                const Ints bounds = PictureOf(kavrix::inner::SumBounds(ArrayOf(picture), runs));
+                EXPECT_TRUE(AreBounds(bounds, reference::SumPatternByRuns(picture, ring)))
+                    << r1 << ", " << r2 << " in " << w << " x " << h;
+            }
+        }
+    }
+}
+
+TEST(SumBounds, NoSumOfABlockExceedsItsBoundForAnyPattern)
+{
+    Random random(79);
+    for (const auto& [pw, ph] : std::vector<Size2>{{1, 1}, {4, 1}, {5, 9}, {8, 3}, {17, 16}}) {
+        for (const Bytes& pattern : Patterns(random, pw, ph)) {
+            const int w = pw + Between(random, 0, 20), h = ph + Between(random, 0, 20);
+            for (const Shorts& picture : PicturesForBounds(random, w, h)) {
+                const Ints bounds = PictureOf(kavrix::inner::SumBounds(ArrayOf(picture), RunsOf(pattern)));
+                EXPECT_TRUE(AreBounds(bounds, reference::SumPattern(picture, pattern)))
+                    << pw << " x " << ph << " over " << w << " x " << h;
+            }
+        }
+    }
+}
+
+TEST(SumBounds, TheBoundOfASingleCellIsItsTilesSum)
+{
+    Random random(80);
+    const Shorts picture = Noise<std::int16_t>(random, 3 * tileSide - 1, 2 * tileSide, 0, 32767);
+    Ints tiles(3, 2);
+    for (int y = 0; y < picture.h; y++)
+        for (int x = 0; x < picture.w; x++) tiles.At(x / tileSide, y / tileSide) += picture.At(x, y);
+    EXPECT_TRUE(Same(PictureOf(kavrix::inner::SumBounds(ArrayOf(picture), RunsOf(Bytes(1, 1, 1)))), tiles));
+}
+
+TEST(SumBounds, ThereAreNoneWhereAPixelIsNegativeOrASumMightLeave32Bits)
+{
+    const auto haveBounds = [](const Shorts& picture, const Bytes& pattern) {
+        return kavrix::inner::SumBounds(ArrayOf(picture), RunsOf(pattern)).p_data != nullptr;
+    };
+    Shorts picture(20, 20, 5);
+    EXPECT_TRUE(haveBounds(picture, Bytes(5, 5, 1)));
+    picture.At(19, 19) = -1;
+    EXPECT_FALSE(haveBounds(picture, Bytes(5, 5, 1)));
+
+    // 65,538 pixels of 32,767 are the most that 31 bits hold; 244 + 2 tiles' sides are touched each way.
+    EXPECT_TRUE(haveBounds(Shorts(400, 400, 32767), Bytes(244, 244, 1)));
+    EXPECT_FALSE(haveBounds(Shorts(400, 400, 32767), Bytes(256, 256, 1)));
+    // Bright pixels far apart: nothing can sum to more than the picture.
+    Shorts sparse(400, 400);
+    sparse.At(7, 7) = sparse.At(390, 390) = 32767;
+    EXPECT_TRUE(haveBounds(sparse, Bytes(256, 256, 1)));
 }
 
 // ---------------------------------------------------------------------------------- the ring
@@ -321,11 +426,13 @@ TEST(FindSemiCircle, AnInnerRadiusThatIsNoNumberLeavesTheRingEmpty)
 TEST(FindSemiCircle, ViewsOfAnyStridesMatchThePlainVersion)
 {
     Random random(77);
-    for (const Layout& layout : viewLayouts) {
-        const Shorts picture = Noise<std::int16_t>(random, 30, 22, -50, 50);
-        const Laid<short> laid(picture, layout, random);
-        EXPECT_EQ(Find(laid.view, 2, 5), PlainFind(picture, 2, 5)) << layout;
-        EXPECT_TRUE(laid.SurroundingsUntouched() && Same(laid.view, picture)) << layout;
+    for (const int lowest : {-50, 0}) {
+        for (const Layout& layout : viewLayouts) {
+            const Shorts picture = Noise<std::int16_t>(random, 30, 22, lowest, 50);
+            const Laid<short> laid(picture, layout, random);
+            EXPECT_EQ(Find(laid.view, 2, 5), PlainFind(picture, 2, 5)) << layout;
+            EXPECT_TRUE(laid.SurroundingsUntouched() && Same(laid.view, picture)) << layout;
+        }
     }
 }
 
@@ -340,6 +447,104 @@ TEST(FindSemiCircle, SumsThatWrapAreComparedAsTheyCome)
     Centre plain{};
     reference::FindSemiCircle(picture, 0, 150, plain.x, plain.y, reference::SumPatternByRuns);
     EXPECT_EQ(found, plain);
+}
+
+TEST(RingRuns, TheyAreTheCellsOfTheRing)
+{
+    std::vector<std::pair<float, float>> radii = {{infinity, 5}, {-infinity, 5}, {notANumber, 3}, {1e20f, 4},
+                                                  {0, -0.25f},   {0, infinity},  {-2, 3},         {5, 3}};
+    for (float r2 = 0; r2 < 12; r2 += 0.3f)
+        for (float r1 = 0; r1 <= r2 + 1; r1 += 0.7f) radii.emplace_back(r1, r2);
+    for (const auto& [r1, r2] : radii) {
+        const int rr = r2 == infinity ? 6 : static_cast<int>(std::rint(r2));
+        const auto runs = kavrix::inner::RingRuns(rr, r1, r2);
+        Bytes cells(runs.width, runs.height);
+        for (int i = 0; i < runs.Count(); i++)
+            for (int x = runs.First(i); x <= runs.Last(i); x++) cells.At(x, runs.Row(i)) = 255;
+        const Bytes plain = r2 == infinity ? Bytes(13, 13, 255) : reference::RingPattern(r1, r2);
+        EXPECT_TRUE(Same(cells, plain)) << r1 << ", " << r2;
+    }
+}
+
+// ---------------------------------------------------------------------------------- the search
+
+/// Pictures that are hard to search: many ties, nothing to find, a ring in noise, extremes.
+Shorts PictureForSearch(Random& random, int kind, int w, int h, int r1, int r2)
+{
+    switch (kind) {
+    case 0: return Noise<std::int16_t>(random, w, h, 0, 2000);
+    case 1: return Noise<std::int16_t>(random, w, h, 0, 1);
+    case 2: return Shorts(w, h, static_cast<std::int16_t>(Between(random, 0, 32767)));
+    case 3: return Noise<std::int16_t>(random, w, h, -40, 2000);
+    case 4: return Salt<std::int16_t>(random, w, h, 0, 32767);
+    case 5: return Checkerboard<std::int16_t>(w, h, 0, 700, Between(random, 1, 9));
+    }
+    Shorts picture(w, h);
+    if (kind == 6) { // few pixels, most of them equal
+        for (int i = Between(random, 0, 12); i > 0; i--)
+            picture.At(Between(random, 0, w - 1), Between(random, 0, h - 1)) = i % 4 ? 900 : 901;
+    } else if (kind == 7) { // the same over and over
+        const Shorts motif = Noise<std::int16_t>(random, 8, 8, 0, 3000);
+        for (int y = 0; y < h; y++)
+            for (int x = 0; x < w; x++) picture.At(x, y) = motif.At(x % 8, y % 8);
+    } else { // one or two equal rings, in noise or not
+        if (kind % 2) picture = Noise<std::int16_t>(random, w, h, 0, 300);
+        for (int i = 0; i < 2; i++) {
+            const int cx = Between(random, r2, w - 1 - r2), cy = Between(random, r2, h - 1 - r2);
+            for (int y = 0; y < h; y++)
+                for (int x = 0; x < w; x++) {
+                    const int d = (x - cx) * (x - cx) + (y - cy) * (y - cy);
+                    if (r1 * r1 <= d && d <= r2 * r2) picture.At(x, y) = 1500;
+                }
+        }
+    }
+    return picture;
+}
+
+TEST(FindSemiCircle, ThousandsOfPicturesMatchTheFullSearch)
+{
+    Random random(81);
+    for (int i = 0; i < 2000; i++) {
+        const int r2 = Between(random, 0, 12), r1 = Between(random, 0, r2);
+        const int w = 2 * r2 + 1 + Between(random, 0, 50), h = 2 * r2 + 1 + Between(random, 0, 30);
+        const Shorts picture = PictureForSearch(random, i % 10, w, h, r1, r2);
+        const float inner = static_cast<float>(r1), outer = static_cast<float>(r2);
+        Centre plain{};
+        reference::FindSemiCircle(picture, inner, outer, plain.x, plain.y, reference::SumPatternByRuns);
+        ASSERT_EQ(Find(picture, inner, outer), plain)
+            << "kind " << i % 10 << ", " << r1 << ", " << r2 << " in " << w << " x " << h;
+    }
+}
+
+TEST(FindSemiCircle, EqualSumsInOneBlockAndInSeveralGoToTheFirstPlace)
+{
+    // With radius 0 the sums are the pixels. Every pair of pixels is equal once; all blocks have the same
+    // bound.
+    const int w = 2 * tileSide + 1, h = 2 * tileSide + 1;
+    for (int a = 0; a < w * h; a++) {
+        for (int b = a; b < w * h; b++) {
+            Shorts picture(w, h);
+            for (int y = 0; y < h; y += tileSide)
+                for (int x = 0; x < w; x += tileSide) picture.At(x, y) = 5;
+            picture.At(a % w, a / w) = picture.At(b % w, b / w) = 9;
+            ASSERT_EQ(Find(picture, 0, 0), (Centre{static_cast<float>(a % w), static_cast<float>(a / w)}));
+        }
+    }
+}
+
+TEST(FindSemiCircle, SumsUpToTheLastOf31BitsAndPastThemMatchTheFullSearch)
+{
+    // All pixels are 32767. A ring of 65,538 cells or fewer has sums within 31 bits, a larger one wraps.
+    Random random(82);
+    for (const float r2 : {100.0f, 144.0f, 145.0f}) {
+        Shorts picture(310, 305, 32767);
+        for (int i = 0; i < 500; i++)
+            picture.At(Between(random, 0, 309), Between(random, 0, 304)) =
+                static_cast<std::int16_t>(Between(random, 0, 32767));
+        Centre plain{};
+        reference::FindSemiCircle(picture, 0, r2, plain.x, plain.y, reference::SumPatternByRuns);
+        EXPECT_EQ(Find(picture, 0, r2), plain) << r2;
+    }
 }
 
 } // namespace
