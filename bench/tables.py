@@ -154,15 +154,15 @@ def whole_runs_table(folders, names, frames):
 
 
 def growth_tables(folder):
-    def detection(width, height, count, R3):
+    def growth(*arguments):
         program = os.path.join(folder, "bench", "telvane_growth")
-        return [float(word) for word in output([program, *map(str, (width, height, count, R3))]).split()]
+        return [float(word) for word in output([program, *map(str, arguments)]).split()]
 
     print("Detections of more and more frames, 1280 x 960\n")
     rows = []
     for count in (2, 5, 15, 50):
-        votes, peak, held = detection(1280, 960, count, 0)
-        ring, _, _ = detection(1280, 960, count, -1)
+        votes, peak, held = growth(1280, 960, count, 0)
+        ring, _, _ = growth(1280, 960, count, -1)
         rows.append([str(count), ms(votes), ms(votes / (count - 1)), ms(ring),
                      f"{peak:.1f}", f"{peak - held:.1f}"])
     table(["frames", "votes, ms", "for each pair", "ring search, ms", "MB", "MB beside the frames"], rows)
@@ -170,11 +170,19 @@ def growth_tables(folder):
     print("Detections in larger and larger pictures, 15 frames, votes\n")
     rows = []
     for width, height in ((160, 120), (320, 240), (640, 480), (1280, 960), (1920, 1440), (2592, 1944)):
-        votes, peak, held = detection(width, height, 15, 0)
+        votes, peak, held = growth(width, height, 15, 0)
         pixels = width * height
         rows.append([f"{width} x {height}", ms(votes), f"{1e6 * votes / (pixels * 14):.2f}",
                      f"{peak - held:.1f}", f"{1e6 * (peak - held) / pixels:.0f}"])
     table(["picture", "ms", "ns for each pixel and pair", "MB beside the frames", "bytes for each pixel"], rows)
+
+    print("Ring searches with larger and larger rings, 1280 x 960, ms\n")
+    rows = []
+    for radius in (20, 40, 60, 80, 120, 160, 200, 250, 300, 350, 400, 450):
+        own = [growth("ring", radius, radius, noise) for noise in (1.5, 10, 30)]
+        other = growth("ring", radius, 250, 1.5)
+        rows.append([str(radius), *(ms(time) for time, in [*own, other])])
+    table(["outer radius", "wheel of that size", "noise 10", "noise 30", "wheel of radius 250"], rows)
 
 
 def compare(pattern, folder, other, name):
