@@ -3,18 +3,23 @@
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds the preset, `release` unless another
 # is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, as
-# many at once as there are cores. The last line is their count. Exit status 0 when every test passed.
+# many at once as there are cores. Of the preset `shared` only what the shared library can change: its own tests, and
+# those of what is installed. The last line is their count. Exit status 0 when every test passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 preset=${1:-release}
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev pkg-config
+packages=(g++ make cmake libjpeg-dev libpng-dev libgtest-dev pkg-config) targets=() tests=()
+case $preset in
+asan*) for_sanitizers ;;&
+*-clang) packages+=(clang libclang-rt-14-dev) ;;
+shared) targets=(--target library_tests) tests=(--label-regex '^library$') ;;
+esac
+scripts/install-packages.sh "${packages[@]}"
 
 jobs=$(jobs_at_once)
 configure "$preset" -DTELVANE_TESTS=ON -DTELVANE_WERROR=ON
-cmake --build --preset "$preset" --parallel "$jobs"
-
-if [[ $preset == asan ]]; then for_sanitizers; fi
+cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"
 count_tests "build/$preset/test.log" "${sanitized[@]}" \
-    ctest --preset "$preset" --parallel "$jobs" --no-tests=error
+    ctest --preset "$preset" --parallel "$jobs" --no-tests=error "${tests[@]}"
 tell_count
