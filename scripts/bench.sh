@@ -2,6 +2,7 @@
 # Builds the benchmarks and prints their tables:
 #
 #     scripts/bench.sh                         every step beside its plain version, whole runs, growth
+#     scripts/bench.sh --write                 and renews the tables in docs/performance.md
 #     scripts/bench.sh --filter 'flow|Norm'    only the steps whose names match
 #     scripts/bench.sh --against <commit>      this tree and that commit, in turn; with --filter only those steps
 #
@@ -11,14 +12,19 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-filter=. commit=
+filter=. commit='' page=''
 while (($#)); do
     case $1 in
         --filter) filter=${2:?--filter needs a regular expression} && shift 2 ;;
+        --write) page=docs/performance.md && shift ;;
         --against) commit=${2:?--against needs a commit} && shift 2 ;;
         *) sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2 && exit 2 ;;
     esac
 done
+if [[ $page && ($filter != . || $commit) ]]; then
+    echo "--write takes all tables of this tree" >&2
+    exit 2
+fi
 
 scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev libbenchmark-dev pkg-config python3 git
 jobs=$(jobs_at_once)
@@ -54,4 +60,5 @@ if [[ $(uname -m) == x86_64 ]]; then
     build build/bench-baseline telvane_bench Telvane
     others=(build/bench-baseline)
 fi
-python3 bench/tables.py all "$filter" build/bench "${others[@]}"
+python3 bench/tables.py all "$filter" build/bench "${others[@]}" | tee build/bench/tables.md
+[[ ! $page ]] || renew_section "$page" figures build/bench/tables.md

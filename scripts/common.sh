@@ -77,6 +77,20 @@ tell_count() {
     ((failed == 0 && passed > 0))
 }
 
+# renew_section <page> <name> <file>: what the page has between the comments "<name>: begin" and "<name>: end" becomes
+# what is in the file.
+renew_section() {
+    awk -v begin="<!-- $2: begin -->" -v end="<!-- $2: end -->" -v file="$3" '
+        $0 == end { inside = 0; ends++ }
+        !inside
+        $0 == begin { inside = 1; begins++; while ((getline line < file) > 0) print line }
+        END { exit begins != 1 || ends != 1 }' "$1" >"$3.page" || {
+        echo "$1 has no place for $2" >&2
+        return 1
+    }
+    cp "$3.page" "$1"
+}
+
 # The project's C++ files, wherever they lie; build folders and hidden ones are none of it.
 cpp_files() {
     find . \( -path ./build -o -path './.*' \) -prune -o \
