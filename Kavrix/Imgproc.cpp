@@ -5,15 +5,14 @@
 // does not matter for that, the place of each shift and division does, and it is where the rounding happens.
 //
 // The binomial kernel 1 2 1 / 2 4 2 / 1 2 1 has the sum 16: the byte filter leaves it at that and so keeps
-// four more bits for the derivatives of the flow, the short filter divides by 2 and then by 8. The weights of
-// LapAve, 1/6 for edge and 1/12 for corner neighbours, are those of B. K. P. Horn and B. G. Schunck,
-// "Determining Optical Flow", Artificial Intelligence 17 (1981), pp. 185-203.
+// four more bits for the derivatives of the flow, the short filter divides by 2 and then by 8.
 #include <Kavrix/Imgproc.h>
 
 #include <Kavrix/Convert_Bs.h>
 #include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXclones.h>
 #include <Kavrix/inner/KXelementwise.h>
+#include <Kavrix/inner/NeighbourAverage.h>
 
 using namespace kavrix::inner;
 
@@ -35,13 +34,6 @@ template <class T, class M, class F> void Filter3x3(MatShort& out, const M& m, F
             p = rule(nw, n, ne, w, c, e, sw, s, se);
         },
         ViewOf<short>(out), V(0, 0), V(1, 0), V(2, 0), V(0, 1), V(1, 1), V(2, 1), V(0, 2), V(1, 2), V(2, 2));
-}
-
-short NeighbourAverage(int nw, int n, int ne, int w, int e, int sw, int s, int se)
-{
-    const short corners = Cut16(nw + ne + sw + se);
-    const short sum = Cut16((corners >> 1) + w + e + n + s);
-    return Cut16(sum / 6);
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <Kavrix/inner/KXclones.h>
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/Resize.h>
+#include <Kavrix/inner/NeighbourAverage.h>
 
 #include <algorithm>
 #include <cmath>
@@ -64,17 +65,13 @@ KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short*
     }
 }
 
-// The neighbour averages of n cells from three rows of flow, which begin one column left of the cells: edge
-// neighbours weigh 1/6, corners 1/12, rounded as in MatShort::LapAve.
+// The neighbour averages of n cells from three rows of flow, which begin one column left of the cells.
 KAVRIX_CLONES void AverageRow(int n, const short* __restrict above, const short* __restrict middle,
                               const short* __restrict below, short* __restrict average)
 {
-    for (int x = 0; x < n; x++) {
-        const short corners = static_cast<short>(above[x] + above[x + 2] + below[x] + below[x + 2]);
-        const short sum =
-            static_cast<short>((corners >> 1) + middle[x] + middle[x + 2] + above[x + 1] + below[x + 1]);
-        average[x] = static_cast<short>(sum / 6);
-    }
+    for (int x = 0; x < n; x++)
+        average[x] = NeighbourAverage(above[x], above[x + 1], above[x + 2], middle[x], middle[x + 2],
+                                      below[x], below[x + 1], below[x + 2]);
 }
 
 // One row of the first sweep, from zero flow: u = -(Et Ex) / Den, truncated.
