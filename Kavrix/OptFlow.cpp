@@ -15,6 +15,7 @@
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/Resize.h>
 #include <Kavrix/inner/NeighbourAverage.h>
+#include <Kavrix/inner/Votes.h>
 
 #include <algorithm>
 #include <cmath>
@@ -334,79 +335,8 @@ short PercThreshold(const VecInt& chist, float fraction)
 
 namespace {
 
-// The votes of one run: the accumulator picture, and the sums for the weighted centroid.
-class Votes {
-public:
-    Votes(int w, int h) : hough(w, h), wid(static_cast<float>(w)), hgh(static_cast<float>(h))
-    {
-        hough.Fill(0);
-    }
-
-    // A vote of weight n for the point (xn / n, yn / n), if it lies in the picture. The coordinates come
-    // multiplied by n, so that most pixels need no division.
-    void Cast(float xn, float yn, float n)
-    {
-        if (!(0 <= xn && xn < wid * n && 0 <= yn && yn < hgh * n)) return;
-        const int ix = static_cast<short>(FloatToInt(xn / n)), iy = static_cast<short>(FloatToInt(yn / n));
-        // A quotient that rounds up to the width or height has no cell; it counts in the centroid.
-        if (0 <= ix && ix < hough.dim1 && 0 <= iy && iy < hough.dim2)
-            hough(ix, iy) = WrapAdd(hough(ix, iy), FloatToInt(std::rint(n * 100)));
-        sum += n;
-        mx += xn;
-        my += yn;
-    }
-
-    // The centroid, and the accumulator scaled so that its largest cell is 2000.
-    void Finish(MatShort& hough_sh, float& cx, float& cy)
-    {
-        cx = mx / sum + 0.5f;
-        cy = my / sum + 0.5f;
-        const int maxv = hough.dim1 > 0 && hough.dim2 > 0 ? Max(Max(hough)) : 0;
-        if (maxv != 0) {
-            hough *= 2000000000 / maxv;
-            hough /= 1000000;
-        }
-        KX_Base::Convert_is(hough, hough_sh);
-    }
-
-private:
-    MatInt hough;
-    float wid, hgh;
-    float sum = 0, mx = 0, my = 0; // one sum of weights for both coordinates
-};
-
-float Length(short u, short v)
-{
-    const float uf = u, vf = v;
-    return std::sqrt(uf * uf + vf * vf);
-}
-
-std::uint32_t Square(short u, short v)
-{
-    return static_cast<std::uint32_t>(u * u) + static_cast<std::uint32_t>(v * v);
-}
-
-// The square from which on Length(u, v) >= thld, for a whole threshold: compared in integers, since the
-// square is exact as a float up to 2^24, and thresholds, at most 2047, have smaller ones.
-std::uint32_t LeastSquare(float thld) { return thld > 0 ? static_cast<std::uint32_t>(thld * thld) : 0; }
-
-// strong(x, y) = 1 where the square is at least `enough`, else 0; count(x) = how many in column x.
-KAVRIX_CLONES void FindStrong(const MatShort& u_sum, const MatShort& v_sum, std::uint32_t enough,
-                              MatByte& strong, VecInt& count)
-{
-    ElementwiseOver(
-        ShapeOf(strong), [enough](UBYTE& p, short u, short v) { p = Square(u, v) >= enough; },
-        ViewOf<UBYTE>(strong), ViewOf<short>(u_sum), ViewOf<short>(v_sum));
-    count.Fill(0);
-    Strided<int> everyRow = ViewOf<int>(count);
-    everyRow.step2 = 0;
-    ElementwiseOver(
-        ShapeOf(strong), [](int& n, UBYTE p) { n += p; }, everyRow, ViewOf<UBYTE>(strong));
-}
-
 // What both forms of the vote share. voteOf(votes, x, y, u, v, n) casts the votes of one strong pixel.
-// The pixels vote column by column, x outermost: the float sums depend on that order. The strong pixels are
-// found row by row, as they lie in memory, and sorted into their columns.
+// The pixels vote column by column, x outermost: the float sums depend on that order.
 template <class F>
 int Vote(const MatShort& u_sum, const MatShort& v_sum, MatShort& hough_sh, float& cx, float& cy, F voteOf)
 {
@@ -422,25 +352,11 @@ int Vote(const MatShort& u_sum, const MatShort& v_sum, MatShort& hough_sh, float
         static_cast<float>(PercThreshold(chist, static_cast<float>(1.0 - 250.0 / pixels)) - 2048);
     if (TestQ()) return 1;
 
-    MatByte strong(wid, hgh);
-    VecInt end(wid); // first the number of strong pixels of each column, then where its list ends
-    FindStrong(u_sum, v_sum, LeastSquare(thld), strong, end);
-    int total = 0;
-    for (int x = 0; x < wid; x++) {
-        total += end(x);
-        end(x) = total - end(x);
-    }
-    VecInt rows(total);
-    for (int y = 0; y < hgh; y++) {
-        const UBYTE *const row = &strong(0, y), *const rowEnd = row + wid;
-        for (const UBYTE* p = row; (p = std::find(p, rowEnd, 1)) != rowEnd; p++)
-            rows(end(static_cast<int>(p - row))++) = y;
-    }
-
+    const StrongPixels strong(u_sum, v_sum, thld);
     Votes votes(wid, hgh);
     for (int x = 0, i = 0; x < wid; x++) {
-        for (; i < end(x); i++) {
-            const int y = rows(i);
+        for (; i < strong.End(x); i++) {
+            const int y = strong.Row(i);
             const short u = u_sum(x, y), v = v_sum(x, y);
             voteOf(votes, static_cast<float>(x), static_cast<float>(y), u, v, Length(u, v));
         }
