@@ -14,7 +14,7 @@
 #include <Kavrix/inner/KXclones.h>
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/Resize.h>
-#include <Kavrix/inner/NeighbourAverage.h>
+#include <Kavrix/inner/RowWiseFlow.h>
 #include <Kavrix/inner/Votes.h>
 
 #include <algorithm>
@@ -41,79 +41,6 @@ KAVRIX_CLONES void PrepareFrame(const MatByte& frame, MatShort& prepared)
     inside.Smooth(frame);
 }
 
-// The functions on rows below are the inner loops of the flow. Their rows never overlap.
-
-// Derivatives and denominator of n cells, from two rows of the older frame, P, and of the newer one, N.
-// No sum of derivatives leaves 16 bits. Den has 16 bits on purpose: the square of a shifted derivative past
-// 181 wraps, and so does the sum, and the flow relies on it.
-KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short* __restrict P1,
-                                 const short* __restrict N0, const short* __restrict N1, short* __restrict Ex,
-                                 short* __restrict Ey, short* __restrict Et, short* __restrict Den)
-{
-    const short alpha2 = 25;
-    for (int x = 0; x < n; x++) {
-        // Both frames together, at the four corners; then the change from one to the other.
-        const short s00 = WrapAdd(P0[x], N0[x]), s10 = WrapAdd(P0[x + 1], N0[x + 1]);
-        const short s01 = WrapAdd(P1[x], N1[x]), s11 = WrapAdd(P1[x + 1], N1[x + 1]);
-        const short t0 = WrapAdd(WrapSub(N0[x], P0[x]), WrapSub(N0[x + 1], P0[x + 1]));
-        const short t1 = WrapAdd(WrapSub(N1[x], P1[x]), WrapSub(N1[x + 1], P1[x + 1]));
-        const short down = WrapSub(s11, s00), across = WrapSub(s10, s01);
-        Ex[x] = static_cast<short>(WrapAdd(down, across) >> 2);
-        Ey[x] = static_cast<short>(WrapSub(down, across) >> 2);
-        Et[x] = static_cast<short>(WrapAdd(t0, t1) >> 2);
-        const short ex = static_cast<short>(Ex[x] >> 3), ey = static_cast<short>(Ey[x] >> 3);
-        Den[x] = WrapAdd(alpha2, WrapAdd(WrapMul(ex, ex), WrapMul(ey, ey)));
-    }
-}
-
-// The neighbour averages of n cells from three rows of flow, which begin one column left of the cells.
-KAVRIX_CLONES void AverageRow(int n, const short* __restrict above, const short* __restrict middle,
-                              const short* __restrict below, short* __restrict average)
-{
-    for (int x = 0; x < n; x++)
-        average[x] = NeighbourAverage(above[x], above[x + 1], above[x + 2], middle[x], middle[x + 2],
-                                      below[x], below[x + 1], below[x + 2]);
-}
-
-// One row of the first sweep, from zero flow: u = -(Et Ex) / Den, truncated.
-// The products stay below 4080^2 < 2^24, so that they are exact as floats; and a float quotient, cut, is the
-// integer quotient: one that is not whole falls short of the next whole number k by at least 1/|Den|, and the
-// rounding, at most k 2^-24, reaches that only for products of 2^24 - 1 and more.
-KAVRIX_CLONES void FirstSweepRow(int n, const short* __restrict Ex, const short* __restrict Ey,
-                                 const short* __restrict Et, const short* __restrict Den, short* __restrict u,
-                                 short* __restrict v)
-{
-    for (int x = 0; x < n; x++) {
-        const float den = Den[x];
-        u[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ex[x]) / den));
-        v[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ey[x]) / den));
-    }
-}
-
-// One row of a later sweep, from the averages ua and va.
-// Both quotients come from one reciprocal in double, a little too large: q = a (1 + 2^-40) / Den with an
-// error below |q| 2^-50. A whole quotient is thus never missed from below. Any other falls short of the next
-// whole number by at least 1/|Den| >= |q| 2^-31, which the excess of |q| 2^-40 does not reach.
-//
-// Den wraps, and still is never 0 nor -1 (where the lowest number would have no quotient): it is 25 plus two
-// squares, modulo 65536. For 0 the squares would have to be 3 modulo 4 together, and squares are 0 or 1
-// there; for -1 they would have to be 6 modulo 8, and squares are 0, 1 or 4 there.
-KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __restrict va,
-                            const short* __restrict Ex, const short* __restrict Ey,
-                            const short* __restrict Et, const short* __restrict Den, short* __restrict u,
-                            short* __restrict v)
-{
-    const double slightlyMoreThanOne = 1.0 + 0x1p-40;
-    for (int x = 0; x < n; x++) {
-        const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
-        const double reciprocal = slightlyMoreThanOne / Den[x];
-        u[x] =
-            static_cast<short>(WrapSub<int>(ua[x], static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal)));
-        v[x] =
-            static_cast<short>(WrapSub<int>(va[x], static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal)));
-    }
-}
-
 // The checkpoints of a pair of frames. They are asked before the pair is computed, since a pair goes into the
 // sums row by row: an abort never leaves part of one there.
 bool PairIsCancelled(int hgh, int nrIters)
@@ -130,103 +57,6 @@ bool PairIsCancelled(int hgh, int nrIters)
         if (cancelled(rowsOfASweep + 1)) return true;
     return false;
 }
-
-// The flow of one pair of frames after another, in rows that stay in the processor's nearest cache.
-//
-// Sweep k needs the rows y - 1, y, y + 1 of sweep k - 1. So the sweeps follow each other at a distance of one
-// row, each a step behind the one before, with the derivatives in front:
-//
-//     step s:   derivatives of row s | sweep 1, row s - 1 | sweep 2, row s - 2 | ... | added to the sums
-//
-// Of every sweep only the last 4 rows of flow are kept, of the derivatives one row for each sweep and one
-// more.
-class RowWiseFlow {
-public:
-    RowWiseFlow(int wid, int hgh, int nrIters)
-        : rows(hgh - 1), cells(wid - 1), sweeps(nrIters), kept(std::min(nrIters, rows - 1) + 1),
-          active(std::min(nrIters, rows + 1)), Ex(cells, kept), Ey(cells, kept), Et(cells, kept),
-          Den(cells, kept), u_ave(cells), v_ave(cells), u(wid + 1, 4, active), v(wid + 1, 4, active)
-    {
-    }
-
-    // Adds the flow from the prepared frame P to N.
-    void AddPair(const MatShort& P, const MatShort& N, MatInt& u_sum, MatInt& v_sum)
-    {
-        for (std::int64_t step = 0; step < std::int64_t{rows} + sweeps; step++) {
-            if (step < rows) Derive(P, N, static_cast<int>(step));
-            const int first = static_cast<int>(std::max<std::int64_t>(step - rows + 1, 1));
-            const int last = static_cast<int>(std::min<std::int64_t>(step, sweeps));
-            for (int k = first; k <= last; k++) {
-                const int y = static_cast<int>(step - k);
-                Sweep(k, y);
-                if (k < sweeps) continue;
-                if (y == 0) AddRow(0, u_sum, v_sum);
-                AddRow(y + 1, u_sum, v_sum);
-                if (y == rows - 1) AddRow(rows + 1, u_sum, v_sum);
-            }
-        }
-    }
-
-private:
-    // Flow row j (cell row j - 1) of sweep k; 0 and rows + 1 are the frame.
-    short* U(int k, int j) const { return &u(0, j % 4, k % active); }
-    short* V(int k, int j) const { return &v(0, j % 4, k % active); }
-
-    void Derive(const MatShort& P, const MatShort& N, int y)
-    {
-        const int i = y % kept;
-        DerivativeRow(cells, &P(0, y), &P(0, y + 1), &N(0, y), &N(0, y + 1), &Ex(0, i), &Ey(0, i), &Et(0, i),
-                      &Den(0, i));
-    }
-
-    void Sweep(int k, int y)
-    {
-        const int i = y % kept, j = y + 1;
-        short *const uRow = U(k, j), *const vRow = V(k, j);
-        if (k == 1) {
-            FirstSweepRow(cells, &Ex(0, i), &Ey(0, i), &Et(0, i), &Den(0, i), uRow + 1, vRow + 1);
-        } else {
-            AverageRow(cells, U(k - 1, j - 1), U(k - 1, j), U(k - 1, j + 1), &u_ave(0));
-            AverageRow(cells, V(k - 1, j - 1), V(k - 1, j), V(k - 1, j + 1), &v_ave(0));
-            SweepRow(cells, &u_ave(0), &v_ave(0), &Ex(0, i), &Ey(0, i), &Et(0, i), &Den(0, i), uRow + 1,
-                     vRow + 1);
-        }
-
-        // The frame is uneven on purpose: u gets its top and bottom rows, v its left and right columns. The
-        // left and right columns of u and the top and bottom rows of v are 0 and enter the next averages, and
-        // the sums, as zeros.
-        uRow[0] = uRow[cells + 1] = 0;
-        vRow[0] = vRow[1];
-        vRow[cells + 1] = vRow[cells];
-        if (y == 0) FrameRow(k, 0, uRow);
-        if (y == rows - 1) FrameRow(k, rows + 1, uRow);
-    }
-
-    void FrameRow(int k, int j, const short* uNeighbour)
-    {
-        std::copy_n(uNeighbour, cells + 2, U(k, j));
-        std::fill_n(V(k, j), cells + 2, short{0});
-    }
-
-    void AddRow(int j, MatInt& u_sum, MatInt& v_sum)
-    {
-        const auto add = [width = cells + 2](const MatInt& sum, int y, short* row) {
-            ElementwiseOver(
-                {width, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, ViewOf<int>(sum).Row(y),
-                Strided<short>{row, 1, 0, 0});
-        };
-        add(u_sum, j, U(sweeps, j));
-        add(v_sum, j, V(sweeps, j));
-    }
-
-    const int rows, cells; // of derivatives
-    const int sweeps;
-    const int kept;   // rows of derivatives
-    const int active; // sweeps that are under way at a time, and one more
-    MatShort Ex, Ey, Et, Den;
-    VecShort u_ave, v_ave;
-    CubShort u, v; // (wid + 1) x 4 rows x sweeps
-};
 
 } // namespace
 

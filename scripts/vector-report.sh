@@ -35,13 +35,13 @@ vectors() {
 printf '| %-18s | %-30s | %-8s |\n' file loop vectors
 echo '| ------------------ | ------------------------------ | -------- |'
 vectors Kavrix/OptFlow.cpp PrepareFrame
-vectors Kavrix/OptFlow.cpp OpticalFlow12Alt DerivativeRow
-vectors Kavrix/OptFlow.cpp OpticalFlow12Alt AverageRow
-vectors Kavrix/OptFlow.cpp OpticalFlow12Alt FirstSweepRow
-vectors Kavrix/OptFlow.cpp OpticalFlow12Alt SweepRow
-vectors Kavrix/OptFlow.cpp OpticalFlow12Alt
+vectors Kavrix/inner/FlowRows.cpp DerivativeRow DerivativeRow
+vectors Kavrix/inner/FlowRows.cpp AverageRow AverageRow
+vectors Kavrix/inner/FlowRows.cpp FirstSweepRow FirstSweepRow
+vectors Kavrix/inner/FlowRows.cpp SweepRow SweepRow
+vectors Kavrix/inner/RowWiseFlow.cpp RowWiseFlow::AddRow
 vectors Kavrix/OptFlow.cpp OF_Norm
-vectors Kavrix/OptFlow.cpp FindStrong
+vectors Kavrix/inner/Votes.cpp StrongPixels::StrongPixels
 vectors Kavrix/Imgproc.cpp Filter3x3
 vectors Kavrix/FindSemiCircle.cpp AddDifferences AddDifferences Kavrix/inner/PatternSums.h
 vectors Kavrix/FindSemiCircle.cpp SumBounds

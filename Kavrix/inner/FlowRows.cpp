@@ -1,0 +1,78 @@
+// The inner loops of the flow. The method and its scale stand in OptFlow.cpp.
+#include <Kavrix/inner/FlowRows.h>
+
+#include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/KXclones.h>
+#include <Kavrix/inner/NeighbourAverage.h>
+
+namespace kavrix::inner {
+
+// No sum of derivatives leaves 16 bits. Den has 16 bits on purpose: the square of a shifted derivative past
+// 181 wraps, and so does the sum, and the flow relies on it.
+KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short* __restrict P1,
+                                 const short* __restrict N0, const short* __restrict N1, short* __restrict Ex,
+                                 short* __restrict Ey, short* __restrict Et, short* __restrict Den)
+{
+    const short alpha2 = 25;
+    for (int x = 0; x < n; x++) {
+        // Both frames together, at the four corners; then the change from one to the other.
+        const short s00 = WrapAdd(P0[x], N0[x]), s10 = WrapAdd(P0[x + 1], N0[x + 1]);
+        const short s01 = WrapAdd(P1[x], N1[x]), s11 = WrapAdd(P1[x + 1], N1[x + 1]);
+        const short t0 = WrapAdd(WrapSub(N0[x], P0[x]), WrapSub(N0[x + 1], P0[x + 1]));
+        const short t1 = WrapAdd(WrapSub(N1[x], P1[x]), WrapSub(N1[x + 1], P1[x + 1]));
+        const short down = WrapSub(s11, s00), across = WrapSub(s10, s01);
+        Ex[x] = static_cast<short>(WrapAdd(down, across) >> 2);
+        Ey[x] = static_cast<short>(WrapSub(down, across) >> 2);
+        Et[x] = static_cast<short>(WrapAdd(t0, t1) >> 2);
+        const short ex = static_cast<short>(Ex[x] >> 3), ey = static_cast<short>(Ey[x] >> 3);
+        Den[x] = WrapAdd(alpha2, WrapAdd(WrapMul(ex, ex), WrapMul(ey, ey)));
+    }
+}
+
+KAVRIX_CLONES void AverageRow(int n, const short* __restrict above, const short* __restrict middle,
+                              const short* __restrict below, short* __restrict average)
+{
+    for (int x = 0; x < n; x++)
+        average[x] = NeighbourAverage(above[x], above[x + 1], above[x + 2], middle[x], middle[x + 2],
+                                      below[x], below[x + 1], below[x + 2]);
+}
+
+// u = -(Et Ex) / Den, truncated.
+// The products stay below 4080^2 < 2^24, so that they are exact as floats; and a float quotient, cut, is the
+// integer quotient: one that is not whole falls short of the next whole number k by at least 1/|Den|, and the
+// rounding, at most k 2^-24, reaches that only for products of 2^24 - 1 and more.
+KAVRIX_CLONES void FirstSweepRow(int n, const short* __restrict Ex, const short* __restrict Ey,
+                                 const short* __restrict Et, const short* __restrict Den, short* __restrict u,
+                                 short* __restrict v)
+{
+    for (int x = 0; x < n; x++) {
+        const float den = Den[x];
+        u[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ex[x]) / den));
+        v[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ey[x]) / den));
+    }
+}
+
+// Both quotients come from one reciprocal in double, a little too large: q = a (1 + 2^-40) / Den with an
+// error below |q| 2^-50. A whole quotient is thus never missed from below. Any other falls short of the next
+// whole number by at least 1/|Den| >= |q| 2^-31, which the excess of |q| 2^-40 does not reach.
+//
+// Den wraps, and still is never 0 nor -1 (where the lowest number would have no quotient): it is 25 plus two
+// squares, modulo 65536. For 0 the squares would have to be 3 modulo 4 together, and squares are 0 or 1
+// there; for -1 they would have to be 6 modulo 8, and squares are 0, 1 or 4 there.
+KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __restrict va,
+                            const short* __restrict Ex, const short* __restrict Ey,
+                            const short* __restrict Et, const short* __restrict Den, short* __restrict u,
+                            short* __restrict v)
+{
+    const double slightlyMoreThanOne = 1.0 + 0x1p-40;
+    for (int x = 0; x < n; x++) {
+        const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
+        const double reciprocal = slightlyMoreThanOne / Den[x];
+        u[x] =
+            static_cast<short>(WrapSub<int>(ua[x], static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal)));
+        v[x] =
+            static_cast<short>(WrapSub<int>(va[x], static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal)));
+    }
+}
+
+} // namespace kavrix::inner
