@@ -1,5 +1,7 @@
-// Masks, background, detection and the marks that show its result.
+// Masks, background and detection.
 #include <Telvane/Telvane.h>
+
+#include <Telvane/Overlay.h>
 
 #include <Kavrix/Convert_Bs.h>
 #include <Kavrix/FindSemiCircle.h>
@@ -123,132 +125,9 @@ void GetBackground(CubShort& seq, MatShort& background, int percentile)
     else RankOfEachShort(seq, background, RankOf(percentile, seq.dim3));
 }
 
-// ---------------------------------------------------------------------------------- marks
+// ---------------------------------------------------------------------------------- detection
 
 namespace {
-
-// Marks the result on a picture. Every mark toggles the top bit of a pixel, so that it shows on dark and on
-// light ground; where two marks meet the pixel shows its old value again, which is kept: the frame's inner
-// corners, the middle of the cross and the circles' 45-degree points show it.
-class Overlay {
-public:
-    Overlay(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const VecFloat& params)
-        : picture(detected), l(Int{oroi(0)} - iroi(0)), t(Int{oroi(1)} - iroi(1)), r(oroi(2) + l - 1),
-          b(oroi(3) + t - 1), cx(Rounded(static_cast<float>(l) + params(2))),
-          cy(Rounded(static_cast<float>(t) + params(3)))
-    {
-    }
-
-    // Three pixels thick, along the inside of the region's edges.
-    void Frame()
-    {
-        for (const Int y : {t, t + 1, t + 2, b - 2, b - 1, b}) ToggleRow(l, r, y);
-        for (const Int x : {l, l + 1, l + 2, r - 2, r - 1, r}) ToggleColumn(x, t + 1, b - 1);
-    }
-
-    // Three pixels thick, arms of 10 pixels, cut at the region's edges.
-    void CentreCross()
-    {
-        for (const Int y : {cy, cy - 1, cy + 1}) ToggleRow(std::max(cx - 10, l), std::min(cx + 10, r), y);
-        for (const Int x : {cx, cx - 1, cx + 1}) ToggleColumn(x, std::max(cy - 10, t), std::min(cy + 10, b));
-    }
-
-    // By eight-fold symmetry; nothing on or outside the region's edges on the far side of each point.
-    void Circle(float R)
-    {
-        const double divsqrt2 = std::floor(static_cast<double>(R) / std::sqrt(2.0));
-        if (!(divsqrt2 < std::max(picture.dim1, picture.dim2))) return; // wholly outside the picture
-        const Int kmax = static_cast<Int>(divsqrt2);
-        for (Int k = 0; k <= kmax; k++) {
-            const double square = static_cast<double>(R * R) - static_cast<double>(k * k);
-            const Int m = Rounded(std::sqrt(square));
-            if (cx + k < r && cy + m < b) Toggle(cx + k, cy + m);
-            if (cx + k < r && t < cy - m) Toggle(cx + k, cy - m);
-            if (cx + m < r && cy + k < b) Toggle(cx + m, cy + k);
-            if (l < cx - m && cy + k < b) Toggle(cx - m, cy + k);
-            if (k == 0) continue;
-            if (l < cx - k && cy + m < b) Toggle(cx - k, cy + m);
-            if (l < cx - k && t < cy - m) Toggle(cx - k, cy - m);
-            if (cx + m < r && t < cy - k) Toggle(cx + m, cy - k);
-            if (l < cx - m && t < cy - k) Toggle(cx - m, cy - k);
-        }
-    }
-
-    // From the centre at an angle in degrees, clockwise from +x, one pixel a step along the major axis, up to
-    // the region's edge.
-    void RadialLine(float angle)
-    {
-        const float arad = angle * 3.1415927f / 180.0f;
-        float c1 = std::cos(arad), c2 = std::sin(arad);
-        const float m = std::fabs(c1) > std::fabs(c2) ? std::fabs(c1) : std::fabs(c2);
-        c1 /= m;
-        c2 /= m;
-        const Int kmax = std::max({r - cx, cx - l, b - cy, cy - t});
-        for (Int k = 1; k < kmax; k++) {
-            const Int x = Rounded(static_cast<float>(k) * c1) + cx,
-                      y = Rounded(static_cast<float>(k) * c2) + cy;
-            if (x <= l || x >= r || y <= t || y >= b) break;
-            Toggle(x, y);
-        }
-    }
-
-    // A diagonal arrow in the region's top left corner; only regions of 12 x 12 and more have room for it. A
-    // speed that is not a number gives it no head.
-    void SenseArrow(float angSpd)
-    {
-        if (r - l + 1 < 12 || b - t + 1 < 12) return;
-        for (int i = 0; i < 7; i++) Toggle(l + 2 + i, t + 8 - i);
-        if (angSpd > 0) {
-            for (int i = 5; i <= 7; i++) Toggle(l + i, t + 2);
-            for (int i = 3; i <= 5; i++) Toggle(l + 8, t + i);
-        } else if (angSpd < 0) {
-            for (int i = 5; i <= 7; i++) Toggle(l + 2, t + i);
-            for (int i = 3; i <= 5; i++) Toggle(l + i, t + 8);
-        }
-    }
-
-private:
-    using Int = std::int64_t; // no sum of coordinates and radii overflows
-
-    template <class F> static Int Rounded(F value) { return FloatToInt(std::rint(value)); }
-
-    // Marks outside the picture are left out singly.
-    void Toggle(Int x, Int y)
-    {
-        if (0 <= x && x < picture.dim1 && 0 <= y && y < picture.dim2)
-            picture(static_cast<int>(x), static_cast<int>(y)) ^= 128;
-    }
-
-    void ToggleRow(Int from, Int to, Int y)
-    {
-        for (Int x = from; x <= to; x++) Toggle(x, y);
-    }
-
-    void ToggleColumn(Int x, Int from, Int to)
-    {
-        for (Int y = from; y <= to; y++) Toggle(x, y);
-    }
-
-    MatByte& picture;
-    const Int l, t, r, b; // the output region in the picture, inclusive
-    const Int cx, cy;     // the centre
-};
-
-void MarkResult(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const VecFloat& params)
-{
-    Overlay overlay(detected, iroi, oroi, params);
-    overlay.Frame();
-    overlay.CentreCross();
-    overlay.Circle(params(6));
-    overlay.Circle(params(7));
-    if (std::fabs(params(9) - params(10)) <= 350) {
-        overlay.RadialLine(params(9));
-        overlay.RadialLine(params(10));
-    }
-    if (params(12) != 0) overlay.SenseArrow(params(12));
-}
-
-// ---------------------------------------------------------------------------------- detection
 
 int Fail(int code, const char* message)
 {
@@ -394,6 +273,6 @@ int Detect(int roiNr, CubByte seq, bool use_periods, VecInt periods, VecInt iroi
         bgShort *= short{16};
     }
 
-    MarkResult(detected, iroi, oroi, params);
+    telvane::MarkResult(detected, iroi, oroi, params);
     return 0;
 }
