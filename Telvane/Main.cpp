@@ -1,5 +1,6 @@
 // The program: command line, frames, masks, detection, and what is printed and written.
 #include <Telvane/Grab.h>
+#include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/Kavrix.h>
@@ -9,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+
+using telvane::Param;
 
 namespace {
 
@@ -47,7 +50,7 @@ struct Arguments {
         bool used = false;
         int x, y, wid, hgh;
     } mask1, mask2, mask3;
-    VecFloat params{14};
+    VecFloat params{Param::length};
 };
 
 // The options, up to the first word that is none. \return the words that are left: the positional ones
@@ -100,18 +103,19 @@ Arguments ParseCommandLine(int argc, char* argv[])
     const auto next = [&word] { return ToInt(*word++); };
 
     VecFloat& params = args.params;
-    // wid, hgh, cx, cy, innerR, outerR, R3, ang1, ang2: the first two pairs change places.
-    for (const int i : {4, 5, 2, 3, 6, 7, 8, 9, 10}) params(i) = static_cast<float>(next());
+    for (const auto i : {Param::wid, Param::hgh, Param::cx, Param::cy, Param::innerR, Param::outerR,
+                         Param::R3, Param::ang1, Param::ang2})
+        params(i) = static_cast<float>(next());
     const int fullAngle = next(), nrTeeth = next();
-    params(11) = std::rint(static_cast<float>(fullAngle) / static_cast<float>(nrTeeth)); // angle of a tooth
-    params(12) = static_cast<float>(next());
+    params(Param::toothAngle) = std::rint(static_cast<float>(fullAngle) / static_cast<float>(nrTeeth));
+    params(Param::angSpd) = static_cast<float>(next());
     // Part of the command line, and not used.
     [[maybe_unused]] const int initSpeed = next();
     [[maybe_unused]] const int minMvmt = next();
     [[maybe_unused]] const int maxFwdMvmt = next();
-    params(13) = static_cast<float>(next());
-    params(0) = 14; // the length of the vector
-    params(1) = 0;
+    params(Param::bkgCorr) = static_cast<float>(next());
+    params(Param::count) = Param::length;
+    params(Param::wmType) = 0;
     return args;
 }
 

@@ -1,6 +1,8 @@
 // Lines, circles and arrows on a picture.
 #include <Telvane/Overlay.h>
 
+#include <Telvane/Param.h>
+
 #include <Kavrix/inner/KXarith.h>
 
 #include <algorithm>
@@ -15,10 +17,11 @@ namespace {
 
 class Overlay {
 public:
-    Overlay(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const VecFloat& params)
-        : picture(detected), l(Int{oroi(0)} - iroi(0)), t(Int{oroi(1)} - iroi(1)), r(oroi(2) + l - 1),
-          b(oroi(3) + t - 1), cx(Rounded(static_cast<float>(l) + params(2))),
-          cy(Rounded(static_cast<float>(t) + params(3)))
+    Overlay(MatByte& detected, const Region& input, const Region& output, const VecFloat& params)
+        : picture(detected), l(Int{output.left} - input.left), t(Int{output.top} - input.top),
+          r(output.width + l - 1), b(output.height + t - 1),
+          cx(Rounded(static_cast<float>(l) + params(Param::cx))),
+          cy(Rounded(static_cast<float>(t) + params(Param::cy)))
     {
     }
 
@@ -119,18 +122,18 @@ private:
 
 } // namespace
 
-void MarkResult(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const VecFloat& params)
+void MarkResult(MatByte& detected, const Region& input, const Region& output, const VecFloat& params)
 {
-    Overlay overlay(detected, iroi, oroi, params);
+    Overlay overlay(detected, input, output, params);
     overlay.Frame();
     overlay.CentreCross();
-    overlay.Circle(params(6));
-    overlay.Circle(params(7));
-    if (std::fabs(params(9) - params(10)) <= 350) {
-        overlay.RadialLine(params(9));
-        overlay.RadialLine(params(10));
+    overlay.Circle(params(Param::innerR));
+    overlay.Circle(params(Param::outerR));
+    if (std::fabs(params(Param::ang1) - params(Param::ang2)) <= 350) {
+        overlay.RadialLine(params(Param::ang1));
+        overlay.RadialLine(params(Param::ang2));
     }
-    if (params(12) != 0) overlay.SenseArrow(params(12));
+    if (params(Param::angSpd) != 0) overlay.SenseArrow(params(Param::angSpd));
 }
 
 } // namespace telvane

@@ -2,8 +2,9 @@
 #ifndef TELVANE_OVERLAY_H
 #define TELVANE_OVERLAY_H
 
+#include <Telvane/Region.h>
+
 #include <Kavrix/KXfloat.h>
-#include <Kavrix/KXint.h>
 #include <Kavrix/KXubyte.h>
 
 namespace telvane {
@@ -14,10 +15,10 @@ namespace telvane {
 /// meet the pixel shows its old value again, as the frame's inner corners, the middle of the cross and the
 /// circles' 45-degree points do. Marks that would fall outside the picture are left out.
 /// \param detected  a frame of the input region
-/// \param iroi      the input region, as Detect takes it
-/// \param oroi      the output region, as Detect gives it
+/// \param input     the input region
+/// \param output    the output region
 /// \param params    as Detect takes them, with the angles normalised
-void MarkResult(MatByte& detected, const VecInt& iroi, const VecInt& oroi, const VecFloat& params);
+void MarkResult(MatByte& detected, const Region& input, const Region& output, const VecFloat& params);
 
 } // namespace telvane
 

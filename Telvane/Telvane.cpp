@@ -2,6 +2,8 @@
 #include <Telvane/Telvane.h>
 
 #include <Telvane/Overlay.h>
+#include <Telvane/Param.h>
+#include <Telvane/Region.h>
 
 #include <Kavrix/Convert_Bs.h>
 #include <Kavrix/FindSemiCircle.h>
@@ -17,6 +19,7 @@
 #include <limits>
 
 using namespace kavrix::inner;
+using telvane::Param, telvane::Region, telvane::RegionOf, telvane::Store;
 
 // ---------------------------------------------------------------------------------- masks
 
@@ -35,15 +38,15 @@ int Mask(CubByte seq, VecInt iroi, VecInt* oroiArr, int oroiCount)
 {
     using Int = std::int64_t; // the rectangles come from a command line: no sum of theirs may overflow
     for (int k = 0; k < oroiCount; k++) {
-        const VecInt oroi = oroiArr[k];
-        const Int l = std::max<Int>(Int{oroi(0)} - iroi(0), 0);
+        const Region in = RegionOf(iroi), out = RegionOf(oroiArr[k]);
+        const Int l = std::max<Int>(Int{out.left} - in.left, 0);
         if (l >= seq.dim1) continue;
-        const Int t = std::max<Int>(Int{oroi(1)} - iroi(1), 0);
+        const Int t = std::max<Int>(Int{out.top} - in.top, 0);
         if (t >= seq.dim2) continue;
         // Held to the region's far edge in FULL-FRAME pixels, also where the region does not start at 0.
-        const Int r = std::min<Int>(Int{iroi(0)} + iroi(2) - 1, Int{oroi(0)} + oroi(2) - 1 - iroi(0));
+        const Int r = std::min<Int>(Int{in.left} + in.width - 1, Int{out.left} + out.width - 1 - in.left);
         if (r < 0) continue;
-        const Int b = std::min<Int>(Int{iroi(1)} + iroi(3) - 1, Int{oroi(1)} + oroi(3) - 1 - iroi(1));
+        const Int b = std::min<Int>(Int{in.top} + in.height - 1, Int{out.top} + out.height - 1 - in.top);
         if (b < 0) continue;
 
         const Int d = std::min<Int>(2 * (r - l + 1) / 7, 2 * (b - t + 1) / 7); // the corners' cut
@@ -197,24 +200,23 @@ int Detect(int roiNr, CubByte seq, bool use_periods, VecInt periods, VecInt iroi
     if (roiNr < 1 || roiNr > 4) return Fail(-1, "Error 1: Invalid argument <roiNr>");
     if (iroi.dim1 != 5) return Fail(-1, "Error 1: Invalid argument <iroi>");
     if (oroi.dim1 != 5) return Fail(-1, "Error 1: Invalid argument <oroi>");
-    if (params.dim1 != 14) return Fail(-1, "Error 1: Invalid argument <params>");
+    if (params.dim1 != Param::length) return Fail(-1, "Error 1: Invalid argument <params>");
     // A sequence without frames has no size either.
-    if (iroi(2) != seq.dim1 || iroi(3) != seq.dim2 || seq.dim3 < 1)
+    if (RegionOf(iroi).width != seq.dim1 || RegionOf(iroi).height != seq.dim2 || seq.dim3 < 1)
         return Fail(-1, "Error 1: Invalid input, mismatch between <seq> size and <iroi>");
-    const float cx = params(2), cy = params(3), wid = params(4), hgh = params(5);
-    const float innerR = params(6), outerR = params(7), R3 = params(8), angSpd = params(12);
-    // cy may equal hgh, cx may not equal wid: uneven, and kept so.
+    const float cx = params(Param::cx), cy = params(Param::cy);
+    const float wid = params(Param::wid), hgh = params(Param::hgh);
+    const float innerR = params(Param::innerR), outerR = params(Param::outerR);
+    const float R3 = params(Param::R3), angSpd = params(Param::angSpd);
+    // cy may equal hgh, cx may not equal wid: uneven, so that every command line keeps its answer.
     if (!(cx < wid) || cy > hgh || innerR < 0 || !(innerR < outerR))
         return Fail(-1, "Error 1: Invalid argument <params>");
-    if (FloatToInt(std::rint(params(1))) != 0)
+    if (FloatToInt(std::rint(params(Param::wmType))) != 0)
         return Fail(-1, "Error 1: Invalid argument <params>, wmType != 0 not supported");
 
     detected = seq(RNG::All(), RNG::All(), 0); // a copy: the marks do not reach the sequence
     oroi.Resize(5);
-    oroi(0) = oroi(1) = 0;
-    oroi(2) = FloatToInt(std::rint(wid));
-    oroi(3) = FloatToInt(std::rint(hgh));
-    oroi(4) = 1;
+    Store({0, 0, FloatToInt(std::rint(wid)), FloatToInt(std::rint(hgh))}, oroi);
 
     // Flow.
     const int nrIters = 2;
@@ -234,7 +236,7 @@ int Detect(int roiNr, CubByte seq, bool use_periods, VecInt periods, VecInt iroi
         }
         OF_Norm(u_sum, v_sum, u_sum_sh, v_sum_sh, mag_sh);
     }
-    NormaliseAngles(params(9), params(10));
+    NormaliseAngles(params(Param::ang1), params(Param::ang2));
 
     // Centre.
     float f_cx = 0, f_cy = 0;
@@ -258,14 +260,14 @@ int Detect(int roiNr, CubByte seq, bool use_periods, VecInt periods, VecInt iroi
         return -4;
     }
     const int left = FloatToInt(std::rint(f_cx - cx)), top = FloatToInt(std::rint(f_cy - cy));
-    oroi(0) = WrapAdd(iroi(0), left);
-    oroi(1) = WrapAdd(iroi(1), top);
+    const Region in = RegionOf(iroi), size = RegionOf(oroi);
+    Store({WrapAdd(in.left, left), WrapAdd(in.top, top), size.width, size.height}, oroi);
 
     // Background.
-    const float bkgCorr = params(13);
+    const float bkgCorr = params(Param::bkgCorr);
     if (bkgCorr < 0) {
-        CubByte tmpSeq = seq(Span(left, std::int64_t{left} + oroi(2) - 1),
-                             Span(top, std::int64_t{top} + oroi(3) - 1), RNG::All());
+        CubByte tmpSeq = seq(Span(left, std::int64_t{left} + size.width - 1),
+                             Span(top, std::int64_t{top} + size.height - 1), RNG::All());
         MatByte background;
         const std::int64_t percentile = -std::int64_t{FloatToInt(std::rint(bkgCorr))};
         GetBackground(tmpSeq, background, HeldToInt(percentile));
@@ -273,6 +275,6 @@ int Detect(int roiNr, CubByte seq, bool use_periods, VecInt periods, VecInt iroi
         bgShort *= short{16};
     }
 
-    telvane::MarkResult(detected, iroi, oroi, params);
+    telvane::MarkResult(detected, RegionOf(iroi), RegionOf(oroi), params);
     return 0;
 }

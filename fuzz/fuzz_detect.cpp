@@ -1,6 +1,7 @@
 // The detection of small frames with any arguments, held against its plain version.
 #include <fuzz/Harness.h>
 
+#include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/TestQ.h>
@@ -18,6 +19,7 @@
 
 namespace {
 
+using telvane::Param;
 using Ints = std::vector<std::int32_t>;
 
 int checkpoints = 0, stopAt = 0; // passed so far; the one that stops the calculation, 0 for none
@@ -98,16 +100,18 @@ void Fuzz(FuzzedDataProvider& input)
     const auto oneIn = [&input](int n) { return input.ConsumeIntegralInRange(0, n - 1) == n - 1; };
     const auto any = [&input] { return input.ConsumeIntegral<int>(); };
     const int roiNr = oneIn(16) ? any() : input.ConsumeIntegralInRange(1, 4);
-    std::vector<float> params(oneIn(16) ? input.ConsumeIntegralInRange<std::size_t>(0, 16) : 14);
+    std::vector<float> params(oneIn(16) ? input.ConsumeIntegralInRange<std::size_t>(0, 16)
+                                        : std::size_t{Param::length});
     for (float& p : params) p = Parameter(input);
-    if (params.size() > 1 && !oneIn(8)) params[1] = 0;
-    if (params.size() > 7 && !oneIn(8)) { // a wheel that may fit
-        params[6] = static_cast<float>(input.ConsumeIntegralInRange(0, 10));
-        params[7] = params[6] + static_cast<float>(input.ConsumeIntegralInRange(1, 8));
-        params[4] = static_cast<float>(input.ConsumeIntegralInRange(1, 20));
-        params[2] = params[4] - static_cast<float>(input.ConsumeIntegralInRange(1, 20));
-        params[5] = static_cast<float>(input.ConsumeIntegralInRange(1, 20));
-        params[3] = params[5] - static_cast<float>(input.ConsumeIntegralInRange(0, 20));
+    if (params.size() > Param::wmType && !oneIn(8)) params[Param::wmType] = 0;
+    if (params.size() > Param::outerR && !oneIn(8)) { // a wheel that may fit
+        params[Param::innerR] = static_cast<float>(input.ConsumeIntegralInRange(0, 10));
+        params[Param::outerR] =
+            params[Param::innerR] + static_cast<float>(input.ConsumeIntegralInRange(1, 8));
+        params[Param::wid] = static_cast<float>(input.ConsumeIntegralInRange(1, 20));
+        params[Param::cx] = params[Param::wid] - static_cast<float>(input.ConsumeIntegralInRange(1, 20));
+        params[Param::hgh] = static_cast<float>(input.ConsumeIntegralInRange(1, 20));
+        params[Param::cy] = params[Param::hgh] - static_cast<float>(input.ConsumeIntegralInRange(0, 20));
     }
     const bool usePeriods = input.ConsumeBool();
     Ints periods(input.ConsumeIntegralInRange<std::size_t>(0, 7));

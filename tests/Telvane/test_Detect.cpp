@@ -1,4 +1,5 @@
 // The detection from frames to output region: its checks, its steps, and what it leaves behind.
+#include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/TestQ.h>
@@ -54,7 +55,7 @@ struct Call {
     std::vector<float> params;
 };
 
-enum Param { wmType = 1, cx, cy, wid, hgh, innerR, outerR, R3, ang1, ang2, pitch, angSpd, bkgCorr };
+using enum telvane::Param::Index;
 
 Call CallFor(const Sequence& seq)
 {

@@ -1,5 +1,6 @@
 // The detection between its steps: which arguments each gets, and what becomes of their results. The flow,
 // its normalisation and the votes are doubles here that answer as the test says.
+#include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/OptFlow.h>
@@ -125,8 +126,8 @@ protected:
         EXPECT_EQ(doubles.voteCalls.size(), 0u);
         EXPECT_TRUE(Same(ToPicture(detected), seq.Frame(0)));
         EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{0, 0, 1, 1, 1}));
-        EXPECT_EQ(params(9), -90);
-        EXPECT_EQ(params(10), 90);
+        EXPECT_EQ(params(telvane::Param::ang1), -90);
+        EXPECT_EQ(params(telvane::Param::ang2), 90);
         for (const MatShort* const m : {&hough, &u_sum_sh, &v_sum_sh, &mag_sh, &bgShort})
             EXPECT_TRUE(ToPicture(*m).Empty());
     }
@@ -219,8 +220,8 @@ TEST_F(DetectSteps, AbortedOrFailedVotes)
             EXPECT_TRUE(Same(ToPicture(u_sum_sh), ShortPicture(W + 1, H + 1, 3)));
             EXPECT_TRUE(Same(ToPicture(detected), seq.Frame(0)));
             EXPECT_EQ(ToValues(oroi), (std::vector<std::int32_t>{0, 0, 1, 1, 1}));
-            EXPECT_EQ(params(9), 270);
-            EXPECT_EQ(params(10), 450);
+            EXPECT_EQ(params(telvane::Param::ang1), 270);
+            EXPECT_EQ(params(telvane::Param::ang2), 450);
             EXPECT_TRUE(ToPicture(bgShort).Empty());
         }
     }

@@ -10,6 +10,7 @@
 #include <tests/support/Wheels.h>
 
 #include <Kavrix/Kavrix.h>
+#include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
 #include <gtest/gtest.h>
@@ -27,6 +28,8 @@
 #include <vector>
 
 namespace {
+
+using telvane::Param;
 
 using pictures::Picture;
 using pictures::PictureOf;
@@ -118,13 +121,13 @@ struct Detected {
     }
     void KeepIn(Results& results) const
     {
-        results.KeepFloats("angles", {params(9), params(10)});
+        results.KeepFloats("angles", {params(Param::ang1), params(Param::ang2)});
         results.Keep("marked", PictureOf(detected));
-        if (params(8) >= 0) results.Keep("hough", PictureOf(hough));
+        if (params(Param::R3) >= 0) results.Keep("hough", PictureOf(hough));
         results.Keep("u_sum_sh", PictureOf(u_sum_sh));
         results.Keep("v_sum_sh", PictureOf(v_sum_sh));
         results.Keep("mag_sh", PictureOf(mag_sh));
-        if (params(13) < 0) results.Keep("background", PictureOf(bgShort));
+        if (params(Param::bkgCorr) < 0) results.Keep("background", PictureOf(bgShort));
     }
 
     VecFloat params;
@@ -291,8 +294,8 @@ TEST(Golden, RadialLinesOfAllWholeAngles)
     Digest digest;
     for (int angle = 0; angle < 360; angle++) {
         // Every line twice: at an angle from 0, and at a negative one, half a turn away from the former.
-        params[9] = static_cast<float>(angle);
-        params[10] = static_cast<float>((angle + 180) % 360 - 360);
+        params[Param::ang1] = static_cast<float>(angle);
+        params[Param::ang2] = static_cast<float>((angle + 180) % 360 - 360);
         Detected detected(params);
         detected.mag_sh.Resize(size + 1, size + 1);
         detected.mag_sh.Fill(0);

@@ -1,5 +1,7 @@
 // What the program makes of its command line and of the detection's answers: the detection behind it only
 // writes down what it gets, and answers as the test says.
+#include <Telvane/Param.h>
+
 #include <tests/support/ScriptedRuns.h>
 
 #include <tests/reference/CommandLine.h>
@@ -76,7 +78,7 @@ TEST_F(ProgramDriver, ToothAngleIsRoundedToEven)
         words[2 + 10] = teeth;
         const Words params = Split(Params(words));
         EXPECT_EQ(params.size(), 15u);
-        return params[1 + 11];
+        return params[1 + telvane::Param::toothAngle];
     };
     EXPECT_EQ(toothAngle("360", "7"), "51");   // 51.43
     EXPECT_EQ(toothAngle("100", "8"), "12");   // 12.5
