@@ -1,4 +1,5 @@
 // The program: command line, frames, masks, detection, and what is printed and written.
+#include <Telvane/Frames.h>
 #include <Telvane/Grab.h>
 #include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
@@ -11,12 +12,11 @@
 #include <cstring>
 #include <iostream>
 
+using telvane::frameHeight, telvane::frameWidth, telvane::maxFrames, telvane::maxPeriod;
 using telvane::Param;
 
 namespace {
 
-constexpr int maxImages = 50, maxPeriod = 50;
-constexpr int frameWidth = 1280, frameHeight = 960;
 constexpr int jpegQuality = 85;
 
 [[noreturn]] void Usage()
@@ -71,7 +71,7 @@ char** ParseOptions(char** word, int& left, Arguments& args)
         const auto is = [option = *word](const char* name) { return std::strcmp(option, name) == 0; };
         if (is("-n") || is("-l")) {
             args.loadImages = is("-l");
-            args.imagesCount = within(ToInt(*take(2)), maxImages);
+            args.imagesCount = within(ToInt(*take(2)), maxFrames);
         } else if (is("-p1")) {
             args.period1 = within(ToInt(*take(2)), maxPeriod);
         } else if (is("-p2")) {
@@ -134,13 +134,13 @@ class FileNames {
 public:
     explicit FileNames(const char* suffix)
     {
-        for (int i = 0; i < maxImages; i++)
+        for (int i = 0; i < maxFrames; i++)
             std::snprintf(names[i], sizeof names[i], "img%d%.4s", i + 1, suffix);
     }
     const char* operator[](int i) const { return names[i]; }
 
 private:
-    char names[maxImages][24];
+    char names[maxFrames][24];
 };
 
 MatByte FrameOf(const CubByte& seq, int i) { return seq(RNG::All(), RNG::All(), i); }

@@ -1,6 +1,7 @@
 // telvane-report: shows what a run has written, on one page.
 #include <report/Report.h>
 
+#include <Telvane/Frames.h>
 #include <tools/Arguments.h>
 #include <tools/Files.h>
 
@@ -59,7 +60,7 @@ int main(int argc, char** argv)
         const auto value = [&] { return ValueOf(tool, argc, argv, i); };
         if (option == "--in") options.folder = value();
         else if (option == "--frames") options.frames = value();
-        else if (option == "--count") options.count = tool.Integer(option, value(), 1, 50);
+        else if (option == "--count") options.count = tool.Integer(option, value(), 1, telvane::maxFrames);
         else if (option == "--apart") options.apart = tool.Integer(option, value(), 1, 1000);
         else if (option == "--out") out = value();
         else tool.Refuse("there is no option '" + std::string(option) + "'");

@@ -1,6 +1,7 @@
 // What each file of a run shows, in the order of the page.
 #include <report/Report.h>
 
+#include <Telvane/Frames.h>
 #include <report/Flow.h>
 #include <report/Page.h>
 #include <report/Pictures.h>
@@ -18,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const int maxFrames = 50;
+using telvane::maxFrames;
 
 // From these ratios of the peak to the next best place on it counts as clear, and as standing out. Drawn
 // wheels give more than 4, or no other place at all; wrong radii and a wrong sense of rotation give less

@@ -6,6 +6,8 @@
 #ifndef SIMULATOR_WHEEL_H
 #define SIMULATOR_WHEEL_H
 
+#include <Telvane/Frames.h>
+
 #include <cstdint>
 
 /// A striped disc that moves to and fro on a straight line, beside the wheel or in front of it.
@@ -21,9 +23,9 @@ struct WheelDisc {
 /// (x, y) has its middle at exactly (x, y). Angles run from +x towards +y, which is clockwise on the picture.
 /// The defaults suit the detection: at the ring the picture moves by about 1.6 pixels per camera frame.
 struct WheelScene {
-    int width = 1280;       ///< of a frame, 1..4096
-    int height = 960;       ///< 1..4096
-    double centreX = 652.4; ///< of the wheel; may lie outside the frame
+    int width = telvane::frameWidth;   ///< of a frame, 1..4096
+    int height = telvane::frameHeight; ///< 1..4096
+    double centreX = 652.4;            ///< of the wheel; may lie outside the frame
     double centreY = 471.7;
     double innerR = 216;          ///< tooth root
     double outerR = 250;          ///< tooth tip, greater than innerR

@@ -1,5 +1,6 @@
 // wheelsim: writes the frames of a drawn wheel as img1.bmp, img2.bmp, ... and says where its centre lies.
 
+#include <Telvane/Frames.h>
 #include <Kavrix/Kavrix.h>
 #include <simulator/Preview.h>
 #include <simulator/Wheel.h>
@@ -125,9 +126,9 @@ Job ReadArguments(int argc, char** argv)
         };
 
         if (option == "--out") job.out = value();
-        else if (option == "--count") integer(job.count, 1, 50);
-        else if (option == "--p1") integer(job.period1, 1, 50);
-        else if (option == "--p2") integer(job.period2, 1, 50);
+        else if (option == "--count") integer(job.count, 1, telvane::maxFrames);
+        else if (option == "--p1") integer(job.period1, 1, telvane::maxPeriod);
+        else if (option == "--p2") integer(job.period2, 1, telvane::maxPeriod);
         else if (option == "--first") integer(job.first, 0, 1000000);
         else if (option == "--centre") numbers({&scene.centreX, &scene.centreY});
         else if (option == "--inner") numbers({&scene.innerR});

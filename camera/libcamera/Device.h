@@ -4,11 +4,13 @@
 
 #include <camera/libcamera/FrameExchange.h>
 
+#include <Telvane/Frames.h>
+
 #include <memory>
 
 namespace telvane::camera {
 
-inline constexpr int frameWidth = 1280, frameHeight = 960;
+using telvane::frameWidth, telvane::frameHeight;
 inline constexpr std::size_t frameBytes = std::size_t(frameWidth) * frameHeight * 3;
 
 /// Delivers frames of frameBytes into an exchange, from a thread of its own, until it is destroyed. It closes

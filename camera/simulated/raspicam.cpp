@@ -1,6 +1,7 @@
 // The simulated camera: the default wheel, frame by frame.
 #include <raspicam/raspicam.h>
 
+#include <Telvane/Frames.h>
 #include <simulator/Wheel.h>
 
 #include <atomic>
@@ -13,7 +14,7 @@ namespace raspicam {
 
 namespace {
 
-const std::size_t pixels = std::size_t(1280) * 960;
+const std::size_t pixels = std::size_t(telvane::frameWidth) * telvane::frameHeight;
 const std::size_t bytes = 3 * pixels;
 
 void SayOnce()
