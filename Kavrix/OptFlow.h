@@ -17,7 +17,7 @@
 /// \param v_sum    the same for the y component
 /// \param nrIters  relaxation sweeps per pair; below 1 the sums stay as they are
 /// \return 0 done; 1 TestQ() asked to stop, finished pairs stay added; -1 a sum has the wrong shape, nothing
-///         touched
+///         touched. All queries of a pair are asked before the pair is computed.
 KAVRIX_EXPORT int OpticalFlow12Alt(CubByte& ori, MatInt& u_sum, MatInt& v_sum, int nrIters);
 
 /// Scales summed flow to 16 bits by one factor for both components, so that the largest absolute value
@@ -48,7 +48,8 @@ KAVRIX_EXPORT short PercThreshold(const VecInt& chist, float fraction);
 /// \param r1, r2        radii in pixels; their mean is the distance of the voted point
 /// \param r3f           offset of the voted point along the motion, rounded to whole pixels
 /// \param ang_speed     only its sign counts: above 0 clockwise, below 0 counter-clockwise, 0 casts no vote
-/// \param hough_sh      resized to W x H: the votes, weighted by speed, scaled to 0..2000
+/// \param hough_sh      resized to W x H: the votes, weighted by speed, scaled to 0..2000. A vote whose
+///                      quotient rounds up to the width or height has no cell, and counts in the centroid.
 /// \param cx, cy        centroid of the votes + 0.5; not a number without votes
 /// \return 0 done; 1 TestQ() asked to stop
 KAVRIX_EXPORT int OpticalFlowPostprocAlt(const MatShort& u_sum, const MatShort& v_sum, int len, float r1,

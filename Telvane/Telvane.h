@@ -14,7 +14,8 @@
 /// \param oroiArr    the rectangles in full-frame pixels: left, top, width, height. One that lies wholly
 ///                   outside to the left, right, top or bottom is passed over; one without width or height
 ///                   stops with "RNG: Invalid range selection". Where the input region does not start at 0,
-///                   rectangles must not reach past its right or bottom edge: that is not tested.
+///                   rectangles must not reach past its right or bottom edge: that is not tested. No sum
+///                   of these numbers overflows: where 32 bits would wrap, the mask reaches to the edge.
 /// \param oroiCount  how many of them; below 1 nothing happens
 /// \return 0 always
 int Mask(CubByte seq, VecInt iroi, VecInt* oroiArr, int oroiCount);
@@ -33,13 +34,15 @@ void GetBackground(CubShort& seq, MatShort& background, int percentile);
 ///                     joins
 /// \param periods      an entry of 1 joins its frame to the next one
 /// \param iroi         5 elements, the input region in full-frame pixels: left, top, W, H, 1
-/// \param params       14 elements: 14, 0, cx, cy, wid, hgh, innerR, outerR, R3, ang1, ang2, tooth angle,
-///                     angSpd, bkgCorr; pixels and degrees. The output region is wid x hgh with the centre at
-///                     (cx, cy); a negative R3 selects the ring search; angSpd below 0 is counter-clockwise;
-///                     a negative bkgCorr asks for the background of that percentile. The angles are
-///                     normalised in place, ang1 to 0..360 and ang2 to the turn after it: the caller sees it.
+/// \param params       14 elements, named in Telvane/Param.h: 14, 0, cx, cy, wid, hgh,
+///                     innerR, outerR, R3, ang1, ang2, tooth angle, angSpd, bkgCorr; pixels and degrees. The
+///                     output region is wid x hgh with the centre at (cx, cy); a negative R3 selects the ring
+///                     search; angSpd below 0 is counter-clockwise; a negative bkgCorr asks for the
+///                     background of that percentile. The angles are normalised in place, ang1 to 0..360 and
+///                     ang2 to the turn after it: the caller sees it.
 /// \param oroi         5 elements; the output region in full-frame pixels: left, top, width, height, 1
-/// \param detected     a copy of the first frame with the result marked on it
+/// \param detected     a copy of the first frame with the result marked on it; marks that would fall outside
+///                     the picture are left out
 /// \param hough        the smoothed votes; untouched by the ring search
 /// \param u_sum_sh, v_sum_sh, mag_sh  (W+1) x (H+1) flow pictures, see OF_Norm
 /// \param bgShort      the background of the output region times 16, or untouched

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <vector>
 
 namespace {
@@ -16,8 +17,14 @@ struct Query {
     int asked = 0;
     int stopAt = 0;
     int answer = 1;
+    std::function<void(int)> seen = nullptr; ///< looks on, with the number of questions so far
 
-    int operator()() { return ++asked == stopAt ? answer : 0; }
+    int operator()()
+    {
+        asked++;
+        if (seen) seen(asked);
+        return asked == stopAt ? answer : 0;
+    }
 };
 
 Query query;
@@ -82,6 +89,30 @@ TEST(OptFlowCancel, TheQueryIsAskedAtEveryCheckpointAndNowhereElse)
                 EXPECT_EQ(run.asked, Plain(seq, nrIters, zero, zero, 0).asked);
             }
         }
+    }
+}
+
+TEST(OptFlowCancel, AllQueriesOfAPairComeBeforeThePair)
+{
+    Random random(46);
+    for (int hgh : {3, 103}) {
+        const int wid = 5, pairs = 3, nrIters = 2;
+        CubByte frames = ArrayOf(NoiseSequence(random, wid, hgh, pairs + 1));
+        MatInt u = ArrayOf(Ints(wid + 1, hgh + 1)), v = ArrayOf(Ints(wid + 1, hgh + 1));
+        Ints last = PictureOf(u);
+        std::vector<int> changedBefore, expected;
+        query = {};
+        query.seen = [&](int number) {
+            if (!Same(PictureOf(u), last)) changedBefore.push_back(number);
+            last = PictureOf(u);
+        };
+        EXPECT_EQ(OpticalFlow12Alt(frames, u, v, nrIters), 0);
+        query = {};
+        // The first pair's queries begin with the third, and the sums have changed when the next pair's
+        // begin.
+        const int ofAPair = FlowCheckpoints(hgh, 2, nrIters) - 3;
+        for (int pair = 1; pair <= pairs; pair++) expected.push_back(3 + pair * ofAPair);
+        EXPECT_EQ(changedBefore, expected) << hgh << " rows";
     }
 }
 
