@@ -20,7 +20,7 @@ template <class T, class M> Picture<T> Plain(const M& m)
 {
     Picture<T> picture(m.dim1, m.dim2);
     for (int y = 0; y < m.dim2; y++)
-        for (int x = 0; x < m.dim1; x++) picture.at(x, y) = m(x, y);
+        for (int x = 0; x < m.dim1; x++) picture.At(x, y) = m(x, y);
     return picture;
 }
 
@@ -70,7 +70,7 @@ void FiveSmoothings(benchmark::State& state)
         for (int pass = 0; pass < 5; pass++) {
             const Picture<std::int16_t> smooth = reference::SmoothShort(hough);
             for (int y = 0; y < smooth.h; y++)
-                for (int x = 0; x < smooth.w; x++) hough.at(x + 1, y + 1) = smooth.at(x, y);
+                for (int x = 0; x < smooth.w; x++) hough.At(x + 1, y + 1) = smooth.At(x, y);
         }
         benchmark::DoNotOptimize(hough.a.data());
     }
@@ -133,7 +133,7 @@ BENCHMARK(Background)->Name("GetBackground 400 x 400/plain")->Arg(15)->Arg(50)->
 
 void SmoothedFrame(benchmark::State& state)
 {
-    const auto frame = PlainFrames(1).frame(0);
+    const auto frame = PlainFrames(1).Frame(0);
     for (auto _ : state) benchmark::DoNotOptimize(reference::SmoothByte(frame));
 }
 BENCHMARK(SmoothedFrame)->Name("smoothing of a frame/plain")->Unit(benchmark::kMillisecond);
@@ -141,14 +141,14 @@ BENCHMARK(SmoothedFrame)->Name("smoothing of a frame/plain")->Unit(benchmark::kM
 // The files' bytes, without a file.
 void ReadFrame(benchmark::State& state)
 {
-    const reference::Bytes file = reference::BmpByte(PlainFrames(1).frame(0));
+    const reference::Bytes file = reference::BmpByte(PlainFrames(1).Frame(0));
     for (auto _ : state) benchmark::DoNotOptimize(reference::ReadBmpByte(file));
 }
 BENCHMARK(ReadFrame)->Name("reading a BMP frame/plain")->Unit(benchmark::kMillisecond);
 
 void WriteFrame(benchmark::State& state)
 {
-    const auto frame = PlainFrames(1).frame(0);
+    const auto frame = PlainFrames(1).Frame(0);
     for (auto _ : state) benchmark::DoNotOptimize(reference::BmpByte(frame));
 }
 BENCHMARK(WriteFrame)->Name("writing a BMP frame/plain")->Unit(benchmark::kMillisecond);
@@ -174,7 +174,7 @@ void AddShorts(benchmark::State& state)
     const Picture<std::int16_t> b(1280, 960, 2);
     for (auto _ : state) {
         for (int y = 0; y < a.h; y++)
-            for (int x = 0; x < a.w; x++) a.at(x, y) = static_cast<std::int16_t>(a.at(x, y) + b.at(x, y));
+            for (int x = 0; x < a.w; x++) a.At(x, y) = static_cast<std::int16_t>(a.At(x, y) + b.At(x, y));
         benchmark::DoNotOptimize(a.a.data());
         benchmark::ClobberMemory();
     }
