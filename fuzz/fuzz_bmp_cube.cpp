@@ -12,7 +12,7 @@ void Fuzz(FuzzedDataProvider& input)
             const reference::BmpColourFile plain = reference::ReadBmpColour(file, oldWidth);
             PlainFile<UBYTE> f{plain.result, plain.width, plain.height, {}};
             for (const auto& plane : plain.planes)
-                if (!plane.empty()) f.planes.push_back(plane.a);
+                if (!plane.Empty()) f.planes.push_back(plane.a);
             return f;
         },
         [](int w, int h) { return CubByte(w, h, 3); },

@@ -11,7 +11,7 @@ void Fuzz(FuzzedDataProvider& input)
         [](const FileBytes& file, int) {
             const reference::BmpShortFile plain = reference::ReadBmpShort(file);
             PlainFile<short> f{plain.result, plain.width, plain.height, {}};
-            if (!plain.picture.empty()) f.planes = {plain.picture.a};
+            if (!plain.picture.Empty()) f.planes = {plain.picture.a};
             return f;
         },
         [](int w, int h) { return MatShort(w, h); },

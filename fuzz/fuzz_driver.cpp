@@ -79,7 +79,7 @@ std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
         Dice dice(grey);
         for (int y = y0; y < std::min(y0 + side, height); y++)
             for (int x = x0; x < std::min(x0 + side, width); x++)
-                frame.at(x, y) = noise ? static_cast<std::uint8_t>(dice.Between(0, 255)) : grey;
+                frame.At(x, y) = noise ? static_cast<std::uint8_t>(dice.Between(0, 255)) : grey;
     }
     return film;
 }
@@ -148,5 +148,5 @@ void Fuzz(FuzzedDataProvider& input)
     written("hough.bmp", plain.hough);
     written("u_sum_sh.bmp", plain.uSum);
     written("v_sum_sh.bmp", plain.vSum);
-    written("detected.jpg", plain.detected.empty() ? FileBytes() : reference::JpegGrey(plain.detected, 85));
+    written("detected.jpg", plain.detected.Empty() ? FileBytes() : reference::JpegGrey(plain.detected, 85));
 }

@@ -15,7 +15,7 @@ template <class T> reference::Picture<T> PictureOf(const Block<T>& block, const 
 {
     reference::Picture<T> picture(place.sizes[0], place.sizes[1]);
     for (int y = 0; y < picture.h; y++)
-        for (int x = 0; x < picture.w; x++) picture.at(x, y) = block.Data()[place.At(x, y, z)];
+        for (int x = 0; x < picture.w; x++) picture.At(x, y) = block.Data()[place.At(x, y, z)];
     return picture;
 }
 
@@ -120,7 +120,7 @@ void FuzzBytes(FuzzedDataProvider& input, int which)
             expected.push_back(at < header.size() ? header[at] : 0xFF);
         }
         for (int x = 0; x < picture.w; x++)
-            for (int y = 0; y < picture.h; y++) expected.push_back(picture.at(x, y));
+            for (int y = 0; y < picture.h; y++) expected.push_back(picture.At(x, y));
         if (nskip > 0 && header.empty()) {
             const Ending ending = RunToItsEnd([&] { view.WriteRAW(name, nskip); });
             Require(ending.HaltedWith("WriteRAW: Cannot read header file"),

@@ -59,7 +59,7 @@ protected:
     {
         return Join({{toldDetection, "-n", std::to_string(frames), "-s"},
                      saving == asJpeg ? Words{"-jpg"} : Words(),
-                     Geometry().words()});
+                     Geometry().Arguments()});
     }
 
     Finished Run(Saving saving, const std::function<void()>& before = {})
@@ -289,7 +289,8 @@ TEST_F(Faults, ErrorsThatNobodyReadsKeepTheirStatus)
     const auto mute = [] { close(STDERR_FILENO); };
     RunOptions options;
     options.before = mute;
-    EXPECT_EQ(::Run(Join({{program, "-l", "1"}, Geometry().words()}), folder.Path(), options).status, 255);
+    EXPECT_EQ(::Run(Join({{program, "-l", "1"}, Geometry().Arguments()}), folder.Path(), options).status,
+              255);
     EXPECT_EQ(::Run({program, "-l", "0"}, folder.Path(), options).status, 1);
     std::filesystem::create_symlink("/dev/full", folder / "detected.jpg");
     EXPECT_EQ(Run(asBmp, mute).status, 1);
@@ -347,7 +348,7 @@ TEST(FaultsOfFolders, DetectionInAFolderThatCannotBeWritten)
     const TemporaryFolder folder;
     const std::vector<BytePicture> frames = {WheelFrame(WheelScene(), 10), WheelFrame(WheelScene(), 11)};
     WriteFrames(folder, frames);
-    const Words words = Join({Split("-l 2 -s"), Geometry().words()});
+    const Words words = Join({Split("-l 2 -s"), Geometry().Arguments()});
     const reference::Run predicted = reference::PredictRun(words, frames);
     ASSERT_EQ(predicted.detection.result, 0);
     const ReadOnly closed(folder);
@@ -413,7 +414,7 @@ protected:
 
     void ExpectRefused(const std::string& what) const
     {
-        const Finished run = RunIn(folder, program, Join({Split("-l 1 -s"), RefusedGeometry().words()}));
+        const Finished run = RunIn(folder, program, Join({Split("-l 1 -s"), RefusedGeometry().Arguments()}));
         EXPECT_EQ(run.status, 255) << what;
         EXPECT_EQ(run.out, "Loading images ...\n") << what;
         EXPECT_EQ(run.err, loadingFailed) << what;
@@ -423,8 +424,8 @@ protected:
     void ExpectHalt(const reference::Bytes& bytes, const std::string& what) const
     {
         folder.Write("img1.bmp", AsText(bytes));
-        const FailStop stop =
-            RunProgramUntilHalt(Join({{program}, Split("-l 1"), RefusedGeometry().words()}), folder.Path());
+        const FailStop stop = RunProgramUntilHalt(
+            Join({{program}, Split("-l 1"), RefusedGeometry().Arguments()}), folder.Path());
         EXPECT_TRUE(stop.halted) << what << " " << stop.state;
         EXPECT_EQ(stop.out, "Loading images ...\n") << what;
         EXPECT_EQ(stop.err,
@@ -439,7 +440,7 @@ protected:
         folder.Write("img1.bmp", AsText(bytes));
         Geometry g;
         g.R3 = "0";
-        const Finished run = RunIn(folder, program, Join({Split("-l 1"), g.words()}));
+        const Finished run = RunIn(folder, program, Join({Split("-l 1"), g.Arguments()}));
         EXPECT_EQ(run.status, 0) << what;
         EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::JpegGrey(NoiseFrame(1280, 960, 31), 85)))
             << what;
@@ -566,7 +567,7 @@ protected:
         g.cx = g.cy = "10";
         g.innerR = "20";
         g.outerR = "22";
-        const Words words = Join({{"-n", std::to_string(frames.size()), "-s"}, g.words()});
+        const Words words = Join({{"-n", std::to_string(frames.size()), "-s"}, g.Arguments()});
         RunOptions options;
         options.environment = {"MALLOC_PERTURB_=165"};
         options.timeout = std::chrono::seconds(200);

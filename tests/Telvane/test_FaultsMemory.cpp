@@ -57,7 +57,7 @@ TEST(FaultsOfMemory, EveryLimitEndsInAFailStopOrAnErrorAndNeverInACrash)
         Geometry g;
         g.R3 = method;
         g.bkgCorr = "-50";
-        const Words words = Join({Split("-l 3 -s -m 1 1 9 9"), g.words()});
+        const Words words = Join({Split("-l 3 -s -m 1 1 9 9"), g.Arguments()});
         const reference::Run predicted = reference::PredictRun(words, frames);
         ASSERT_EQ(predicted.detection.result, 0);
         std::map<End, int> ends;
@@ -74,7 +74,7 @@ TEST(FaultsOfMemory, FramesThatFindNoRoomStopTheProgramForGood)
 {
     // 50 frames are 61 MB.
     const TemporaryFolder folder;
-    const FailStop stop = RunProgramUntilHalt(Join({{program, "-n", "50"}, Geometry().words()}),
+    const FailStop stop = RunProgramUntilHalt(Join({{program, "-n", "50"}, Geometry().Arguments()}),
                                               folder.Path(), std::chrono::seconds(100), [] {
                                                   const rlimit limit{50000000, 50000000};
                                                   if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);

@@ -145,7 +145,7 @@ void ExpectRunKept(const std::string& section, const std::string& scene, const s
     const TemporaryFolder folder;
     const Finished drawn = RunIn(folder, WHEELSIM_PATH, Split("--out . " + scene));
     ASSERT_EQ(drawn.status, 0) << drawn.err;
-    const Words words = Join({Split(options), geometry.words()});
+    const Words words = Join({Split(options), geometry.Arguments()});
     const reference::CommandLine line = reference::ParseCommandLine(words);
     std::vector<BytePicture> frames;
     for (int i = 0; i < line.imagesCount; i++) {

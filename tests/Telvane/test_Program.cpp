@@ -131,7 +131,7 @@ TEST(Program, WrongCommandLinesShowTheUsage)
 TEST(Program, EmptyWordsAreNumbersToo)
 {
     const TemporaryFolder folder;
-    const Finished run = RunIn(folder, program, Join({{"-n", ""}, Geometry().words()}));
+    const Finished run = RunIn(folder, program, Join({{"-n", ""}, Geometry().Arguments()}));
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, usageLines);
 }
@@ -194,7 +194,7 @@ TEST(Program, MissingSecondFrameEndsTheRun)
     WriteFrames(folder, FirstPictures(1));
     folder.Write("img3.bmp", AsText(reference::BmpByte(WheelPictures()[2])));
     const Untouched files(folder);
-    const Finished run = RunIn(folder, program, Join({Split("-l 3 -s"), Geometry().words()}));
+    const Finished run = RunIn(folder, program, Join({Split("-l 3 -s"), Geometry().Arguments()}));
     EXPECT_EQ(run.status, 255);
     EXPECT_EQ(run.err, "Error -1:  ... error loading images!\n");
     EXPECT_EQ(run.out, "Loading images ...\n");
@@ -206,7 +206,7 @@ TEST(Program, FramesAreReadInOrderUpToTheFirstThatFails)
 {
     // A frame of another size stops the program for good. Before the missing one it is met ...
     const reference::Bytes small = reference::BmpByte(BytePicture(640, 480, 9));
-    const Words words = Join({Split("-l 3"), RefusedGeometry().words()});
+    const Words words = Join({Split("-l 3"), RefusedGeometry().Arguments()});
     {
         const TemporaryFolder folder;
         folder.Write("img1.bmp", AsText(small));
@@ -230,7 +230,7 @@ TEST(Program, FilesThatAreNoGreyFramesEndTheRun)
     for (const reference::Bytes& bytes : bad) {
         const TemporaryFolder folder;
         folder.Write("img1.bmp", AsText(bytes));
-        const Finished run = RunIn(folder, program, Join({Split("-l 1"), RefusedGeometry().words()}));
+        const Finished run = RunIn(folder, program, Join({Split("-l 1"), RefusedGeometry().Arguments()}));
         EXPECT_EQ(run.status, 255);
         EXPECT_EQ(run.err, "Error -1:  ... error loading images!\n");
         EXPECT_EQ(run.out, "Loading images ...\n");
@@ -243,7 +243,7 @@ TEST(Program, FrameOfAnotherSizeStopsTheProgramForGood)
         for (const char* const count : {"1", "2"}) {
             const TemporaryFolder folder;
             folder.Write("img1.bmp", AsText(reference::BmpByte(BytePicture(w, h, 9))));
-            const Words words = Join({{"-l", count}, Geometry().words()});
+            const Words words = Join({{"-l", count}, Geometry().Arguments()});
             const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.Path());
             EXPECT_TRUE(stop.halted) << stop.state;
             EXPECT_EQ(stop.out, "Loading images ...\n");
@@ -271,7 +271,7 @@ TEST(Program, RingSearchOnFrameFiles)
     g.ang1 = "-30";
     g.ang2 = "200";
     g.bkgCorr = "-50";
-    const Words words = Join({Split("-l 3 -s"), g.words()});
+    const Words words = Join({Split("-l 3 -s"), g.Arguments()});
     const Finished run = RunIn(folder, program, words);
     const reference::Run predicted = reference::PredictRun(words, frames);
     ExpectAsPredicted(folder, run, predicted);
@@ -297,7 +297,7 @@ TEST(Program, VotesWithThreeMasksOnFrameFiles)
     Geometry g;
     g.R3 = "0";
     const Words words =
-        Join({Split("-m 0 0 200 150 -s -m 600 100 90 180 -jpg -m 900 -20 9999 400 -l 3"), g.words()});
+        Join({Split("-m 0 0 200 150 -s -m 600 100 90 180 -jpg -m 900 -20 9999 400 -l 3"), g.Arguments()});
     const Finished run = RunIn(folder, program, words);
     const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
@@ -313,7 +313,7 @@ TEST(Program, UnequalPeriodsOnFrameFiles)
     WriteFrames(folder, frames);
     Geometry g;
     g.R3 = "5";
-    const Words words = Join({Split("-p1 1 -l 4 -p2 3 -s"), g.words()});
+    const Words words = Join({Split("-p1 1 -l 4 -p2 3 -s"), g.Arguments()});
     const Finished run = RunIn(folder, program, words);
     const reference::Run predicted = reference::PredictRun(words, frames);
     EXPECT_EQ(predicted.detection.result, 0);
@@ -332,7 +332,7 @@ TEST(Program, RepeatedOptionsAndWordsBehindThePositionalOnes)
     g.teethCnt = "0";
     g.initSpd = "fast";
     // Both periods are 7 in the end: the frames are taken as one sequence.
-    const Words words = Join({Split("-p1 3 -n 9 -jpg -p2 7 -m 5 5 20 20 -l 3 -p1 7 -l 2"), g.words(),
+    const Words words = Join({Split("-p1 3 -n 9 -jpg -p2 7 -m 5 5 20 20 -l 3 -p1 7 -l 2"), g.Arguments(),
                               Split("-s -m 0 0 1280 960 99")});
     const Finished run = RunIn(folder, program, words);
     const reference::Run predicted = reference::PredictRun(words, frames);
@@ -350,7 +350,7 @@ TEST(Program, RegionOutOfRangeIsNoErrorOfTheProgram)
     WriteFrames(folder, frames);
     Geometry g;
     g.R3 = "0"; // a single frame has no flow: the highest of no votes lies at 0, 0
-    const Words words = Join({Split("-l 1 -s"), g.words()});
+    const Words words = Join({Split("-l 1 -s"), g.Arguments()});
     const Finished run = RunIn(folder, program, words);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... completed\nRESULT=-4\n");
@@ -368,7 +368,7 @@ TEST(Program, RingLargerThanThePictureIsOutOfRange)
     WriteFrames(folder, FirstPictures(1));
     Geometry g;
     g.outerR = "481"; // 963 rows
-    const Finished run = RunIn(folder, program, Join({Split("-l 1"), g.words()}));
+    const Finished run = RunIn(folder, program, Join({Split("-l 1"), g.Arguments()}));
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... completed\nRESULT=-4\n");
     EXPECT_EQ(run.err, "Error 4: Calculated <oroi> is out of range, f_cx = -inf, f_cy = -inf\n");
@@ -386,7 +386,7 @@ TEST(Program, RefusedGeometryWritesNoPictures)
     refused[2].innerR = "250";
     refused[3].innerR = "-1";
     for (const Geometry& g : refused) {
-        const Finished run = RunIn(folder, program, Join({Split("-l 1 -s"), g.words()}));
+        const Finished run = RunIn(folder, program, Join({Split("-l 1 -s"), g.Arguments()}));
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... completed\nRESULT=-1\n");
         EXPECT_EQ(run.err, "Error 1: Invalid argument <params>\n");
@@ -403,7 +403,7 @@ TEST(Program, CentreRowMayEqualTheHeight)
     Geometry g;
     g.hgh = g.cy = "250"; // the ring is found at (250, 250)
     g.cx = "0";
-    const Words words = Join({Split("-l 1"), g.words()});
+    const Words words = Join({Split("-l 1"), g.Arguments()});
     const Finished run = RunIn(folder, program, words);
     EXPECT_EQ(run.out, "Loading images ...\n ... completed\nDetection ...\n ... "
                        "completed\nRESULT=0\nOROI=[250,0,600,250,1]\n");
@@ -420,7 +420,7 @@ TEST(Program, EmptyMaskStopsTheProgramForGood)
     for (const std::string& masks :
          {std::string("-m 10 10 0 5"), std::string("-m 10 10 5 5 -m 10 10 5 0"),
           std::string("-m 10 10 5 5 -m 2000 0 0 0 -m 10 10 -3 5"), std::string("-m 9 9 x y")}) {
-        const Words words = Join({Split("-l 1 " + masks), RefusedGeometry().words()});
+        const Words words = Join({Split("-l 1 " + masks), RefusedGeometry().Arguments()});
         const FailStop stop = RunProgramUntilHalt(Join({{program}, words}), folder.Path());
         EXPECT_TRUE(stop.halted) << stop.state;
         EXPECT_EQ(stop.out, "Loading images ...\n ... completed\n") << masks;
@@ -440,8 +440,8 @@ TEST(Program, BackgroundOfNoPixelsStopsTheProgramForGood)
     g.cx = "-5";
     g.cy = "-5";
     g.bkgCorr = "-50";
-    const FailStop stop = RunProgramUntilHalt(Join({{program}, Split("-l 1 -s"), g.words()}), folder.Path(),
-                                              std::chrono::seconds(100));
+    const FailStop stop = RunProgramUntilHalt(Join({{program}, Split("-l 1 -s"), g.Arguments()}),
+                                              folder.Path(), std::chrono::seconds(100));
     EXPECT_TRUE(stop.halted) << stop.state;
     EXPECT_EQ(stop.out, "Loading images ...\n ... completed\nDetection ...\n");
     EXPECT_EQ(stop.err, ErrorLine("RNG: Invalid range selection") + "\n");
@@ -454,7 +454,7 @@ TEST(Program, RingSearchOnCameraFramesSavedAsBmp)
 {
     const TemporaryFolder folder;
     const std::vector<BytePicture> frames = CameraPictures(2, 1, 1);
-    const Words words = Join({Split("-n 2 -s"), Geometry().words()});
+    const Words words = Join({Split("-n 2 -s"), Geometry().Arguments()});
     Finished run = RunIn(folder, program, words);
     run.err = WithoutTheCamerasLine(run.err);
     const reference::Run predicted = reference::PredictRun(words, frames);
@@ -476,7 +476,7 @@ TEST(Program, VotesOnCameraFramesSavedAsJpeg)
     Geometry g;
     g.R3 = "0";
     // The mask comes after the saving: it is not in the saved frames.
-    const Words words = Join({Split("-jpg -p1 2 -m 0 0 300 300 -s -n 3"), g.words()});
+    const Words words = Join({Split("-jpg -p1 2 -m 0 0 300 300 -s -n 3"), g.Arguments()});
     Finished run = RunIn(folder, program, words);
     run.err = WithoutTheCamerasLine(run.err);
     ExpectAsPredicted(folder, run, reference::PredictRun(words, frames));
@@ -489,7 +489,7 @@ TEST(Program, VotesOnCameraFramesSavedAsJpeg)
 TEST(Program, JpgAloneSavesNothing)
 {
     const TemporaryFolder folder;
-    const Finished run = RunIn(folder, program, Join({Split("-n 1 -jpg"), RefusedGeometry().words()}));
+    const Finished run = RunIn(folder, program, Join({Split("-n 1 -jpg"), RefusedGeometry().Arguments()}));
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out,
               "Grabbing images ...\n-10 -9 -8 -7 -6 -5 -4 -3 -2 -1 0 \n ... completed\nDetection ...\n"
@@ -502,7 +502,7 @@ TEST(Program, LastOfTheTwoModesIsTaken)
 {
     const TemporaryFolder folder;
     WriteFrames(folder, FirstPictures(1));
-    const Words refused = RefusedGeometry().words();
+    const Words refused = RefusedGeometry().Arguments();
     EXPECT_EQ(RunIn(folder, program, Join({Split("-l 5 -n 1"), refused})).out.substr(0, 19),
               "Grabbing images ...");
     EXPECT_EQ(RunIn(folder, program, Join({Split("-n 5 -l 1"), refused})).out,
@@ -513,7 +513,7 @@ TEST(Program, CameraIsSilentWhenFramesComeFromFiles)
 {
     const TemporaryFolder folder;
     WriteFrames(folder, FirstPictures(1));
-    EXPECT_EQ(RunIn(folder, program, Join({Split("-l 1"), RefusedGeometry().words()})).err,
+    EXPECT_EQ(RunIn(folder, program, Join({Split("-l 1"), RefusedGeometry().Arguments()})).err,
               "Error 1: Invalid argument <params>\n");
 }
 

@@ -41,7 +41,7 @@ TEST(ProgramCameras, CameraThatDoesNotOpenEndsTheRun)
     // The camera is opened in both modes.
     for (const std::string& options : {std::string(), std::string("-n 2 -s"), std::string("-l 1 -s"),
                                        std::string("-l 3"), std::string("-m 5 5 0 0 -n 1")}) {
-        const Words words = Join({Split(options), Geometry().words()});
+        const Words words = Join({Split(options), Geometry().Arguments()});
         const Finished run = RunIn(folder, closedCamera, words);
         EXPECT_EQ(run.status, 1) << options;
         EXPECT_EQ(run.out, "") << options;
@@ -83,7 +83,8 @@ TEST(ProgramCameras, CameraIsGrabbedByThePeriods)
                                            {"-p1 50 -n 2 -p2 50", {1, 50}},
                                            {"-n 1 -p1 9", {1}}}) {
         const TemporaryFolder folder;
-        const Finished run = RunIn(folder, filmCamera, Join({Split(c.options), RefusedGeometry().words()}));
+        const Finished run =
+            RunIn(folder, filmCamera, Join({Split(c.options), RefusedGeometry().Arguments()}));
         EXPECT_EQ(run.status, 0) << c.options;
         EXPECT_EQ(run.out, GrabbedOutput(static_cast<int>(c.grabs.size()))) << c.options;
         EXPECT_EQ(run.err, "Error 1: Invalid argument <params>\n") << c.options;
@@ -95,7 +96,7 @@ TEST(ProgramCameras, CameraIsGrabbedByThePeriods)
 TEST(ProgramCameras, FifteenFramesUnlessACountIsGiven)
 {
     const TemporaryFolder folder;
-    const Finished run = RunIn(folder, filmCamera, RefusedGeometry().words());
+    const Finished run = RunIn(folder, filmCamera, RefusedGeometry().Arguments());
     EXPECT_EQ(run.out, "Grabbing images ...\n"
                        "-10 -9 -8 -7 -6 -5 -4 -3 -2 -1 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 \n"
                        " ... completed\n"
@@ -121,20 +122,20 @@ TEST(ProgramCameras, CountsFromOneToFiftyAsNumbersOrWhatBeginsSo)
                                            {"4294967298", 2},
                                            {"-4294967293", 3}}) {
         const TemporaryFolder folder;
-        const Finished run = RunIn(folder, filmCamera, Join({{"-n", c.word}, RefusedGeometry().words()}));
+        const Finished run = RunIn(folder, filmCamera, Join({{"-n", c.word}, RefusedGeometry().Arguments()}));
         EXPECT_EQ(run.status, 0) << c.word;
         EXPECT_EQ(run.out, GrabbedOutput(c.count)) << c.word;
     }
     const TemporaryFolder folder;
-    EXPECT_EQ(RunIn(folder, filmCamera, Join({{"-n", " \t4"}, RefusedGeometry().words()})).out,
+    EXPECT_EQ(RunIn(folder, filmCamera, Join({{"-n", " \t4"}, RefusedGeometry().Arguments()})).out,
               GrabbedOutput(4));
 }
 
 TEST(ProgramCameras, GrabbedFramesAreSavedAsTheyAre)
 {
     const TemporaryFolder folder;
-    const Finished run =
-        RunIn(folder, filmCamera, Join({Split("-n 3 -s -p2 3 -m 0 0 600 600"), RefusedGeometry().words()}));
+    const Finished run = RunIn(folder, filmCamera,
+                               Join({Split("-n 3 -s -p2 3 -m 0 0 600 600"), RefusedGeometry().Arguments()}));
     EXPECT_EQ(run.out, GrabbedOutput(3));
     EXPECT_TRUE(HasFile(folder, "img1.bmp", reference::BmpByte(FilmFrame(11))));
     EXPECT_TRUE(HasFile(folder, "img2.bmp", reference::BmpByte(FilmFrame(12))));
@@ -148,7 +149,8 @@ TEST(ProgramCameras, GrabbedFramesAreSavedAsJpegOverOlderOnes)
     folder.Write("img2.jpg", std::string(3000000, 'x'));
     folder.Write("img1.bmp", "of an earlier run");
     folder.Write("img3.jpg", "of a longer run");
-    const Finished run = RunIn(folder, filmCamera, Join({Split("-jpg -n 2 -s"), RefusedGeometry().words()}));
+    const Finished run =
+        RunIn(folder, filmCamera, Join({Split("-jpg -n 2 -s"), RefusedGeometry().Arguments()}));
     EXPECT_EQ(run.out, GrabbedOutput(2));
     EXPECT_TRUE(HasFile(folder, "img1.jpg", reference::JpegGrey(FilmFrame(11), 85)));
     EXPECT_TRUE(HasFile(folder, "img2.jpg", reference::JpegGrey(FilmFrame(12), 85)));
@@ -160,7 +162,7 @@ TEST(ProgramCameras, GrabbedFramesAreSavedAsJpegOverOlderOnes)
 TEST(ProgramCameras, FiftiethFrameIsSavedUnderItsNumber)
 {
     const TemporaryFolder folder;
-    const Finished run = RunIn(folder, filmCamera, Join({Split("-n 50 -s"), RefusedGeometry().words()}));
+    const Finished run = RunIn(folder, filmCamera, Join({Split("-n 50 -s"), RefusedGeometry().Arguments()}));
     EXPECT_EQ(run.out, GrabbedOutput(50));
     EXPECT_EQ(FilesIn(folder).size(), 51u);
     for (const int i : {9, 10, 50})
@@ -172,7 +174,7 @@ TEST(ProgramCameras, CameraIsOpenedAndLeftAloneWhenFramesComeFromFiles)
 {
     const TemporaryFolder folder;
     WriteFrames(folder, {BytePicture(1280, 960, 7)});
-    EXPECT_EQ(RunIn(folder, filmCamera, Join({Split("-l 1 -s"), RefusedGeometry().words()})).status, 0);
+    EXPECT_EQ(RunIn(folder, filmCamera, Join({Split("-l 1 -s"), RefusedGeometry().Arguments()})).status, 0);
     EXPECT_EQ(folder.Read(filmLog), "constructed\nopen(true)\ndestroyed\n");
     EXPECT_EQ(FilesIn(folder), (Words{filmLog, "img1.bmp"}));
 }
@@ -186,7 +188,7 @@ TEST(ProgramCameras, NoiseFromTheCameraGivesThePredictedPictures)
     g.innerR = "20";
     g.outerR = "22";
     g.bkgCorr = "-50";
-    const Words words = Join({Split("-n 3 -s -p2 2"), g.words()});
+    const Words words = Join({Split("-n 3 -s -p2 2"), g.Arguments()});
     const Finished run = RunIn(folder, filmCamera, words);
     const std::vector<BytePicture> frames = {FilmFrame(11), FilmFrame(12), FilmFrame(14)};
     const reference::Run predicted = reference::PredictRun(words, frames);

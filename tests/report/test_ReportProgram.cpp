@@ -210,7 +210,7 @@ TEST(Report, PutsTheCentreWhereTheProgramPutsIt)
     WriteFrames(folder, frames);
     Geometry geometry;
     geometry.R3 = "0";
-    const Finished telvane = RunIn(folder, TELVANE_PATH, Join({{"-l", "4", "-s"}, geometry.words()}));
+    const Finished telvane = RunIn(folder, TELVANE_PATH, Join({{"-l", "4", "-s"}, geometry.Arguments()}));
     int left = 0, top = 0;
     const std::size_t region = telvane.out.find("OROI=[");
     ASSERT_NE(region, telvane.out.npos) << telvane.out;

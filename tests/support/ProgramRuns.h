@@ -47,7 +47,7 @@ struct Geometry {
                 ang1 = "0", ang2 = "360", fullAng = "360", teethCnt = "40", angSpd = "1", initSpd = "0",
                 minMvmt = "0", maxFwdMvmt = "0", bkgCorr = "0";
 
-    Words words() const
+    Words Arguments() const
     {
         return {wid,  hgh,     cx,       cy,     innerR,  outerR,  R3,         ang1,
                 ang2, fullAng, teethCnt, angSpd, initSpd, minMvmt, maxFwdMvmt, bkgCorr};
