@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace telvane {
+
 namespace {
 
 double Degrees(double x, double y) { return std::atan2(y, x) * 180 / std::numbers::pi; }
@@ -73,3 +75,5 @@ Canvas FlowLegend()
     canvas.label(middle + aside("right"), middle, "right", white, scale);
     return canvas;
 }
+
+} // namespace telvane

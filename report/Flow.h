@@ -6,6 +6,8 @@
 
 #include <tools/Canvas.h>
 
+namespace telvane {
+
 /// The colour of a motion in degrees clockwise from the right, red to the right, then yellow, green (down and
 /// to the left), cyan to the left, blue, magenta; and of `strength` 0..1 of the strongest. Its brightness
 /// goes with the square root, so that weak motion shows too.
@@ -23,5 +25,7 @@ MatByte StrengthPicture(const MatShort& u, const MatShort& v);
 
 /// A wheel of the colours with the directions in words: on its rim the strongest motion, in its middle none.
 Canvas FlowLegend();
+
+} // namespace telvane
 
 #endif

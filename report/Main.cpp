@@ -10,6 +10,8 @@
 #include <string>
 #include <system_error>
 
+using namespace telvane;
+
 namespace {
 
 const Tool tool{"telvane-report", "usage: telvane-report [--in DIR] [--frames DIR] [--count N] [--apart N]\n"

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace telvane {
+
 namespace {
 
 const char style[] = R"(
@@ -81,6 +83,7 @@ void Page::Figure(const Picture& picture, std::string_view alternative, std::str
             "\" src=\"data:" + picture.type + ";base64," + Base64(picture.bytes) + "\"/>\n";
     if (!caption.empty()) body += "<figcaption>" + Escaped(caption) + "</figcaption>\n";
     body += "</figure>\n";
+    figures++;
 }
 
 void Page::BeginRow() { body += "<div class=\"row\">\n"; }
@@ -94,3 +97,5 @@ std::string Page::Html() const
            title + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<h1>" + title + "</h1>\n" +
            body + "</body>\n</html>\n";
 }
+
+} // namespace telvane

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace telvane {
+
 /// Text as HTML shows it, in elements and in quoted attributes.
 std::string Escaped(std::string_view text);
 
@@ -33,11 +35,17 @@ public:
     void BeginRow();
     void EndRow();
 
+    /// How many pictures the page shows so far.
+    int Figures() const { return figures; }
+
     /// The whole file.
     std::string Html() const;
 
 private:
     std::string title, body;
+    int figures = 0;
 };
+
+} // namespace telvane
 
 #endif

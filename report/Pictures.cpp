@@ -12,6 +12,8 @@
 
 using namespace kavrix::inner;
 
+namespace telvane {
+
 namespace {
 
 const unsigned char* Bytes(const std::string& file)
@@ -152,3 +154,5 @@ std::string GreyJpeg(const MatByte& picture)
     std::free(memory);
     return bytes;
 }
+
+} // namespace telvane

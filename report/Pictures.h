@@ -8,6 +8,8 @@
 
 #include <string>
 
+namespace telvane {
+
 /// A 16-bit picture as MatShort::WriteBMP makes it, of any width: rows of (2 * width + 3) & ~3 bytes from the
 /// data offset on, the bottom one first. MatShort::ReadBMP trusts the image size of the header, which counts
 /// the padding of odd widths twice; here nothing but the file's own length is trusted.
@@ -22,5 +24,7 @@ std::string CheckJpeg(const std::string& file, int& width, int& height);
 
 /// A grey picture as the bytes of a JPEG file; empty when there is no memory for it.
 std::string GreyJpeg(const MatByte& picture);
+
+} // namespace telvane
 
 #endif

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace telvane {
+
 struct ReportOptions {
     std::string folder = "."; ///< of the run: detected.jpg and the 16-bit pictures
     std::string frames;       ///< folder of img1.bmp or img1.jpg and so on; empty: that of the run
@@ -19,5 +21,7 @@ struct Report {
 };
 
 Report MakeReport(const ReportOptions& options);
+
+} // namespace telvane
 
 #endif

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace telvane {
+
 namespace {
 
 const Colour peakColour{0, 230, 255}, nextColour{120, 255, 60};
@@ -155,3 +157,5 @@ Canvas HeatLegend(int most)
     }
     return canvas;
 }
+
+} // namespace telvane

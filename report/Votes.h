@@ -6,6 +6,8 @@
 
 #include <tools/Canvas.h>
 
+namespace telvane {
+
 /// A place in the vote picture. Its votes are 0 where there is no such place.
 struct Summit {
     int x = 0, y = 0;
@@ -34,5 +36,7 @@ Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int sca
 
 /// A strip of all colours with the votes that they stand for.
 Canvas HeatLegend(int most);
+
+} // namespace telvane
 
 #endif

@@ -18,6 +18,7 @@ void PrintTo(const Colour& c, std::ostream* out)
 namespace {
 
 using namespace pictures;
+using namespace telvane;
 
 /// Hue, full saturation and value as colours are usually computed: by sixths of the circle.
 Colour PlainHsv(double degrees, double value)

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace telvane;
+
 TEST(Base64, KnownTexts)
 {
     const std::pair<const char*, const char*> texts[] = {{"", ""},

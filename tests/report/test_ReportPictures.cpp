@@ -15,6 +15,7 @@
 namespace {
 
 using namespace pictures;
+using namespace telvane;
 
 std::string Text(const reference::Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 

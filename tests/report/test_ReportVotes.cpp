@@ -11,9 +11,13 @@
 #include <ostream>
 #include <vector>
 
+namespace telvane {
+
 bool operator==(const Summit& a, const Summit& b) { return a.x == b.x && a.y == b.y && a.votes == b.votes; }
 
 void PrintTo(const Summit& s, std::ostream* out) { *out << s.votes << " at (" << s.x << ", " << s.y << ')'; }
+
+} // namespace telvane
 
 void PrintTo(const Colour& c, std::ostream* out)
 {
@@ -23,6 +27,7 @@ void PrintTo(const Colour& c, std::ostream* out)
 namespace {
 
 using namespace pictures;
+using namespace telvane;
 
 /// By the definition, place after place.
 Summits PlainSummits(const Shorts& m, int apart)
