@@ -67,28 +67,45 @@ MatByte MatByte::operator!=(const MatByte& b) const
 
 namespace {
 
-// The signed 16-bit value at 16-bit position x * step1 + y * step2 behind the data pointer, whatever the
-// elements really are; it may lie at an odd address. 0 where the block is known not to hold both its bytes;
-// how far an attached buffer reaches only the caller knows.
-short ShortAt(const MatByte& m, int x, int y)
-{
-    if (m.p_data == nullptr) return 0;
-    const std::int64_t offset = 2 * (std::int64_t{x} * m.step1 + std::int64_t{y} * m.step2);
-    if (m.pblock && !m.pblock->IsAttached()) {
-        const std::int64_t position = m.p_B_data - static_cast<const UBYTE*>(m.pblock->ptr) + offset;
-        if (position < 0 || position + 2 > std::int64_t{m.pblock->len} * m.pblock->itemsize) return 0;
+// A byte matrix as the ordering operators read it: element (x, y) is the signed 16-bit value, at any address,
+// 2 * (x * step1 + y * step2) bytes behind the data pointer, whatever the elements really are.
+class Shorts {
+public:
+    explicit Shorts(const MatByte& m) : data(m.p_B_data), step1(m.step1), step2(m.step2)
+    {
+        if (data == nullptr) return;
+        if (m.pblock == nullptr || m.pblock->IsAttached()) { // how far it reaches only the caller knows
+            first = INT64_MIN;
+            last = INT64_MAX;
+        } else {
+            first = static_cast<const UBYTE*>(m.pblock->ptr) - data;
+            last = first + std::int64_t{m.pblock->len} * m.pblock->itemsize - std::int64_t{sizeof(short)};
+        }
     }
-    short value;
-    std::memcpy(&value, m.p_B_data + static_cast<std::ptrdiff_t>(offset), sizeof value);
-    return value;
-}
+
+    // 0 where the block is known not to hold both bytes.
+    short operator()(int x, int y) const
+    {
+        const std::int64_t offset = 2 * (x * step1 + y * step2);
+        if (offset < first || offset > last) return 0;
+        short value;
+        std::memcpy(&value, data + static_cast<std::ptrdiff_t>(offset), sizeof value);
+        return value;
+    }
+
+private:
+    const UBYTE* data;
+    std::int64_t step1, step2;
+    std::int64_t first = 0, last = -1; // offsets that can be read
+};
 
 // As Compared, of the 16-bit values of a and b.
 template <class F> MatByte AsShorts(UBYTE yes, const MatByte& a, const MatByte& b, F holds)
 {
     MatByte r(a.dim1, a.dim2);
+    const Shorts p(a), q(b);
     for (int y = 0; y < a.dim2; y++)
-        for (int x = 0; x < a.dim1; x++) r(x, y) = holds(ShortAt(a, x, y), ShortAt(b, x, y)) ? yes : 0;
+        for (int x = 0; x < a.dim1; x++) r(x, y) = holds(p(x, y), q(x, y)) ? yes : 0;
     return r;
 }
 
