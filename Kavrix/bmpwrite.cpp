@@ -2,6 +2,7 @@
 #include <Kavrix/bmpwrite.h>
 
 #include <Kavrix/inner/KXarith.h>
+#include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/bmpformat.h>
 #include <Kavrix/inner/imagefile.h>
 
@@ -65,7 +66,8 @@ int WriteFile(std::FILE* fout, const KX_Base& a, PIX_FMT imgFmt, int betweenByte
     if (!WriteHeaders(fout, h) || !between(fout)) return imageNotWritten;
 
     const std::int64_t rowBytes = pixelBytes + fill;
-    VecByte row(rowBytes <= INT32_MAX ? static_cast<int>(rowBytes) : -1); // too long a row: not enough memory
+    if (rowBytes > INT32_MAX) NotEnoughMemory();
+    VecByte row(static_cast<int>(rowBytes));
     row.Fill(0);
     for (int y = a.dim2 - 1; y >= 0; y--) {
         pack(y, &row(0));
