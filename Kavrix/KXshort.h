@@ -28,7 +28,7 @@ public:
     /// Returns this vector.
     VecShort& sqrt();
 
-    /// The element of rank p * dim1 / 100 (a 16-bit number, held to 0 to dim1 - 1), 0 the smallest.
+    /// The element of rank p * dim1 / 100, 16 bits of it, held to the first and the last; 0 is the smallest.
     /// Reorders the elements: hand in a copy of the values to keep their order. Not for empty vectors.
     /// C. A. R. Hoare, "Algorithm 65: Find", Communications of the ACM 4 (1961), p. 321.
     short percentile(int p);
