@@ -39,7 +39,7 @@ vectors Kavrix/inner/FlowRows.cpp DerivativeRow DerivativeRow
 vectors Kavrix/inner/FlowRows.cpp AverageRow AverageRow
 vectors Kavrix/inner/FlowRows.cpp FirstSweepRow FirstSweepRow
 vectors Kavrix/inner/FlowRows.cpp SweepRow SweepRow
-vectors Kavrix/inner/RowWiseFlow.cpp RowWiseFlow::AddRow
+vectors Kavrix/inner/FlowRows.cpp AddFlowRow
 vectors Kavrix/OptFlow.cpp OF_Norm
 vectors Kavrix/inner/Votes.cpp StrongPixels::StrongPixels
 vectors Kavrix/Imgproc.cpp Filter3x3

@@ -75,4 +75,15 @@ KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __re
     }
 }
 
+KAVRIX_CLONES void AddFlowRow(int n, const short* u, const short* v, Strided<int> u_sum, Strided<int> v_sum)
+{
+    ElementwiseOver(
+        {n, 1, 1},
+        [](int& us, int& vs, short p, short q) {
+            us = WrapAdd<int>(us, p);
+            vs = WrapAdd<int>(vs, q);
+        },
+        u_sum, v_sum, Strided<const short>{u, 1, 0, 0}, Strided<const short>{v, 1, 0, 0});
+}
+
 } // namespace kavrix::inner

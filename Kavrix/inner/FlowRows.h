@@ -2,6 +2,8 @@
 #ifndef KAVRIX_INNER_FLOWROWS_H
 #define KAVRIX_INNER_FLOWROWS_H
 
+#include <Kavrix/inner/KXelementwise.h>
+
 namespace kavrix::inner {
 
 // n is the number of cells, and no two rows of a call overlap.
@@ -24,6 +26,9 @@ void FirstSweepRow(int n, const short* __restrict Ex, const short* __restrict Ey
 void SweepRow(int n, const short* __restrict ua, const short* __restrict va, const short* __restrict Ex,
               const short* __restrict Ey, const short* __restrict Et, const short* __restrict Den,
               short* __restrict u, short* __restrict v);
+
+/// Adds a row of u and of v, of n values, to rows of the sums.
+void AddFlowRow(int n, const short* u, const short* v, Strided<int> u_sum, Strided<int> v_sum);
 
 } // namespace kavrix::inner
 

@@ -2,7 +2,6 @@
 #include <Kavrix/inner/RowWiseFlow.h>
 
 #include <Kavrix/inner/FlowRows.h>
-#include <Kavrix/inner/KXarith.h>
 #include <Kavrix/inner/KXelementwise.h>
 
 #include <algorithm>
@@ -35,9 +34,9 @@ void RowWiseFlow::AddPair(const MatShort& P, const MatShort& N, MatInt& u_sum, M
         for (Int k = first; k <= last; k++) Sweep(k, step - k);
         if (last < sweeps) continue;
         const int y = static_cast<int>(step - sweeps);
-        if (y == 0) AddRow(0, u_sum, v_sum);
-        AddRow(y + 1, u_sum, v_sum);
-        if (y == rows - 1) AddRow(y + 2, u_sum, v_sum);
+        if (y == 0) AddTo(u_sum, v_sum, 0);
+        AddTo(u_sum, v_sum, y + 1);
+        if (y == rows - 1) AddTo(u_sum, v_sum, y + 2);
     }
 }
 
@@ -74,15 +73,9 @@ void RowWiseFlow::FrameRow(Int k, Int j, const short* uNeighbour)
     std::fill_n(v(j, k), cells + 2, short{0});
 }
 
-void RowWiseFlow::AddRow(int j, MatInt& u_sum, MatInt& v_sum)
+void RowWiseFlow::AddTo(MatInt& u_sum, MatInt& v_sum, int j)
 {
-    const auto add = [width = cells + 2](const MatInt& sum, int y, short* row) {
-        ElementwiseOver(
-            {width, 1, 1}, [](int& p, short q) { p = WrapAdd<int>(p, q); }, ViewOf<int>(sum).Row(y),
-            Strided<short>{row, 1, 0, 0});
-    };
-    add(u_sum, j, u(j, sweeps));
-    add(v_sum, j, v(j, sweeps));
+    AddFlowRow(cells + 2, u(j, sweeps), v(j, sweeps), ViewOf<int>(u_sum).Row(j), ViewOf<int>(v_sum).Row(j));
 }
 
 } // namespace kavrix::inner

@@ -51,7 +51,7 @@ private:
     void Derive(const RowRing& P, const RowRing& N, Int y);
     void Sweep(Int k, Int y);
     void FrameRow(Int k, Int j, const short* uNeighbour);
-    void AddRow(int j, MatInt& u_sum, MatInt& v_sum);
+    void AddTo(MatInt& u_sum, MatInt& v_sum, int j);
 
     const int cells; // in a row of derivatives
     const Int rows;  // of derivatives
