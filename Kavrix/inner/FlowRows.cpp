@@ -11,7 +11,8 @@ namespace kavrix::inner {
 // 181 wraps, and so does the sum, and the flow relies on it.
 KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short* __restrict P1,
                                  const short* __restrict N0, const short* __restrict N1, short* __restrict Ex,
-                                 short* __restrict Ey, short* __restrict Et, short* __restrict Den)
+                                 short* __restrict Ey, short* __restrict Et,
+                                 FlowQuotient::Divisor* __restrict divisor)
 {
     const short alpha2 = 25;
     for (int x = 0; x < n; x++) {
@@ -25,7 +26,7 @@ KAVRIX_CLONES void DerivativeRow(int n, const short* __restrict P0, const short*
         Ey[x] = static_cast<short>(WrapSub(down, across) >> 2);
         Et[x] = static_cast<short>(WrapAdd(t0, t1) >> 2);
         const short ex = static_cast<short>(Ex[x] >> 3), ey = static_cast<short>(Ey[x] >> 3);
-        Den[x] = WrapAdd(alpha2, WrapAdd(WrapMul(ex, ex), WrapMul(ey, ey)));
+        divisor[x] = FlowQuotient::DivisorOf(WrapAdd(alpha2, WrapAdd(WrapMul(ex, ex), WrapMul(ey, ey))));
     }
 }
 
@@ -37,41 +38,28 @@ KAVRIX_CLONES void AverageRow(int n, const short* __restrict above, const short*
                                       below[x], below[x + 1], below[x + 2]);
 }
 
-// u = -(Et Ex) / Den, truncated.
-// The products stay below 4080^2 < 2^24, so that they are exact as floats; and a float quotient, cut, is the
-// integer quotient: one that is not whole falls short of the next whole number k by at least 1/|Den|, and the
-// rounding, at most k 2^-24, reaches that only for products of 2^24 - 1 and more.
 KAVRIX_CLONES void FirstSweepRow(int n, const short* __restrict Ex, const short* __restrict Ey,
-                                 const short* __restrict Et, const short* __restrict Den, short* __restrict u,
-                                 short* __restrict v)
+                                 const short* __restrict Et, const FlowQuotient::Divisor* __restrict divisor,
+                                 short* __restrict u, short* __restrict v)
 {
     for (int x = 0; x < n; x++) {
-        const float den = Den[x];
-        u[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ex[x]) / den));
-        v[x] = static_cast<short>(-static_cast<int>(static_cast<float>(Et[x] * Ey[x]) / den));
+        u[x] = static_cast<short>(-FlowQuotient::Small(Et[x] * Ex[x], divisor[x]));
+        v[x] = static_cast<short>(-FlowQuotient::Small(Et[x] * Ey[x], divisor[x]));
     }
 }
 
-// Both quotients come from one reciprocal in double, a little too large: q = a (1 + 2^-40) / Den with an
-// error below |q| 2^-50. A whole quotient is thus never missed from below. Any other falls short of the next
-// whole number by at least 1/|Den| >= |q| 2^-31, which the excess of |q| 2^-40 does not reach.
-//
-// Den wraps, and still is never 0 nor -1 (where the lowest number would have no quotient): it is 25 plus two
-// squares, modulo 65536. For 0 the squares would have to be 3 modulo 4 together, and squares are 0 or 1
-// there; for -1 they would have to be 6 modulo 8, and squares are 0, 1 or 4 there.
 KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __restrict va,
                             const short* __restrict Ex, const short* __restrict Ey,
-                            const short* __restrict Et, const short* __restrict Den, short* __restrict u,
-                            short* __restrict v)
+                            const short* __restrict Et, const FlowQuotient::Divisor* __restrict divisor,
+                            short* __restrict u, short* __restrict v)
 {
-    const double slightlyMoreThanOne = 1.0 + 0x1p-40;
     for (int x = 0; x < n; x++) {
         const int num = WrapAdd(WrapAdd<int>(ua[x] * Ex[x], va[x] * Ey[x]), int{Et[x]});
-        const double reciprocal = slightlyMoreThanOne / Den[x];
-        u[x] =
-            static_cast<short>(WrapSub<int>(ua[x], static_cast<int>(WrapMul<int>(num, Ex[x]) * reciprocal)));
-        v[x] =
-            static_cast<short>(WrapSub<int>(va[x], static_cast<int>(WrapMul<int>(num, Ey[x]) * reciprocal)));
+        const auto step = [num, d = divisor[x]](short E) {
+            return FlowQuotient::Any(WrapMul<int>(num, E), d);
+        };
+        u[x] = static_cast<short>(WrapSub<int>(ua[x], step(Ex[x])));
+        v[x] = static_cast<short>(WrapSub<int>(va[x], step(Ey[x])));
     }
 }
 

@@ -20,14 +20,14 @@ int SweepsKept(int hgh, int nrIters) { return std::min(nrIters, hgh); }
 RowWiseFlow::RowWiseFlow(int wid, int hgh, int nrIters)
     : cells(wid - 1), rows(hgh - 1), sweeps(nrIters), Ex(cells, DerivativesKept(hgh, nrIters)),
       Ey(cells, DerivativesKept(hgh, nrIters)), Et(cells, DerivativesKept(hgh, nrIters)),
-      Den(cells, DerivativesKept(hgh, nrIters)), u(wid + 1, 4, SweepsKept(hgh, nrIters)),
+      divisor(cells, DerivativesKept(hgh, nrIters)), u(wid + 1, 4, SweepsKept(hgh, nrIters)),
       v(wid + 1, 4, SweepsKept(hgh, nrIters)), u_ave(cells), v_ave(cells)
 {
 }
 
 void RowWiseFlow::AddPair(const MatShort& P, const MatShort& N, MatInt& u_sum, MatInt& v_sum)
 {
-    const RowRing older(P), newer(N);
+    const RowRing<short> older(P), newer(N);
     for (Int step = 0; step < rows + sweeps; step++) {
         if (step < rows) Derive(older, newer, step);
         const Int first = std::max(step - rows + 1, Int{1}), last = std::min(step, sweeps);
@@ -40,9 +40,9 @@ void RowWiseFlow::AddPair(const MatShort& P, const MatShort& N, MatInt& u_sum, M
     }
 }
 
-void RowWiseFlow::Derive(const RowRing& P, const RowRing& N, Int y)
+void RowWiseFlow::Derive(const RowRing<short>& P, const RowRing<short>& N, Int y)
 {
-    DerivativeRow(cells, P(y), P(y + 1), N(y), N(y + 1), Ex(y), Ey(y), Et(y), Den(y));
+    DerivativeRow(cells, P(y), P(y + 1), N(y), N(y + 1), Ex(y), Ey(y), Et(y), divisor(y));
 }
 
 void RowWiseFlow::Sweep(Int k, Int y)
@@ -50,11 +50,11 @@ void RowWiseFlow::Sweep(Int k, Int y)
     const Int j = y + 1;
     short *const uRow = u(j, k), *const vRow = v(j, k);
     if (k == 1) {
-        FirstSweepRow(cells, Ex(y), Ey(y), Et(y), Den(y), uRow + 1, vRow + 1);
+        FirstSweepRow(cells, Ex(y), Ey(y), Et(y), divisor(y), uRow + 1, vRow + 1);
     } else {
         AverageRow(cells, u(j - 1, k - 1), u(j, k - 1), u(j + 1, k - 1), &u_ave(0));
         AverageRow(cells, v(j - 1, k - 1), v(j, k - 1), v(j + 1, k - 1), &v_ave(0));
-        SweepRow(cells, &u_ave(0), &v_ave(0), Ex(y), Ey(y), Et(y), Den(y), uRow + 1, vRow + 1);
+        SweepRow(cells, &u_ave(0), &v_ave(0), Ex(y), Ey(y), Et(y), divisor(y), uRow + 1, vRow + 1);
     }
 
     // The frame is uneven on purpose: u gets its top and bottom rows, v its left and right columns. The left
