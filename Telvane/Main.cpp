@@ -1,6 +1,7 @@
 // The program: command line, frames, masks, detection, and what is printed and written.
 #include <Telvane/Frames.h>
 #include <Telvane/Grab.h>
+#include <Telvane/Heap.h>
 #include <Telvane/Param.h>
 #include <Telvane/Telvane.h>
 
@@ -163,6 +164,7 @@ int main(int argc, char* argv[])
         std::cerr << "Could not open the camera" << std::endl;
         return 1;
     }
+    telvane::PrepareHeap(args.imagesCount);
     CubByte seq(frameWidth, frameHeight, args.imagesCount);
 
     // Frames.

@@ -5,7 +5,10 @@
 
 #include <Kavrix/KXcommon.h>
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
+#include <new>
 
 namespace kavrix::inner {
 
@@ -27,9 +30,10 @@ template <class F> int WithFile(const char* fname, const char* mode, F f)
     std::FILE* const fp = std::fopen(fname, mode);
     if (fp == nullptr) return imageNotOpened;
     // Few system calls for pictures of megabytes. The buffer is given: without one the C library keeps its
-    // own size.
-    char buffer[65536];
-    std::setvbuf(fp, buffer, _IOFBF, sizeof buffer);
+    // own size, and so it does where there is no memory for ours.
+    const std::size_t size = 1 << 18;
+    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[size]);
+    if (buffer) std::setvbuf(fp, buffer.get(), _IOFBF, size);
     const int result = f(fp);
     const bool closed = std::fclose(fp) == 0;
     return result == imageDone && !closed ? imageNotWritten : result;

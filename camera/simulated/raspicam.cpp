@@ -7,8 +7,7 @@
 #include <atomic>
 #include <climits>
 #include <cstdio>
-#include <cstring>
-#include <new>
+#include <cstdlib>
 
 namespace raspicam {
 
@@ -26,15 +25,15 @@ void SayOnce()
 
 } // namespace
 
-RaspiCam::~RaspiCam() { delete[] buffer; }
+RaspiCam::~RaspiCam() { std::free(buffer); }
 
 bool RaspiCam::open(bool)
 {
-    if (!buffer) buffer = new (std::nothrow) unsigned char[bytes];
-    if (!buffer) return false;
-    std::memset(buffer, 0, bytes);
+    // Black. Memory that the system hands out cleared is not touched before the first frame is drawn.
+    std::free(buffer);
+    buffer = static_cast<unsigned char*>(std::calloc(bytes, 1));
     frame = 0;
-    return true;
+    return buffer != nullptr;
 }
 
 bool RaspiCam::grab()

@@ -13,6 +13,15 @@
 #include <string>
 #include <vector>
 
+// The linker leads the camera's calloc here.
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    return RefusedMemory::Take() ? __real_calloc(count, size) : nullptr;
+}
+}
+
 namespace {
 
 const std::size_t frameBytes = std::size_t(1280) * 960 * 3;
