@@ -12,7 +12,7 @@ cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CMAKE_SYSROOT)
 string(APPEND CMAKE_SYSROOT /build/sysroot-${debian_architecture})
 if(NOT IS_DIRECTORY ${CMAKE_SYSROOT}/usr/lib/${triplet})
     message(FATAL_ERROR "${CMAKE_SYSROOT} has no libraries yet: run scripts/test-arm.sh, or "
-        "scripts/sysroot.sh ${debian_architecture} libjpeg-dev libpng-dev libgtest-dev libstdc++6")
+        "scripts/sysroot.sh ${debian_architecture} libjpeg-dev libpng-dev libcli11-dev libgtest-dev libstdc++6")
 endif()
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

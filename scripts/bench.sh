@@ -26,7 +26,8 @@ if [[ $page && ($filter != . || $commit) ]]; then
     exit 2
 fi
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libgtest-dev libbenchmark-dev pkg-config python3 git
+scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev libgtest-dev libbenchmark-dev \
+    pkg-config python3 git
 jobs=$(jobs_at_once)
 
 # build <folder> <target>...

@@ -27,7 +27,7 @@ configure() {
 # build_programs [<package>...]: Telvane, wheelsim and telvane-report in build/release, with what building them
 # needs and the packages named.
 build_programs() {
-    scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev "$@"
+    scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev "$@"
     # The tests need more packages. They stay as they are where the folder is configured with them, and are left
     # out everywhere else.
     local options=()
