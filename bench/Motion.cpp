@@ -8,9 +8,9 @@
 CubByte BenchFrames(int count)
 {
     static CubByte* const frames = [] {
-        const WheelScene scene;
+        const telvane::WheelScene scene;
         auto* const drawn = new CubByte(scene.width, scene.height, 50); // kept until the program ends
-        for (int i = 0; i < drawn->dim3; i++) RenderWheel(scene, i, &(*drawn)(0, 0, i));
+        for (int i = 0; i < drawn->dim3; i++) telvane::RenderWheel(scene, i, &(*drawn)(0, 0, i));
         return drawn;
     }();
     return (*frames)(RNG::All(), RNG::All(), RNG(0, count - 1));

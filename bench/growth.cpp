@@ -34,21 +34,21 @@ double PeakMegabytes()
     return 0;
 }
 
-WheelScene Scaled(double scale)
+telvane::WheelScene Scaled(double scale)
 {
-    WheelScene scene;
+    telvane::WheelScene scene;
     for (double* length : {&scene.innerR, &scene.outerR, &scene.hubR}) *length *= scale;
     return scene;
 }
 
-CubByte Frames(const WheelScene& scene, int count)
+CubByte Frames(const telvane::WheelScene& scene, int count)
 {
-    if (const char* problem = WheelProblem(scene)) {
-        std::fprintf(stderr, "telvane_growth: %s\n", problem);
+    if (const std::string problem = telvane::WheelProblem(scene); !problem.empty()) {
+        std::fprintf(stderr, "telvane_growth: %s\n", problem.c_str());
         std::exit(2);
     }
     CubByte frames(scene.width, scene.height, count);
-    for (int i = 0; i < count; i++) RenderWheel(scene, i, &frames(0, 0, i));
+    for (int i = 0; i < count; i++) telvane::RenderWheel(scene, i, &frames(0, 0, i));
     return frames;
 }
 
@@ -67,7 +67,7 @@ template <class F> double FastestMilliseconds(F f)
 int Detection(int width, int height, int count, float R3)
 {
     const double scale = width / 1280.0;
-    WheelScene scene = Scaled(scale);
+    telvane::WheelScene scene = Scaled(scale);
     scene.width = width;
     scene.height = height;
     scene.centreX *= scale;
@@ -110,8 +110,8 @@ int Detection(int width, int height, int count, float R3)
 
 int RingSearch(float radius, double wheelRadius, double noise)
 {
-    const double scale = wheelRadius / WheelScene().outerR;
-    WheelScene scene = Scaled(scale);
+    const double scale = wheelRadius / telvane::WheelScene().outerR;
+    telvane::WheelScene scene = Scaled(scale);
     scene.innerR = 0.8 * scene.outerR;
     scene.teeth = std::max(4, static_cast<int>(scene.teeth * scale));
     scene.degreesPerFrame /= scale;

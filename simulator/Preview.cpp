@@ -1,6 +1,9 @@
 // The marks on a previewed frame.
 #include <simulator/Preview.h>
 
+#include <simulator/Motion.h>
+#include <simulator/View.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -8,6 +11,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace telvane {
 
 namespace {
 
@@ -31,8 +36,9 @@ std::string Rounded(double v)
 /// Draws on one frame; the steps stand in the order in which they may cover each other.
 class Marks {
 public:
-    Marks(Canvas onto, const WheelScene& drawn, const Geometry& told)
-        : canvas(std::move(onto)), scene(drawn), geometry(told), x(drawn.centreX), y(drawn.centreY)
+    Marks(Canvas onto, const WheelScene& drawn, int number, const Geometry& told)
+        : canvas(std::move(onto)), scene(drawn), geometry(told), view(drawn), axis(view.Seen(0, 0)),
+          x(axis.x), y(axis.y), turned(AngleOf(drawn, number)), ring(RingCentre(drawn, turned))
     {
     }
 
@@ -55,22 +61,21 @@ public:
 
     void Ring()
     {
-        canvas.circle(x, y, geometry.innerR, innerColour, thin);
-        canvas.circle(x, y, geometry.outerR, outerColour, thin);
+        Circle(scene.innerR, geometry.innerR, innerColour);
+        Circle(scene.outerR, geometry.outerR, outerColour);
         Radius(-65, geometry.innerR, Named("<innerR>", geometry.innerR), innerColour, -46);
         Radius(35, geometry.outerR, Named("<outerR>", geometry.outerR), outerColour, 24);
     }
 
-    void Teeth(int frame)
+    void Teeth()
     {
-        const double first = scene.startAngle + scene.degreesPerFrame * frame;
         const double middle = (scene.innerR + scene.outerR) / 2;
         // Dots that would run into each other are left out.
         const double apart = 2 * std::numbers::pi * middle / scene.teeth;
         if (apart < 6) return;
         for (int i = 0; i < scene.teeth; i++) {
-            const auto [px, py] = At(first + 360.0 * i / scene.teeth, middle);
-            canvas.disc(px, py, std::min(apart / 6, 5.0), toothColour);
+            const WheelPlace at = OnRing(turned + 360.0 * i / scene.teeth, middle);
+            canvas.disc(at.x, at.y, std::min(apart / 6, 5.0), toothColour);
         }
     }
 
@@ -167,6 +172,27 @@ private:
         return {x + distance * std::cos(angle), y + distance * std::sin(angle)};
     }
 
+    /// Where a point is seen that lies at an angle and a distance from the ring's centre.
+    WheelPlace OnRing(double degrees, double distance) const
+    {
+        const Vector at = Towards(degrees, distance);
+        return view.Seen(ring.x + at.x, ring.y + at.y);
+    }
+
+    /// A circle around the ring's centre: with the radius that Telvane is told, where tilt, lens and
+    /// eccentricity leave it one, or else as it is seen.
+    void Circle(double radius, double told, Colour colour)
+    {
+        if (!(scene.tilt > 0) && scene.lens == 0 && !(scene.eccentricity > 0)) {
+            canvas.circle(x, y, told, colour, thin);
+            return;
+        }
+        for (int degrees = 0; degrees < 360; degrees += 2) {
+            const WheelPlace from = OnRing(degrees, radius), to = OnRing(degrees + 2, radius);
+            canvas.line(from.x, from.y, to.x, to.y, colour, thin);
+        }
+    }
+
     /// An arrow from the centre to a circle, with its name `beyond` pixels past its head.
     void Radius(double degrees, double radius, const std::string& words, Colour colour, double beyond)
     {
@@ -188,7 +214,11 @@ private:
     Canvas canvas;
     const WheelScene& scene;
     const Geometry& geometry;
-    const double x, y; // the wheel's centre
+    const View view;
+    const WheelPlace axis;
+    const double x, y;   // where the axis is seen: the wheel's centre
+    const double turned; // the wheel's angle
+    const Vector ring;   // its centre, on the face
 };
 
 } // namespace
@@ -197,10 +227,10 @@ Canvas Preview(const WheelScene& scene, int frame, const Geometry& geometry)
 {
     MatByte grey(scene.width, scene.height);
     RenderWheel(scene, frame, &grey(0, 0));
-    Marks marks(Canvas(grey), scene, geometry);
+    Marks marks(Canvas(grey), scene, frame, geometry);
     marks.Mask();
     marks.Ring();
-    marks.Teeth(frame);
+    marks.Teeth();
     marks.Region();
     marks.Centre();
     marks.Angles();
@@ -208,3 +238,5 @@ Canvas Preview(const WheelScene& scene, int frame, const Geometry& geometry)
     marks.Legend();
     return marks.Done();
 }
+
+} // namespace telvane

@@ -43,7 +43,7 @@ bool RaspiCam::grab()
 
     // The grey frame is drawn into the last third and spread from the front: writing never overtakes reading.
     const unsigned char* grey = buffer + 2 * pixels;
-    RenderWheel(WheelScene(), frame, buffer + 2 * pixels);
+    telvane::RenderWheel(telvane::WheelScene(), frame, buffer + 2 * pixels);
     for (std::size_t i = 0; i < pixels; i++) {
         const unsigned char v = grey[i];
         buffer[3 * i] = v;

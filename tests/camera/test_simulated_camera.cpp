@@ -82,7 +82,7 @@ TEST_F(SimulatedCamera, BufferIsBlackUntilTheFirstGrab)
 
 TEST_F(SimulatedCamera, FilmsTheDefaultWheelFrameByFrame)
 {
-    const WheelScene scene;
+    const telvane::WheelScene scene;
     ASSERT_EQ(scene.width, 1280);
     ASSERT_EQ(scene.height, 960);
     Bytes grey(frameBytes / 3);
@@ -90,7 +90,7 @@ TEST_F(SimulatedCamera, FilmsTheDefaultWheelFrameByFrame)
     ASSERT_TRUE(camera.open(true));
     for (int frame = 0; frame < 3; frame++) {
         ASSERT_TRUE(camera.grab());
-        RenderWheel(scene, frame, grey.data());
+        telvane::RenderWheel(scene, frame, grey.data());
         const unsigned char* p = camera.getImageBufferData();
         std::size_t wrong = 0;
         for (std::size_t i = 0; i < grey.size(); i++, p += 3)

@@ -19,6 +19,8 @@
 using BytePicture = reference::Picture<std::uint8_t>;
 using ShortPicture = reference::Picture<std::int16_t>;
 using reference::Sequence;
+using telvane::RenderWheel;
+using telvane::WheelScene;
 
 // ---------------------------------------------------------------------------------- random numbers
 

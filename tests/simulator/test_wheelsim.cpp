@@ -1,344 +1,22 @@
-// The drawn wheel and wheelsim, the tool that writes its frames.
+// wheelsim, the tool that writes the frames of the drawn wheel.
 
+#include <tests/simulator/Drawn.h>
 #include <tests/support/Decoded.h>
-#include <tests/support/Digest.h>
 #include <tests/support/ProgramRuns.h>
-
-#include <simulator/Wheel.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <limits>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace {
 
 namespace fs = std::filesystem;
-
-using Bytes = std::vector<unsigned char>;
-
-Bytes Draw(const WheelScene& scene, int frame)
-{
-    Bytes grey(std::size_t(scene.width) * scene.height);
-    RenderWheel(scene, frame, grey.data());
-    return grey;
-}
-
-/// A scene without noise and uneven light, in which only the geometry shows.
-WheelScene Plain()
-{
-    WheelScene scene;
-    scene.noise = 0;
-    scene.uneven = 0;
-    return scene;
-}
-
-int At(const WheelScene& scene, const Bytes& grey, double x, double y)
-{
-    return grey[std::size_t(std::lround(y)) * scene.width + std::size_t(std::lround(x))];
-}
-
-std::uint64_t Fnv1a(const Bytes& bytes) { return Digest().AddAll(bytes).Value(); }
-
-// ---- the picture
-
-TEST(Wheel, SameBytesOnEveryPlatform)
-{
-    const WheelScene standard;
-    EXPECT_EQ(Fnv1a(Draw(standard, 0)), 0x55593C3345171903u);
-    EXPECT_EQ(Fnv1a(Draw(standard, 1)), 0xF239BEF7120CD544u);
-    EXPECT_EQ(Fnv1a(Draw(standard, 24)), 0x69907A2ACFD7B47Du);
-    EXPECT_EQ(Fnv1a(Draw(Plain(), 7)), 0x3E1BECC6F135453Bu);
-
-    WheelScene other;
-    other.width = 333;
-    other.height = 251;
-    other.centreX = 170.25;
-    other.centreY = 121.9;
-    other.innerR = 77.3;
-    other.outerR = 99.1;
-    other.teeth = 23;
-    other.degreesPerFrame = -0.71;
-    other.startAngle = 33.3;
-    other.spokes = 5;
-    other.hubR = 21;
-    other.noise = 6.5;
-    other.seed = 4000000000u;
-    other.disc = {60, 50, 30, 1.5, 2.25, 9, 7};
-    ASSERT_EQ(WheelProblem(other), nullptr);
-    EXPECT_EQ(Fnv1a(Draw(other, 13)), 0xFC7D950D4CFA9C8Fu);
-}
-
-TEST(Wheel, CentreOfMassIsTheCentre)
-{
-    WheelScene scene = Plain();
-    scene.spokes = 0;
-    scene.hubR = 0;
-    for (int frame : {0, 5}) {
-        const Bytes grey = Draw(scene, frame);
-        double sum = 0, sumX = 0, sumY = 0;
-        for (int y = 0; y < scene.height; y++)
-            for (int x = 0; x < scene.width; x++) {
-                const double v = grey[std::size_t(y) * scene.width + x] - double(grey[0]);
-                sum += v;
-                sumX += v * x;
-                sumY += v * y;
-            }
-        EXPECT_NEAR(sumX / sum, scene.centreX, 0.01);
-        EXPECT_NEAR(sumY / sum, scene.centreY, 0.01);
-
-        // The teeth fill half of the ring.
-        const double levels = At(scene, grey, scene.centreX, scene.centreY) - double(grey[0]);
-        const double pi = std::acos(-1.0);
-        const double area = pi * (scene.innerR * scene.innerR + scene.outerR * scene.outerR) / 2;
-        EXPECT_NEAR(sum / levels / area, 1, 0.002);
-    }
-}
-
-TEST(Wheel, TurnByOneToothGivesTheSamePicture)
-{
-    WheelScene scene = Plain();
-    scene.spokes = 0;
-    const Bytes grey = Draw(scene, 0);
-    scene.startAngle = 9;
-    EXPECT_TRUE(Draw(scene, 0) == grey);
-    scene.startAngle = 4.5;
-    EXPECT_FALSE(Draw(scene, 0) == grey);
-}
-
-TEST(Wheel, TurnByOneSpokeGivesTheSamePicture)
-{
-    WheelScene scene = Plain();
-    scene.teeth = 36;
-    scene.degreesPerFrame = -15;
-    EXPECT_TRUE(Draw(scene, 4) == Draw(scene, 0));
-    EXPECT_FALSE(Draw(scene, 2) == Draw(scene, 0));
-}
-
-TEST(Wheel, PositiveSpeedTurnsClockwise)
-{
-    WheelScene scene = Plain();
-    scene.teeth = 4; // a tooth reaches 22.5 degrees to both sides of its middle
-    scene.degreesPerFrame = 22.5;
-    const double x = scene.centreX + 233 * std::cos(0.2);
-    const double above = scene.centreY - 233 * std::sin(0.2), below = scene.centreY + 233 * std::sin(0.2);
-
-    const Bytes first = Draw(scene, 0);
-    EXPECT_EQ(At(scene, first, x, below), At(scene, first, x, above));
-    const Bytes clockwise = Draw(scene, 1);
-    EXPECT_GT(At(scene, clockwise, x, below), At(scene, clockwise, x, above) + 100);
-    scene.degreesPerFrame = -22.5;
-    const Bytes counter = Draw(scene, 1);
-    EXPECT_GT(At(scene, counter, x, above), At(scene, counter, x, below) + 100);
-}
-
-TEST(Wheel, EdgesAreSpreadOverSeveralPixels)
-{
-    // 91 levels from pixel to pixel would overflow the 16-bit squares of the flow estimation.
-    const WheelScene scene = Plain();
-    const Bytes grey = Draw(scene, 3);
-    int most = 0;
-    for (int y = 0; y < scene.height; y++)
-        for (int x = 1; x < scene.width; x++) {
-            const std::size_t i = std::size_t(y) * scene.width + x;
-            most = std::max(most, std::abs(grey[i] - grey[i - 1]));
-        }
-    EXPECT_GT(most, 50);
-    EXPECT_LT(most, 91);
-}
-
-TEST(Wheel, LightFallsTowardsTheLowerRight)
-{
-    WheelScene scene = Plain();
-    scene.uneven = 0.5;
-    const Bytes grey = Draw(scene, 0);
-    const int upperLeft = At(scene, grey, 0, 0), upperRight = At(scene, grey, 1279, 0);
-    const int lowerRight = At(scene, grey, 1279, 959);
-    EXPECT_GT(upperLeft, upperRight);
-    EXPECT_GT(upperRight, lowerRight);
-    EXPECT_NEAR(lowerRight, upperLeft * 0.5, 1);
-}
-
-// ---- noise
-
-TEST(Wheel, SameSeedGivesTheSameFrame)
-{
-    const WheelScene scene;
-    EXPECT_TRUE(Draw(scene, 3) == Draw(scene, 3));
-}
-
-TEST(Wheel, SeedChangesTheNoiseOnly)
-{
-    WheelScene scene;
-    const Bytes one = Draw(scene, 3);
-    scene.seed = 2;
-    const Bytes two = Draw(scene, 3);
-    EXPECT_FALSE(one == two);
-
-    scene.noise = 0;
-    const Bytes clean = Draw(scene, 3);
-    scene.seed = 1;
-    EXPECT_TRUE(Draw(scene, 3) == clean);
-    for (std::size_t i = 0; i < clean.size(); i++) {
-        // The noise never exceeds 3.5 standard deviations; rounding adds one level.
-        ASSERT_LE(std::abs(one[i] - clean[i]), 7);
-        ASSERT_LE(std::abs(two[i] - clean[i]), 7);
-    }
-}
-
-TEST(Wheel, NoiseHasItsStandardDeviation)
-{
-    WheelScene scene;
-    scene.noise = 0;
-    const Bytes clean = Draw(scene, 0);
-    scene.noise = 5;
-    const Bytes one = Draw(scene, 0), two = Draw(scene, 1);
-    double sum = 0, squares = 0, across = 0;
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < clean.size(); i++) {
-        if (i % 1280 > 380) // the still backdrop left of the wheel
-            continue;
-        const double a = one[i] - double(clean[i]), b = two[i] - double(clean[i]);
-        sum += a;
-        squares += a * a;
-        across += a * b;
-        count++;
-    }
-    EXPECT_NEAR(sum / double(count), 0, 0.05);
-    EXPECT_NEAR(std::sqrt(squares / double(count)), 5, 0.05);
-    EXPECT_NEAR(across / double(count) / 25, 0, 0.01); // frames are independent of each other
-}
-
-TEST(Wheel, NoiseSaturatesAtBlackAndWhite)
-{
-    WheelScene scene;
-    scene.noise = 100;
-    const Bytes grey = Draw(scene, 0);
-    std::size_t black = 0, white = 0;
-    for (unsigned char v : grey) {
-        black += v == 0;
-        white += v == 255;
-    }
-    // About 30 % of the backdrop falls below 0; wrapped values would be spread over all levels.
-    EXPECT_GT(black, grey.size() / 5);
-    EXPECT_GT(white, grey.size() / 100);
-}
-
-// ---- the disc
-
-TEST(Wheel, DiscChangesNothingButItsOwnPlace)
-{
-    WheelScene scene = Plain();
-    const Bytes without = Draw(scene, 4);
-    scene.disc = {130, 140, 50, 5, -3, 20, 16};
-    const Bytes with = Draw(scene, 4);
-    std::size_t changed = 0;
-    for (int y = 0; y < scene.height; y++)
-        for (int x = 0; x < scene.width; x++) {
-            const std::size_t i = std::size_t(y) * scene.width + x;
-            if (with[i] == without[i]) continue;
-            changed++;
-            ASSERT_LT(std::hypot(x - 150, y - 128), 52) << x << ", " << y;
-        }
-    EXPECT_GT(changed, 3000u);
-}
-
-TEST(Wheel, DiscTurnsBack)
-{
-    WheelScene scene = Plain();
-    scene.degreesPerFrame = 0;
-    scene.disc = {130, 140, 50, 5, -3, 6, 16};
-    EXPECT_TRUE(Draw(scene, 5) == Draw(scene, 7));
-    EXPECT_TRUE(Draw(scene, 0) == Draw(scene, 12));
-    EXPECT_FALSE(Draw(scene, 0) == Draw(scene, 6));
-}
-
-// ---- what cannot be drawn
-
-TEST(Wheel, EveryBadValueHasAProblem)
-{
-    EXPECT_EQ(WheelProblem(WheelScene()), nullptr);
-
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double inf = std::numeric_limits<double>::infinity();
-    const auto refused = [](auto change) {
-        WheelScene scene;
-        scene.disc = {130, 140, 50, 5, -3, 20, 16};
-        change(scene);
-        const char* problem = WheelProblem(scene);
-        return problem != nullptr && *problem != '\0';
-    };
-    EXPECT_FALSE(refused([](WheelScene&) {}));
-    for (int bad : {0, -1, 4097, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.width = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.height = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.teeth = bad; }));
-        EXPECT_TRUE(bad == 0 || refused([=](WheelScene& s) { s.spokes = bad; }));
-        EXPECT_TRUE(bad == 4097 || refused([=](WheelScene& s) { s.disc.travel = bad; }));
-    }
-    for (double bad : {nan, inf, -inf, 1e6, -1e6, 1e300}) {
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.centreX = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.centreY = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.innerR = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.outerR = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.degreesPerFrame = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.startAngle = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.hubR = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.uneven = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.noise = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.x = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.y = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.radius = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.dx = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.dy = bad; }));
-        EXPECT_TRUE(refused([=](WheelScene& s) { s.disc.stripe = bad; }));
-    }
-    EXPECT_TRUE(refused([](WheelScene& s) { s.innerR = s.outerR; }));
-    EXPECT_TRUE(refused([](WheelScene& s) { s.hubR = s.innerR + 1; }));
-}
-
-TEST(Wheel, ScenesAtTheLimitsStayInsideTheirBuffer)
-{
-    WheelScene far;
-    far.width = 37;
-    far.height = 1;
-    far.centreX = 100000;
-    far.centreY = -100000;
-    far.innerR = 0;
-    far.hubR = 0;
-    far.outerR = 100000;
-    far.teeth = 1000;
-    far.spokes = 100;
-    far.degreesPerFrame = -360;
-    far.startAngle = -360;
-    far.uneven = 1;
-    far.noise = 100;
-    far.disc = {-100000, 100000, 100000, 1000, -1000, 1, 1};
-    WheelScene still;
-    still.width = 1;
-    still.height = 41;
-    still.degreesPerFrame = 0;
-    still.disc = {0, 20, 1e-9, 0, 0, 10000, 1000};
-    for (const WheelScene& scene : {far, still}) {
-        ASSERT_EQ(WheelProblem(scene), nullptr);
-        for (int frame : {0, 1, std::numeric_limits<int>::max()}) {
-            const std::size_t size = std::size_t(scene.width) * scene.height;
-            Bytes grey(size + 2, 0xA5);
-            RenderWheel(scene, frame, grey.data() + 1);
-            EXPECT_EQ(grey.front(), 0xA5);
-            EXPECT_EQ(grey.back(), 0xA5);
-        }
-    }
-}
-
-// ---- wheelsim
 
 /// Runs wheelsim in a folder of its own, which goes with the object.
 class Wheelsim : public testing::Test {
@@ -348,18 +26,17 @@ protected:
     {
         Words words = Join({{WHEELSIM_PATH, "--out", "frames"}, Split(arguments)});
         std::replace(words.begin(), words.end(), std::string("''"), std::string());
-        return ::Run(words, m_folder.Path());
+        return ::Run(words, folder.Path());
     }
 
-    const TemporaryFolder& Folder() const { return m_folder; }
-    fs::path Frames() const { return m_folder / "frames"; }
+    fs::path Frames() const { return folder / "frames"; }
 
     /// The pixels of a frame file, top row first.
     Bytes Pixels(int number) const
     {
         const std::string name = "frames/" + FrameName(static_cast<std::size_t>(number - 1));
-        if (!m_folder.Has(name)) return {};
-        const std::string file = m_folder.Read(name);
+        if (!folder.Has(name)) return {};
+        const std::string file = folder.Read(name);
         Bytes grey;
         if (file.size() != 1229878) return grey;
         for (int y = 959; y >= 0; y--)
@@ -375,8 +52,7 @@ protected:
         return count;
     }
 
-private:
-    TemporaryFolder m_folder;
+    TemporaryFolder folder;
 };
 
 /// The text after "name=" of the one line that begins so; empty if there is none or more than one.
@@ -405,6 +81,8 @@ TEST_F(Wheelsim, PrintsTheCentreAndTheCommandLines)
 {
     const Finished run = Run("--count 1");
     EXPECT_EQ(Value(run.out, "TRUE_CENTRE"), "652.4,471.7");
+    EXPECT_EQ(Value(run.out, "TRUE_RING_CENTRE"), "652.4,471.7");
+    EXPECT_EQ(Value(run.out, "TRUE_ELLIPSE"), "652.4,471.7");
     EXPECT_EQ(Value(run.out, "TRUE_OROI"), "[502,342,300,260,1]");
     EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 1 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
     EXPECT_EQ(Value(run.out, "RING"), "Telvane -l 1 300 260 150 130 216 250 -1 0 360 360 40 1 0 0 0 0");
@@ -556,6 +234,57 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
                                   "--disc 1200,100,40,5,0",
                                   "--disc 1e99,0,1,0,0",
                                   "--disc 100,100,40,5000,0",
+                                  "--tilt 61,0",
+                                  "--tilt 8",
+                                  "--tilt 8,0,0",
+                                  "--tilt -1,0",
+                                  "--tilt 8,nan",
+                                  "--tilt 010x,0",
+                                  "--distance 499",
+                                  "--distance 1e999",
+                                  "--distance -1",
+                                  "--distance 510 --eccentric 6,0",
+                                  "--thickness 1001",
+                                  "--thickness 3OO",
+                                  "--eccentric 1001,0",
+                                  "--eccentric 5",
+                                  "--lens -0.11",
+                                  "--lens 0.51",
+                                  "--vignette 1.1",
+                                  "--highlight 1,2,3",
+                                  "--highlight 1,2,3,256",
+                                  "--highlight 1,2,-3,6",
+                                  "--shadow 1,2,3,1.1",
+                                  "--flicker 1.1,2",
+                                  "--flicker 0.1",
+                                  "--flicker 0.1,0.5",
+                                  "--gain 0",
+                                  "--gain 101",
+                                  "--exposure 1.01",
+                                  "--exposure -0.1",
+                                  "--rolling 2",
+                                  "--fullwell -1",
+                                  "--fullwell 1000001",
+                                  "--rownoise 101",
+                                  "--hot -1",
+                                  "--hot 100001",
+                                  "--hot 1.5",
+                                  "--ramp 11",
+                                  "--jerk 5",
+                                  "--jerk 5,1,6",
+                                  "--jerk 5.5,1",
+                                  "--jerk 5,361",
+                                  "--push 5,1",
+                                  "--push 5,1,101",
+                                  "--push -1,1,1",
+                                  "--repeat -1",
+                                  "--repeat 1,",
+                                  "--repeat 2000001",
+                                  "--lose x",
+                                  "--lose 1,2,3.5",
+                                  "--scratches 201",
+                                  "--dirt -1",
+                                  "--texture 51",
                                   "--out",
                                   "--out ''",
                                   "--out --count",
@@ -574,9 +303,85 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_EQ(run.out, "") << arguments;
         EXPECT_EQ(run.err.rfind("wheelsim: ", 0), 0u) << arguments << ": " << run.err;
-        EXPECT_EQ(run.err.find("\nusage: wheelsim "), run.err.find('\n')) << "one line and the usage";
+        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << arguments << ": one line, not " << run.err;
         EXPECT_FALSE(fs::exists(Frames())) << arguments;
     }
+}
+
+TEST_F(Wheelsim, RefusalsNameOptionLimitsAndValue)
+{
+    for (const auto& [arguments, said] :
+         {std::pair{"--tilt 90,0",
+                    "--tilt takes ANGLE from 0 to 60 degrees, DIRECTION from -360 to 360 degrees, "
+                    "separated by commas, not '90,0'"},
+          {"--teeth many", "--teeth takes a whole N from 1 to 1000 teeth, not 'many'"},
+          {"--count 51", "--count takes a whole N from 1 to 50 frames, not '51'"},
+          {"--speed nan", "--speed takes D from -360 to 360 degrees, not 'nan'"},
+          {"--lose 1,x",
+           "--lose takes a whole FRAME from 0 to 2000000, up to 100 times, separated by commas, not "
+           "'1,x'"},
+          {"--hub 217", "--hub must lie between 0 and the inner radius, 216, not 217"},
+          {"--inner 250", "--inner must lie below --outer, not 250 and 250"},
+          {"--distance 400",
+           "--distance must be 0, or at least twice the outer radius with the eccentricity, 500 "
+           "pixels, not 400"},
+          {"--centre 5,400",
+           "--centre must lie at least 30 pixels within the picture of 1280 x 960, not at 5,400"},
+          {"--out --count", "--out needs a value"},
+          {"--colour red", "there is no option '--colour'"}})
+        EXPECT_EQ(Run(arguments).err, "wheelsim: " + std::string(said) + "\n");
+}
+
+TEST_F(Wheelsim, NumbersMayHaveSignsAndNoDigitBeforeThePoint)
+{
+    const Finished run = Run("--count 1 --speed -.5 --start +.5 --uneven=.25 --teeth 010 --speed -.25");
+    ASSERT_EQ(run.status, 0) << run.err;
+    WheelScene scene;
+    scene.degreesPerFrame = -0.25; // the later one holds
+    scene.startAngle = 0.5;
+    scene.uneven = 0.25;
+    scene.teeth = 10;
+    EXPECT_TRUE(Pixels(1) == Draw(scene, 0));
+}
+
+TEST_F(Wheelsim, EveryInfluenceReachesTheScene)
+{
+    const Finished run = Run("--count 2 --first 6 --tilt 8,30 --distance 2000 --thickness 40 --eccentric "
+                             "5,90 --lens 0.1 --vignette 0.4 "
+                             "--highlight 750,400,125,60 --shadow 500,600,150,0.5 --flicker 0.1,2.5 --gain "
+                             "1.2 --exposure 1 --rolling 0.5 "
+                             "--fullwell 1000 --rownoise 2 --hot 50 --ramp 0.1 --jerk 4,1,7,-2 --push "
+                             "7,3.5,-2 --repeat 7 --lose 2,3 "
+                             "--scratches 40 --dirt 60 --texture 20");
+    ASSERT_EQ(run.status, 0) << run.err;
+    WheelScene scene;
+    scene.tilt = 8;
+    scene.tiltDirection = 30;
+    scene.distance = 2000;
+    scene.thickness = 40;
+    scene.eccentricity = 5;
+    scene.eccentricDirection = 90;
+    scene.lens = 0.1;
+    scene.vignette = 0.4;
+    scene.highlight = {750, 400, 125, 60};
+    scene.shadow = {500, 600, 150, 0.5};
+    scene.flicker = 0.1;
+    scene.flickerPeriod = 2.5;
+    scene.gain = 1.2;
+    scene.exposure = 1;
+    scene.rolling = 0.5;
+    scene.fullWell = 1000;
+    scene.rowNoise = 2;
+    scene.hotPixels = 50;
+    scene.ramp = 0.1;
+    scene.jerks = {{4, 1}, {7, -2}};
+    scene.push = {7, 3.5, -2};
+    scene.repeated = {7};
+    scene.lost = {2, 3};
+    scene.scratches = 40;
+    scene.dirt = 60;
+    scene.texture = 20;
+    for (int i = 0; i < 2; i++) EXPECT_TRUE(Pixels(i + 1) == Draw(scene, 6 + i)) << i;
 }
 
 TEST_F(Wheelsim, ExtremeScenesAreDrawn)
@@ -584,7 +389,14 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
     for (const char* arguments :
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000",
           "--teeth 1000 --spokes 100 --noise 100 --uneven 1", "--teeth 1 --spokes 0 --hub 0 --speed 0",
-          "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50"}) {
+          "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50",
+          "--tilt 60,45 --distance 500 --thickness 1000 --lens 0.5",
+          "--eccentric 1000,-360 --lens -0.1 --speed 360 --exposure 1 --inner 20 --outer 30",
+          "--inner 0 --outer 0.001 --thickness 1000 --tilt 60,0 --scratches 200 --dirt 200",
+          "--outer 100000 --scratches 200 --dirt 200 --rolling 1 --ramp 10 --first 1000000",
+          "--fullwell 1 --gain 100 --rownoise 100 --hot 100000 --texture 50", "--gain 0.01 --flicker 1,1",
+          "--highlight -100000,0,100000,255 --shadow 100000,0,100000,1 --vignette 1",
+          "--push 0,100,-100 --lens -0.1 --texture 50"}) {
         const Finished run = Run(std::string("--count 1 ") + arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
         EXPECT_EQ(run.err, "") << arguments;
@@ -593,11 +405,11 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
 
 TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
 {
-    Folder().Write("file", "no folder");
-    for (const char* folder : {"file", "missing/folder"}) {
-        const Finished run = Run(std::string("--count 2 --out ") + folder);
+    folder.Write("file", "no folder");
+    for (const char* place : {"file", "missing/folder"}) {
+        const Finished run = Run(std::string("--count 2 --out ") + place);
         EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.err, std::string("wheelsim: cannot write ") + folder + "/img1.bmp\n");
+        EXPECT_EQ(run.err, std::string("wheelsim: cannot write ") + place + "/img1.bmp\n");
         EXPECT_EQ(run.out, "");
     }
 }
@@ -616,7 +428,7 @@ TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
     EXPECT_EQ(run.err, "");
     EXPECT_FALSE(fs::exists(Frames())) << "no frames are written";
     EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 7 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
-    const decoded::Colours picture = decoded::DecodePng(Folder().Read("p.png"));
+    const decoded::Colours picture = decoded::DecodePng(folder.Read("p.png"));
     ASSERT_EQ(picture.width, 1280);
     ASSERT_EQ(picture.height, 960);
 
@@ -661,15 +473,14 @@ TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
 
 TEST_F(Wheelsim, PreviewGoesIntoAFolder)
 {
-    fs::create_directory(Folder() / "there.d");
-    for (const char* folder : {"new", "there.d", "new/"}) {
-        const Finished run = Run(std::string("--preview ") + folder);
+    fs::create_directory(folder / "there.d");
+    for (const char* place : {"new", "there.d", "new/"}) {
+        const Finished run = Run(std::string("--preview ") + place);
         EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(decoded::DecodePng(Folder().Read(std::string(folder) + "/preview.png")).width, 1280)
-            << folder;
+        EXPECT_EQ(decoded::DecodePng(folder.Read(std::string(place) + "/preview.png")).width, 1280) << place;
     }
     EXPECT_EQ(Run("--preview .").status, 0);
-    EXPECT_TRUE(Folder().Has("preview.png"));
+    EXPECT_TRUE(folder.Has("preview.png"));
 }
 
 TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
@@ -679,13 +490,13 @@ TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
           "--centre 30,30", "--centre 1249,929 --speed -1", "--speed 0 --disc 110,120,40,4,5", "--teeth 1"}) {
         const Finished run = Run(std::string("--preview p.png ") + arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
-        EXPECT_EQ(decoded::DecodePng(Folder().Read("p.png")).height, 960) << arguments;
+        EXPECT_EQ(decoded::DecodePng(folder.Read("p.png")).height, 960) << arguments;
     }
 }
 
 TEST_F(Wheelsim, PreviewThatCannotBeWrittenIsAnError)
 {
-    Folder().Write("file", "no folder");
+    folder.Write("file", "no folder");
     const Finished run = Run("--preview file/p.png");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "wheelsim: cannot write file/p.png: Not a directory\n");
@@ -696,10 +507,10 @@ TEST_F(Wheelsim, TellsWhenNobodyGetsWhatItPrints)
 {
     RunOptions options;
     options.before = [] { SendOutputTo("/dev/full"); };
-    const Finished run = ::Run({WHEELSIM_PATH, "--count", "1"}, Folder().Path(), options);
+    const Finished run = ::Run({WHEELSIM_PATH, "--count", "1"}, folder.Path(), options);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "wheelsim: cannot write to standard output\n");
-    EXPECT_TRUE(Folder().Has("img1.bmp"));
+    EXPECT_TRUE(folder.Has("img1.bmp"));
 }
 
 TEST_F(Wheelsim, HelpNamesOptionsAndOutput)
@@ -707,10 +518,55 @@ TEST_F(Wheelsim, HelpNamesOptionsAndOutput)
     const Finished run = Run("--help");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
-    for (const char* word :
-         {"--out",   "--count",   "--p1",         "--p2",       "--first", "--centre", "--inner", "--outer",
-          "--teeth", "--speed",   "--start",      "--spokes",   "--hub",   "--uneven", "--noise", "--seed",
-          "--disc",  "--preview", "TRUE_CENTRE=", "TRUE_OROI=", "VOTES=",  "RING="})
+    for (const char* word : {"--out",
+                             "--count",
+                             "--p1",
+                             "--p2",
+                             "--first",
+                             "--centre",
+                             "--inner",
+                             "--outer",
+                             "--teeth",
+                             "--speed",
+                             "--start",
+                             "--spokes",
+                             "--hub",
+                             "--uneven",
+                             "--noise",
+                             "--seed",
+                             "--disc",
+                             "--preview",
+                             "TRUE_CENTRE=",
+                             "TRUE_OROI=",
+                             "VOTES=",
+                             "RING=",
+                             "--tilt ANGLE,DIRECTION",
+                             "0 to 60 degrees",
+                             "--distance",
+                             "--thickness",
+                             "--eccentric",
+                             "--lens",
+                             "--vignette",
+                             "--highlight",
+                             "--shadow",
+                             "--flicker",
+                             "--gain",
+                             "--exposure",
+                             "--rolling",
+                             "--fullwell",
+                             "--rownoise",
+                             "--hot",
+                             "--ramp",
+                             "--jerk",
+                             "--push",
+                             "--repeat",
+                             "--lose",
+                             "--scratches",
+                             "--dirt",
+                             "--texture",
+                             "TRUE_RING_CENTRE=",
+                             "TRUE_ELLIPSE=",
+                             "(652.4,471.7)"})
         EXPECT_NE(run.out.find(word), std::string::npos) << word;
     EXPECT_FALSE(fs::exists(Frames()));
 }
