@@ -39,3 +39,23 @@ inline int At(const WheelScene& scene, const Bytes& grey, double x, double y)
 }
 
 inline std::uint64_t Fnv1a(const Bytes& bytes) { return Digest().AddAll(bytes).Value(); }
+
+/// The grey level between pixels.
+inline double Between(const WheelScene& scene, const Bytes& grey, double x, double y)
+{
+    const double left = std::floor(x), top = std::floor(y), u = x - left, v = y - top;
+    const auto at = [&](double column, double row) { return At(scene, grey, column, row); };
+    return (at(left, top) * (1 - u) + at(left + 1, top) * u) * (1 - v) +
+           (at(left, top + 1) * (1 - u) + at(left + 1, top + 1) * u) * v;
+}
+
+/// By how many pixels an edge between two grey levels lies beside a place, if it lies close to it: its middle
+/// has the mean of the levels, and there they change by 0.6 of their difference per pixel.
+inline double EdgeError(const WheelScene& scene, const Bytes& grey, double x, double y, double one,
+                        double other)
+{
+    return (Between(scene, grey, x, y) - (one + other) / 2) / (0.6 * (one - other));
+}
+
+// Grey levels of what is drawn.
+inline const double backdropLevel = 52, metalLevel = 196, hubLevel = 118, wallLevel = 104;

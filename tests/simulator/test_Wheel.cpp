@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -39,6 +40,42 @@ TEST(Wheel, SameBytesOnEveryPlatform)
     other.disc = {60, 50, 30, 1.5, 2.25, 9, 7};
     ASSERT_EQ(WheelProblem(other), "");
     EXPECT_EQ(Fnv1a(Draw(other, 13)), 0xFC7D950D4CFA9C8Fu);
+}
+
+TEST(Wheel, SameBytesOnEveryPlatformOfWhatRealMachinesShow)
+{
+    WheelScene s;
+    s.tilt = 8;
+    s.tiltDirection = 30;
+    s.distance = 2000;
+    s.thickness = 40;
+    EXPECT_EQ(Fnv1a(Draw(s, 2)), 1117145739681837382u);
+    s.eccentricity = 5;
+    s.eccentricDirection = 100;
+    s.lens = 0.1;
+    s.vignette = 0.4;
+    s.highlight = {750, 400, 125, 60};
+    s.shadow = {500, 600, 150, 0.5};
+    s.flicker = 0.1;
+    s.flickerPeriod = 2.5;
+    s.gain = 1.2;
+    s.exposure = 0.7;
+    s.rolling = 0.5;
+    EXPECT_EQ(Fnv1a(Draw(s, 2)), 4865131406603369219u);
+    s.fullWell = 1000;
+    s.rowNoise = 2;
+    s.hotPixels = 50;
+    s.ramp = 0.1;
+    s.jerks = {{4, 1}, {7, -2}};
+    s.push = {6, 3.5, -2};
+    s.repeated = {7};
+    s.lost = {2, 3};
+    s.scratches = 40;
+    s.dirt = 60;
+    s.texture = 20;
+    s.disc = {130, 140, 50, 5, -3, 20, 16};
+    for (const auto& [frame, digest] : {std::pair{1, 8218957067805572704u}, {4, 15284133917683857474u}})
+        EXPECT_EQ(Fnv1a(Draw(s, frame)), digest) << frame;
 }
 
 TEST(Wheel, CentreOfMassIsTheCentre)
