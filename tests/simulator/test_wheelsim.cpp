@@ -116,6 +116,39 @@ TEST_F(Wheelsim, EveryOptionReachesTheScene)
               "Telvane -l 1 -m 1056 76 129 89 300 260 150 130 100 130 0 0 360 360 24 -1 0 0 0 0");
 }
 
+TEST_F(Wheelsim, PrintsTheTruthAsTheLensShowsIt)
+{
+    const Finished run = Run("--count 1 --centre 400,300 --lens 0.1 --eccentric 5,90 --push 0,9,9");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const auto seen = [](double x, double y) {
+        const double bend = 1 + 0.1 * ((x - 640) * (x - 640) + (y - 480) * (y - 480)) / 640000;
+        return std::pair{640 + (x - 640) * bend, 480 + (y - 480) * bend};
+    };
+    const auto [x, y] = seen(400, 300);
+    for (const auto& [line, place] : {std::pair{"TRUE_CENTRE", seen(400, 300)},
+                                      {"TRUE_RING_CENTRE", seen(400, 305)},
+                                      {"TRUE_ELLIPSE", seen(400, 305)}}) {
+        double printedX = 0, printedY = 0;
+        ASSERT_EQ(std::sscanf(Value(run.out, line).c_str(), "%lf,%lf", &printedX, &printedY), 2) << line;
+        EXPECT_NEAR(printedX, place.first, 0.0001) << line;
+        EXPECT_NEAR(printedY, place.second, 0.0001) << line;
+    }
+    // The radii are those that the picture shows.
+    double mean = 0;
+    for (int i = 0; i < 3600; i++) {
+        const auto [px, py] =
+            seen(400 + 250 * std::cos(i / 3600.0 * circle), 300 + 250 * std::sin(i / 3600.0 * circle));
+        mean += std::hypot(px - x, py - y) / 3600;
+    }
+    int innerR = 0, outerR = 0;
+    ASSERT_EQ(
+        std::sscanf(Value(run.out, "VOTES").c_str(), "Telvane -l 1 %*d %*d %*d %*d %d %d", &innerR, &outerR),
+        2);
+    EXPECT_EQ(outerR, std::lround(mean));
+    EXPECT_GT(outerR, 254);
+    EXPECT_GT(innerR, 218);
+}
+
 TEST_F(Wheelsim, PeriodsSkipCameraFrames)
 {
     const Finished run = Run("--count 4 --p1 3 --p2 1 --first 10");
@@ -390,8 +423,8 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000",
           "--teeth 1000 --spokes 100 --noise 100 --uneven 1", "--teeth 1 --spokes 0 --hub 0 --speed 0",
           "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50",
-          "--tilt 60,45 --distance 500 --thickness 1000 --lens 0.5",
-          "--eccentric 1000,-360 --lens -0.1 --speed 360 --exposure 1 --inner 20 --outer 30",
+          "--tilt 60,45 --distance 500 --thickness 1000 --lens 0.5", "--eccentric 1000,-360 --lens -0.1",
+          "--speed 360 --exposure 1 --inner 20 --outer 30",
           "--inner 0 --outer 0.001 --thickness 1000 --tilt 60,0 --scratches 200 --dirt 200",
           "--outer 100000 --scratches 200 --dirt 200 --rolling 1 --ramp 10 --first 1000000",
           "--fullwell 1 --gain 100 --rownoise 100 --hot 100000 --texture 50", "--gain 0.01 --flicker 1,1",
@@ -469,6 +502,22 @@ TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
     for (int y = 0; y < 140; y++)
         for (int x = 0; x < 1280; x++)
             ASSERT_EQ(picture.At(x, y), grey[std::size_t(y) * 1280 + x] * 0x10101u) << x << ", " << y;
+}
+
+TEST_F(Wheelsim, PreviewMarksATiltedWheelWhereItIsSeen)
+{
+    const Finished run = Run("--preview p.png --tilt 25,0 --centre 640,480 --speed 0");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const decoded::Colours picture = decoded::DecodePng(folder.Read("p.png"));
+    // From infinitely far, the ring is narrower by the tilt's cosine and as high as before.
+    const double narrow = std::cos(25 * 3.14159265358979 / 180);
+    int marked = 0;
+    for (int degrees = 0; degrees < 360; degrees++) {
+        const double angle = degrees * 3.14159265358979 / 180;
+        marked += Marked(picture, static_cast<int>(std::lround(640 + 250 * narrow * std::cos(angle))),
+                         static_cast<int>(std::lround(480 + 250 * std::sin(angle))));
+    }
+    EXPECT_GT(marked, 340);
 }
 
 TEST_F(Wheelsim, PreviewGoesIntoAFolder)
