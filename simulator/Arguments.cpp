@@ -210,6 +210,9 @@ Job ReadArguments(int argc, char** argv)
     } catch (const CLI::CallForHelp&) {
         std::fputs(app.help().c_str(), stdout);
         std::exit(std::fflush(stdout) == 0 ? 0 : 1);
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string said = error.what(); // "--count: 1 required N missing"
+        Refuse(said.substr(0, said.find(':')) + " needs a value");
     } catch (const CLI::ParseError& error) {
         Refuse(error.what());
     }

@@ -361,6 +361,7 @@ TEST_F(Wheelsim, RefusalsNameOptionLimitsAndValue)
           {"--centre 5,400",
            "--centre must lie at least 30 pixels within the picture of 1280 x 960, not at 5,400"},
           {"--out --count", "--out needs a value"},
+          {"--teeth 12 --count", "--count needs a value"},
           {"--colour red", "there is no option '--colour'"}})
         EXPECT_EQ(Run(arguments).err, "wheelsim: " + std::string(said) + "\n");
 }
