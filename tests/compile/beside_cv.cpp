@@ -5,6 +5,7 @@
 #ifdef BESIDE_OPENCV
 #include <opencv2/core.hpp>
 #else
+// NOLINTBEGIN(readability-identifier-naming): the other library's names
 namespace cv {
 
 struct Exception {};
@@ -33,6 +34,8 @@ Mat Abs(const Mat&);
 template <class T> T WrapAdd(T, T);
 
 } // namespace cv
+
+// NOLINTEND(readability-identifier-naming)
 #endif
 
 #ifdef DIRECTIVE_FIRST
