@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    static constexpr int shorts = sizeof(T) / sizeof(short);
+    static constexpr int shorts = sizeof(T) / 2; // of two bytes
     static_assert(sizeof(Datablock) % alignof(T) == 0, "elements lie behind the header of their block");
 
     CubShort rows;
