@@ -2,7 +2,8 @@
 # Makes the pictures of the documentation anew: scripts/pictures.sh
 #
 # They are what the project's own programs draw: a wheel with the arguments marked (wheelsim --preview), a run with
-# the result marked (Telvane), and each stage between (telvane-report). They come into docs/pictures.
+# the result marked (Telvane), each stage between (telvane-report), and what real machines show (wheelsim). They come
+# into docs/pictures.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -39,4 +40,6 @@ for tag in re.findall(r"<img[^>]*>", page):
 if names:
     sys.exit(f"Not in the report: {', '.join(names)}")
 END
-ls -l "$pictures"
+mkdir -p "$pictures/influences"
+python3 scripts/influences.py "$programs/simulator/wheelsim" "$pictures/influences"
+ls -l "$pictures" "$pictures/influences"
