@@ -1,8 +1,4 @@
 // Reading of 8, 16 and 24-bit BMP files.
-
-// Positions in files have 64 bits, on systems of 32 bits too.
-#define _FILE_OFFSET_BITS 64
-
 #include <Kavrix/bmpread.h>
 
 #include <Kavrix/inner/bmpformat.h>
