@@ -6,6 +6,8 @@
 #include <simulator/Face.h>
 #include <simulator/Wheel.h>
 
+#include <cmath>
+
 namespace telvane {
 
 class Disc {
@@ -30,7 +32,7 @@ public:
     {
         const double dx = x - middleX, dy = y - middleY, r2 = dx * dx + dy * dy;
         if (!(r2 < reach * reach)) return v;
-        const double fromDark = Magnitude(Fraction((dx * alongX + dy * alongY) / period) - 0.5);
+        const double fromDark = std::fabs(Fraction((dx * alongX + dy * alongY) / period) - 0.5);
         const double face = Mix(backdropGrey, lightStripe, Coverage((fromDark - 0.25) * period));
         return Mix(v, face, Coverage(radius - std::sqrt(r2)));
     }

@@ -3,6 +3,7 @@
 #ifndef SIMULATOR_EXACT_H
 #define SIMULATOR_EXACT_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -10,23 +11,17 @@ namespace telvane {
 
 inline constexpr double pi = 3.14159265358979323846;
 
-inline double Lesser(double a, double b) { return b < a ? b : a; }
-
-inline double Greater(double a, double b) { return b > a ? b : a; }
-
-inline double Magnitude(double v) { return v < 0 ? -v : v; }
-
 /// The part of v above the whole number below it.
 inline double Fraction(double v) { return v - std::floor(v); }
 
 /// The direction of (x, y) in turns, from +x towards +y, -1/2..1/2; 0 for (0, 0).
 inline double Turns(double x, double y)
 {
-    const double ax = Magnitude(x), ay = Magnitude(y), longer = Greater(ax, ay);
+    const double ax = std::fabs(x), ay = std::fabs(y), longer = std::max<double>(ax, ay);
     if (!(longer > 0)) return 0;
 
     // Two reductions bring the tangent below tan(pi/8), where eight terms of the series are good to 3e-8.
-    double t = Lesser(ax, ay) / longer, base = 0;
+    double t = std::min<double>(ax, ay) / longer, base = 0;
     if (t > 0.41421356237309503) {
         t = (t - 1) / (t + 1);
         base = 0.125;

@@ -7,6 +7,9 @@
 #include <simulator/View.h>
 #include <simulator/Wheel.h>
 
+#include <algorithm>
+#include <cmath>
+
 namespace telvane {
 
 // Grey levels before light and noise. The windows between the spokes show little contrast, so that most of
@@ -70,14 +73,14 @@ struct Insides {
     double spoke; ///< between the flanks of the nearest spoke
     double hub;
 
-    double Outline() const { return Greater(root, Lesser(tip, tooth)); }
-    double Window() const { return Lesser(Coverage(band), 1 - Coverage(spoke)); }
+    double Outline() const { return std::max<double>(root, std::min<double>(tip, tooth)); }
+    double Window() const { return std::min<double>(Coverage(band), 1 - Coverage(spoke)); }
 
     /// No edge lies as near as these distances, in pixels.
     bool Far(double fromOutline, double fromWindow, double fromHub) const
     {
-        return Magnitude(Outline()) > fromOutline && Magnitude(Lesser(band, -spoke)) > fromWindow &&
-               Magnitude(hub) > fromHub;
+        return std::fabs(Outline()) > fromOutline && std::fabs(std::min<double>(band, -spoke)) > fromWindow &&
+               std::fabs(hub) > fromHub;
     }
 };
 
@@ -102,7 +105,7 @@ public:
                    none,
                    none};
         if (spokes > 0) {
-            in.band = p.radial * Lesser(windowsTo - p.r, p.r - windowsFrom);
+            in.band = p.radial * std::min<double>(windowsTo - p.r, p.r - windowsFrom);
             in.spoke = p.across * Bar(p, spokes, pose.spokePhase, spokeShare);
         }
         if (hubR > 0) in.hub = p.radial * (hubR - p.r);
@@ -115,8 +118,8 @@ public:
     {
         // Along the radius, a distance measured along the arc changes by the arc's angle.
         const double still = edgeWidth / 2 + turned;
-        return in.Far(still + shifted * (1 + pi / teeth), still + shifted * (1 + pi / Greater(spokes, 1)),
-                      still + shifted);
+        return in.Far(still + shifted * (1 + pi / teeth),
+                      still + shifted * (1 + pi / std::max<double>(spokes, 1)), still + shifted);
     }
 
     /// The wheel's front over what lies behind it.
@@ -143,9 +146,9 @@ public:
             const double part = static_cast<double>(i) / steps;
             const Insides in =
                 i > 0 ? At(PolarOf(sight, at.x + slideX * part, at.y + slideY * part), pose) : front;
-            solid = Greater(solid, in.Outline());
-            if (i < steps) solid = Greater(solid, Corner(last, in));
-            open = Lesser(open, in.Window());
+            solid = std::max<double>(solid, in.Outline());
+            if (i < steps) solid = std::max<double>(solid, Corner(last, in));
+            open = std::min<double>(open, in.Window());
             last = in;
         }
         return (wallGrey - backdrop) * (Coverage(solid) - Coverage(outline)) +
@@ -161,7 +164,7 @@ private:
     /// the arc. The flanks run straight to the centre: the picture moves at right angles to them.
     static double Bar(const Polar& p, int parts, double phase, double share)
     {
-        const double fromMiddle = Magnitude(Fraction(p.turns * parts - phase + 0.5) - 0.5);
+        const double fromMiddle = std::fabs(Fraction(p.turns * parts - phase + 0.5) - 0.5);
         return (share / 2 - fromMiddle) / parts * (2 * pi) * p.r;
     }
 
@@ -178,8 +181,8 @@ private:
     double DepthStep() const
     {
         double narrowest = toothShare / teeth * (2 * pi) * innerR;
-        if (spokes > 0) narrowest = Lesser(narrowest, spokeShare / spokes * (2 * pi) * windowsFrom);
-        return Greater(0.5, Lesser(3, narrowest / 2));
+        if (spokes > 0) narrowest = std::min<double>(narrowest, spokeShare / spokes * (2 * pi) * windowsFrom);
+        return std::max<double>(0.5, std::min<double>(3, narrowest / 2));
     }
 
     double innerR, outerR, hubR;

@@ -2,6 +2,7 @@
 #include <simulator/Motion.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace telvane {
 
@@ -47,10 +48,10 @@ int Instants(const WheelScene& scene, double time)
 {
     if (!(scene.exposure > 0)) return 1;
     const double half = scene.exposure / 2;
-    const double turned = Magnitude(AngleAt(scene, time + half) - AngleAt(scene, time - half));
-    const double discMoves = scene.disc.radius > 0 ? Magnitude(scene.disc.dx) + Magnitude(scene.disc.dy) : 0;
-    const double moved =
-        Greater(turned * (pi / 180) * (scene.outerR + scene.eccentricity), discMoves * scene.exposure);
+    const double turned = std::fabs(AngleAt(scene, time + half) - AngleAt(scene, time - half));
+    const double discMoves = scene.disc.radius > 0 ? std::fabs(scene.disc.dx) + std::fabs(scene.disc.dy) : 0;
+    const double moved = std::max<double>(turned * (pi / 180) * (scene.outerR + scene.eccentricity),
+                                          discMoves * scene.exposure);
     // Edges are spread over 2.5 pixels; steps of one pixel leave no ripples.
     return moved < mostInstants - 2 ? 2 + static_cast<int>(moved) : mostInstants;
 }

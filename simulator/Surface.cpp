@@ -1,6 +1,9 @@
 // Where scratches, dirt and the backdrop's texture lie.
 #include <simulator/Surface.h>
 
+#include <algorithm>
+#include <cmath>
+
 namespace telvane {
 
 namespace {
@@ -21,7 +24,7 @@ double Number(std::uint64_t kind, int i, int part)
 Surface::Surface(const WheelScene& scene) : extent(scene.outerR + 1), perCell(side / (2 * extent))
 {
     if (scene.scratches == 0 && scene.dirt == 0) return;
-    cells.resize(side * side);
+    cells.resize(std::size_t{side} * side);
     const double outer = scene.outerR;
     for (int i = 0; i < scene.scratches; i++) {
         // Evenly over the disc.
@@ -32,7 +35,7 @@ Surface::Surface(const WheelScene& scene) : extent(scene.outerR + 1), perCell(si
                              0.4 + 0.6 * Number(scratchKeys, i, 4)});
         const Scratch& s = scratches.back();
         const double margin = halfWidth + edgeWidth;
-        Enter(s.x, s.y, s.half * Magnitude(s.alongX) + margin, s.half * Magnitude(s.alongY) + margin,
+        Enter(s.x, s.y, s.half * std::fabs(s.alongX) + margin, s.half * std::fabs(s.alongY) + margin,
               [i](Cell& cell) { cell.scratches.push_back(i); });
     }
     for (int i = 0; i < scene.dirt; i++) {
@@ -48,17 +51,17 @@ Surface::Surface(const WheelScene& scene) : extent(scene.outerR + 1), perCell(si
 template <class Put> void Surface::Enter(double x, double y, double reachX, double reachY, Put put)
 {
     const auto cell = [&](double place) {
-        return static_cast<int>(Lesser(Greater((place + extent) * perCell, 0), side - 1));
+        return static_cast<int>(std::min<double>(std::max<double>((place + extent) * perCell, 0), side - 1));
     };
     for (int row = cell(y - reachY); row <= cell(y + reachY); row++)
         for (int column = cell(x - reachX); column <= cell(x + reachX); column++)
-            put(cells[static_cast<std::size_t>(row * side + column)]);
+            put(cells[static_cast<std::size_t>(row) * side + static_cast<std::size_t>(column)]);
 }
 
 Texture::Texture(double strength) : coarse(strength * 2 / 3), fine(strength / 3)
 {
     if (!(strength > 0)) return;
-    lattice.resize(side * side);
+    lattice.resize(std::size_t{side} * side);
     for (int i = 0; i < side * side; i++)
         lattice[static_cast<std::size_t>(i)] = 2 * Number(latticeKeys, i, 0) - 1;
 }

@@ -6,6 +6,8 @@
 #include <simulator/Exact.h>
 #include <simulator/Wheel.h>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace telvane {
@@ -51,15 +53,15 @@ private:
     static void Add(const Scratch& s, double x, double y, Marks& marks)
     {
         const double dx = x - s.x, dy = y - s.y;
-        const double along = Magnitude(dx * s.alongX + dy * s.alongY);
-        const double across = Magnitude(dy * s.alongX - dx * s.alongY);
-        const double inside = Lesser(s.half - along, halfWidth - across);
-        marks.scratch = Greater(marks.scratch, s.bright * Coverage(inside));
+        const double along = std::fabs(dx * s.alongX + dy * s.alongY);
+        const double across = std::fabs(dy * s.alongX - dx * s.alongY);
+        const double inside = std::min<double>(s.half - along, halfWidth - across);
+        marks.scratch = std::max<double>(marks.scratch, s.bright * Coverage(inside));
     }
     static void Add(const Spot& s, double x, double y, Marks& marks)
     {
         const double dx = x - s.x, dy = y - s.y, part = (dx * dx + dy * dy) / (s.radius * s.radius);
-        if (part < 1) marks.dirt = Greater(marks.dirt, s.dark * (1 - part) * (1 - part));
+        if (part < 1) marks.dirt = std::max<double>(marks.dirt, s.dark * (1 - part) * (1 - part));
     }
     const Cell* CellAt(double x, double y) const
     {
@@ -103,7 +105,10 @@ private:
                    Mix(Value(left, bottom), Value(right, bottom), u), v);
     }
     static double Smoothed(double t) { return t * t * (3 - 2 * t); }
-    double Value(int x, int y) const { return lattice[static_cast<std::size_t>(y * side + x)]; }
+    double Value(int x, int y) const
+    {
+        return lattice[static_cast<std::size_t>(y) * side + static_cast<std::size_t>(x)];
+    }
 
     double coarse, fine;
     std::vector<double> lattice; // -1..1

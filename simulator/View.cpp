@@ -1,6 +1,8 @@
 // Projection of the wheel's face and its inverse, and the lens.
 #include <simulator/View.h>
 
+#include <algorithm>
+
 namespace telvane {
 
 Lens::Lens(double bend, double halfDiagonal) : k1(bend), perSquare(1 / (halfDiagonal * halfDiagonal)), start{}
@@ -19,11 +21,11 @@ Lens::Lens(double bend, double halfDiagonal) : k1(bend), perSquare(1 / (halfDiag
 
 double Lens::Factor(double s) const
 {
-    const double at = Lesser(s, furthest) * (steps / furthest), below = std::floor(at);
+    const double at = std::min<double>(s, furthest) * (steps / furthest), below = std::floor(at);
     const auto i = static_cast<std::size_t>(below);
     double f = start[i] + (start[i + 1] - start[i]) * (at - below);
     // One more step of Newton's method takes what interpolation leaves, some 1e-6, below 1e-11.
-    const double a = k1 * Lesser(s, furthest), slope = 1 + 3 * a * f * f;
+    const double a = k1 * std::min<double>(s, furthest), slope = 1 + 3 * a * f * f;
     if (slope > 0.05) f -= (f * (1 + a * f * f) - 1) / slope;
     return f;
 }

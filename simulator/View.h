@@ -15,7 +15,7 @@ namespace telvane {
 /// diagonal.
 class Lens {
 public:
-    Lens(double k1, double halfDiagonal);
+    Lens(double bend, double halfDiagonal); ///< `bend` is k1
 
     bool Bends() const { return k1 != 0; }
 
@@ -63,9 +63,9 @@ public:
     /// Where a place of the picture that a perfect lens would give is seen.
     WheelPlace ThroughLens(double x, double y) const;
 
-    /// The centre of the ellipse that a circle on the front face is before the lens bends it, and where that
-    /// is seen.
-    WheelPlace EllipseCentre(double x, double y, double radius) const;
+    /// The centre of the ellipse that a circle around (a, b) on the front face is before the lens bends it,
+    /// and where that is seen.
+    WheelPlace EllipseCentre(double a, double b, double radius) const;
 
 private:
     struct Direction {

@@ -14,7 +14,9 @@
 #include <simulator/Surface.h>
 #include <simulator/View.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace telvane {
 
@@ -96,7 +98,7 @@ public:
             if (s.disc.radius > 0) discs.emplace_back(s.disc, at);
         }
         const double half = s.exposure / 2;
-        turned = Magnitude(AngleAt(s, middle + half) - AngleAt(s, middle - half)) * (pi / 180);
+        turned = std::fabs(AngleAt(s, middle + half) - AngleAt(s, middle - half)) * (pi / 180);
     }
 
     double At(int x) const
@@ -128,7 +130,7 @@ private:
         const double part = back > 0 ? (back < square ? back / square : 1) : 0;
         const double nearX = sight.x + part * slideX, nearY = sight.y + part * slideY;
         const double pixel =
-            Magnitude(sight.xx) + Magnitude(sight.xy) + Magnitude(sight.yx) + Magnitude(sight.yy);
+            std::fabs(sight.xx) + std::fabs(sight.xy) + std::fabs(sight.yx) + std::fabs(sight.yy);
         const double reach = s.outerR + s.eccentricity + edgeWidth * pixel;
         if (!(nearX * nearX + nearY * nearY < reach * reach)) return backdrop;
 
@@ -136,7 +138,7 @@ private:
         const Insides first = face.At(polar, poses[0]);
         // Far from every edge only what lies on the face changes within the exposure, and no wall is seen.
         const double moved = turned * (polar.r + 2 * s.eccentricity) * polar.across;
-        if (face.Same(first, moved, slide * Greater(polar.radial, polar.across)))
+        if (face.Same(first, moved, slide * std::max<double>(polar.radial, polar.across)))
             return Face::Front(backdrop, first, GreysOn(sight));
 
         double sum = 0;
@@ -145,7 +147,7 @@ private:
             if (i > 0 && s.eccentricity > 0) polar = PolarOn(sight, pose);
             const Insides in = i > 0 ? face.At(polar, pose) : first;
             sum += Face::Front(backdrop, in, GreysOn(sight, pose));
-            const double shift = slide * Greater(polar.radial, polar.across);
+            const double shift = slide * std::max<double>(polar.radial, polar.across);
             if (slide > 0 && !face.Same(in, 0, shift)) sum += face.Walls(in, sight, pose, backdrop);
         }
         return sum / count;
@@ -211,11 +213,12 @@ void DrawFrame(const WheelScene& s, std::int64_t frame, Drawing drawing, unsigne
 
 } // namespace
 
-void RenderWheel(const WheelScene& s, int number, unsigned char* grey)
+void RenderWheel(const WheelScene& scene, int number, unsigned char* grey)
 {
-    const std::int64_t frame = ShownFrame(s, number);
-    if (StraightOn(s, frame)) DrawFrame(s, frame, StraightDrawing(s, static_cast<double>(frame)), grey);
-    else DrawFrame(s, frame, FullDrawing(s, frame), grey);
+    const std::int64_t frame = ShownFrame(scene, number);
+    if (StraightOn(scene, frame))
+        DrawFrame(scene, frame, StraightDrawing(scene, static_cast<double>(frame)), grey);
+    else DrawFrame(scene, frame, FullDrawing(scene, frame), grey);
 }
 
 WheelTruth TruthOf(const WheelScene& scene, int number)

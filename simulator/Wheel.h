@@ -98,9 +98,9 @@ struct WheelScene {
 std::string WheelProblem(const WheelScene& scene);
 
 /// Draws one camera frame of a scene that has passed WheelProblem.
-/// \param frame    number of the frame as it is delivered, from 0
+/// \param number   of the frame as it is delivered, from 0
 /// \param grey     receives width * height grey values, row after row without padding
-void RenderWheel(const WheelScene& scene, int frame, unsigned char* grey);
+void RenderWheel(const WheelScene& scene, int number, unsigned char* grey);
 
 /// A place in the picture, in pixels.
 struct WheelPlace {
@@ -114,14 +114,14 @@ struct WheelTruth {
     WheelPlace
         ellipse; ///< the centre of the ellipse that the circle of the tooth tips is before the lens bends it
 };
-WheelTruth TruthOf(const WheelScene& scene, int frame);
+WheelTruth TruthOf(const WheelScene& scene, int number);
 
 /// Where a point of the front face is seen. It lies (x, y) from the axis where the face stands straight
 /// before the camera.
 WheelPlace SeenAt(const WheelScene& scene, double x, double y);
 
 /// The angle by which the wheel stands turned in a frame as it is delivered, degrees.
-double AngleOf(const WheelScene& scene, int frame);
+double AngleOf(const WheelScene& scene, int number);
 
 } // namespace telvane
 
