@@ -40,7 +40,7 @@ private:
     int kept;
 };
 
-/// The flow of one pair of frames after another, in rows that stay in the processor's nearest cache.
+/// The flow of one pair of frames after another, in rows that stay in the processor's caches.
 ///
 /// Sweep k needs the rows y - 1, y, y + 1 of sweep k - 1. So the sweeps follow each other at a distance of
 /// one row, each a step behind the one before, with the derivatives in front:
