@@ -171,7 +171,7 @@ public:
         if (!input.ConsumeBool()) return;
         // As many bytes before and behind it as the doubled distances of any view inside it reach.
         const int length = block.Length();
-        buffer.resize(static_cast<std::size_t>(3 * length));
+        buffer.resize(3 * static_cast<std::size_t>(length));
         for (UBYTE& byte : buffer) byte = Value<UBYTE>(input);
         MatByte attached;
         attached.Attach_to_raw_image(buffer.data() + length + place.origin, place.sizes[0], place.sizes[1]);
