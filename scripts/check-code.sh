@@ -38,7 +38,7 @@ fi
 echo "cppcheck"
 cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inline-suppr \
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
-    --library=posix -I. -Icamera/simulated \
+    --library=posix -I. -Icamera/simulated -U__GNUC__ \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
     Kavrix Telvane camera simulator tools report examples
 echo "shellcheck"

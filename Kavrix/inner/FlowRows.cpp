@@ -63,6 +63,7 @@ KAVRIX_CLONES void SweepRow(int n, const short* __restrict ua, const short* __re
     }
 }
 
+// cppcheck-suppress passedByValue // into registers, as everywhere
 KAVRIX_CLONES void AddFlowRow(int n, const short* u, const short* v, Strided<int> u_sum, Strided<int> v_sum)
 {
     ElementwiseOver(

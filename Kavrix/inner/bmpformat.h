@@ -69,9 +69,10 @@ template <class T> unsigned char* PutLittleEndian(unsigned char* bytes, T number
 inline BmpHeaders ParseBmpHeaders(const unsigned char* bytes)
 {
     BmpHeaders h;
-    EachField(h, [&bytes]<class T>(T& field) {
-        field = GetLittleEndian<T>(bytes);
-        bytes += sizeof field;
+    const unsigned char* next = bytes;
+    EachField(h, [&next]<class T>(T& field) {
+        field = GetLittleEndian<T>(next);
+        next += sizeof field;
     });
     return h;
 }
@@ -79,7 +80,8 @@ inline BmpHeaders ParseBmpHeaders(const unsigned char* bytes)
 /// Puts the headers into the first BmpHeaders::size bytes of a file.
 inline void ComposeBmpHeaders(const BmpHeaders& h, unsigned char* bytes)
 {
-    EachField(h, [&bytes](auto field) { bytes = PutLittleEndian(bytes, field); });
+    unsigned char* next = bytes;
+    EachField(h, [&next](auto field) { next = PutLittleEndian(next, field); });
 }
 
 } // namespace kavrix::inner
