@@ -40,7 +40,7 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
     --library=posix -I. -Icamera/simulated -U__GNUC__ \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
-    Kavrix Telvane camera simulator tools report examples
+    Kavrix Telvane camera simulator tools diagnosis report examples
 echo "shellcheck"
 shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh packaging/*.sh tests/packaging/*.sh .ci/run
 

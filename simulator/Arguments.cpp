@@ -3,7 +3,7 @@
 
 #include <Telvane/Frames.h>
 #include <simulator/SceneOptions.h>
-#include <tools/Arguments.h>
+#include <tools/Numbers.h>
 
 #include <CLI/CLI.hpp>
 

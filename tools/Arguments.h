@@ -2,12 +2,12 @@
 #ifndef TOOLS_ARGUMENTS_H
 #define TOOLS_ARGUMENTS_H
 
-#include <charconv>
+#include <tools/Numbers.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 /// A tool's name, for its messages, and its usage: the lines that name every option.
 struct Tool {
@@ -35,19 +35,10 @@ struct Tool {
     int Integer(std::string_view option, std::string_view text, int lowest, int highest) const;
 };
 
-/// Reads the whole of `text` as one number, whatever the locale.
-template <class T> bool ReadNumber(std::string_view text, T& number)
-{
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-    const char* end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, number);
-    return failure == std::errc() && stop == end;
-}
-
 inline int Tool::Integer(std::string_view option, std::string_view text, int lowest, int highest) const
 {
     int number = 0;
-    if (!ReadNumber(text, number) || number < lowest || number > highest)
+    if (!telvane::ReadNumber(text, number) || number < lowest || number > highest)
         Refuse(std::string(option) + " takes a whole number from " + std::to_string(lowest) + " to " +
                std::to_string(highest) + ", not '" + std::string(text) + "'");
     return number;

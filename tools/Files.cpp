@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace telvane {
+
 namespace {
 
 const std::size_t most = std::size_t{64} << 20; // bytes
@@ -65,3 +67,5 @@ std::string WriteWhole(const std::string& name, const std::string& bytes)
     if (!problem.empty()) unlink(temporary.c_str());
     return problem;
 }
+
+} // namespace telvane

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace telvane {
+
 /// \return nothing, or why the file could not be read: "not there", or in the system's words. Files of more
 ///         than 64 MB are none that the tools could use.
 std::string ReadWhole(const std::string& name, std::string& bytes);
@@ -12,5 +14,7 @@ std::string ReadWhole(const std::string& name, std::string& bytes);
 /// then takes its name.
 /// \return nothing, or why it could not be written, in the system's words
 std::string WriteWhole(const std::string& name, const std::string& bytes);
+
+} // namespace telvane
 
 #endif

@@ -11,6 +11,8 @@
 
 #include <sys/stat.h>
 
+using namespace telvane;
+
 namespace {
 
 namespace fs = std::filesystem;
