@@ -11,8 +11,7 @@ set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CMAKE_SYSROOT)
 string(APPEND CMAKE_SYSROOT /build/sysroot-${debian_architecture})
 if(NOT IS_DIRECTORY ${CMAKE_SYSROOT}/usr/lib/${triplet})
-    message(FATAL_ERROR "${CMAKE_SYSROOT} has no libraries yet: run scripts/test-arm.sh, or "
-        "scripts/sysroot.sh ${debian_architecture} libjpeg-dev libpng-dev libcli11-dev libgtest-dev libstdc++6")
+    message(FATAL_ERROR "${CMAKE_SYSROOT} has no libraries yet: scripts/test-arm.sh sees to that")
 endif()
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

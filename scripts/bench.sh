@@ -26,8 +26,7 @@ if [[ $page && ($filter != . || $commit) ]]; then
     exit 2
 fi
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev libgtest-dev libbenchmark-dev \
-    pkg-config python3 git
+scripts/install-packages.sh "${build_packages[@]}" libgtest-dev libbenchmark-dev pkg-config python3 git
 jobs=$(jobs_at_once)
 
 # build <folder> <target>...

@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev libcamera-dev
+scripts/install-packages.sh "${build_packages[@]}" libcamera-dev
 
 jobs=$(jobs_at_once)
 work=$PWD/build/camera

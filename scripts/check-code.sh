@@ -5,8 +5,8 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh clang libclang-rt-14-dev clang-tidy cppcheck shellcheck g++ make cmake libjpeg-dev \
-    libpng-dev libcli11-dev libcamera-dev libgtest-dev libbenchmark-dev pkg-config
+scripts/install-packages.sh clang libclang-rt-14-dev clang-tidy cppcheck shellcheck "${build_packages[@]}" \
+    libcamera-dev libgtest-dev libbenchmark-dev pkg-config
 
 jobs=$(jobs_at_once)
 folder=build/clang

@@ -7,6 +7,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 # A generator named by the environment need not be installed; make is.
 unset CMAKE_GENERATOR
 
+# Debian's packages of the libraries that everything together needs, and what building takes.
+header_packages=(libcli11-dev libeigen3-dev nlohmann-json3-dev) # the same on every architecture
+library_packages=(libjpeg-dev libpng-dev libtomlplusplus-dev)
+# shellcheck disable=SC2034 # by those who source this
+build_packages=(g++ make cmake "${header_packages[@]}" "${library_packages[@]}")
+
 # How many jobs run at once: one for each core, and not more than there is memory for at 1 GB a compiler.
 jobs_at_once() {
     awk -v cores="$(nproc)" '
@@ -27,7 +33,7 @@ configure() {
 # build_programs [<package>...]: Telvane, wheelsim and telvane-report in build/release, with what building them
 # needs and the packages named.
 build_programs() {
-    scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev "$@"
+    scripts/install-packages.sh "${build_packages[@]}" "$@"
     # The tests need more packages. They stay as they are where the folder is configured with them, and are left
     # out everywhere else.
     local options=()

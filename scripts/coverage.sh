@@ -9,7 +9,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev libgtest-dev pkg-config gcovr
+scripts/install-packages.sh "${build_packages[@]}" libgtest-dev pkg-config gcovr
 
 folder=build/coverage
 jobs=$(jobs_at_once)

@@ -6,7 +6,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh g++ make cmake libjpeg-dev libpng-dev libcli11-dev doxygen
+scripts/install-packages.sh "${build_packages[@]}" doxygen
 
 log=$(cmake -S . -B build/docs -DTELVANE_CAMERA=simulated -DTELVANE_TESTS=OFF 2>&1) || {
     echo "$log" >&2

@@ -31,8 +31,7 @@ for target in "${targets[@]}"; do
     }
 done
 
-scripts/install-packages.sh clang libclang-rt-14-dev llvm make cmake libjpeg-dev libpng-dev libcli11-dev \
-    libgtest-dev
+scripts/install-packages.sh clang libclang-rt-14-dev llvm "${build_packages[@]}" libgtest-dev
 
 jobs=$(jobs_at_once)
 configure fuzz -DTELVANE_WERROR=ON

@@ -44,7 +44,7 @@ build_root() {
         arm64) packages+=(g++-aarch64-linux-gnu) ;;
         esac
     fi
-    packages+=("libjpeg-dev$foreign" "libpng-dev$foreign" libcli11-dev) # the last is headers alone
+    packages+=("${header_packages[@]}" "${library_packages[@]/%/$foreign}")
     [[ $architecture != arm64 ]] || packages+=("libcamera-dev$foreign")
     in_root "$root" /telvane/scripts/install-packages.sh "${packages[@]}"
 }

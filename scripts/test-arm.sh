@@ -36,7 +36,8 @@ jobs=$(jobs_at_once)
 for preset in "${presets[@]}"; do
     architecture=$preset
     [[ $preset != aarch64 ]] || architecture=arm64 # Debian's name
-    scripts/sysroot.sh "$architecture" libjpeg-dev libpng-dev libcli11-dev libgtest-dev libstdc++6
+    scripts/sysroot.sh "$architecture" "${header_packages[@]}" "${library_packages[@]}" \
+        libgtest-dev libstdc++6
 
     echo "== $preset"
     targets=() tests=()

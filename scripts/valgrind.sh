@@ -8,7 +8,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh valgrind g++ make cmake libjpeg-dev libpng-dev libcli11-dev libgtest-dev pkg-config
+scripts/install-packages.sh valgrind "${build_packages[@]}" libgtest-dev pkg-config
 
 # Those of them that do not need minutes here.
 tests=(test_bmpread test_bmpwrite test_jpegwrite test_rawfiles test_arraydump test_views test_Mask test_Grab
