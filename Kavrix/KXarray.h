@@ -133,12 +133,10 @@ public:
 
     /// Gives dense, uncleared storage of that shape, missing sizes 1. Nothing happens when the shape is
     /// already that; storage that is shared halts the program. See KX_Base::Resize_short.
-    /// @{
     void Resize(int d1) { Resize(d1, 1, 1); }
-    void Resize(int d1, int d2) { Resize(d1, d2, 1); }
-    void Resize(int d1, int d2, int d3);
-    void Resize(const Self& other); ///< the same, to the sizes of `other`
-    /// @}
+    void Resize(int d1, int d2) { Resize(d1, d2, 1); } ///< the same, d1 x d2
+    void Resize(int d1, int d2, int d3);               ///< the same, d1 x d2 x d3
+    void Resize(const Self& other);                    ///< the same, to the sizes of `other`
 
     void Fill(T value); ///< writes `value` into every element of the view, and into no other of the storage
     /// Copies dim1 * dim2 * dim3 consecutive values from `src` into the view, x fastest, then y, then z.
@@ -147,27 +145,23 @@ public:
     /// Adds, subtracts, divides by, multiplies by the elements of `b`, or by one value, in place; returns
     /// this array. Results of integers wrap to their width. Quotients of integers are truncated towards zero;
     /// by zero they are 0, and the lowest value divided by -1 stays as it is.
-    /// @{
     Self& operator+=(const Self& b);
-    Self& operator-=(const Self& b);
-    Self& operator/=(const Self& b);
-    Self& ElementMul(const Self& b);
-    Self& operator+=(T s);
-    Self& operator*=(T s);
-    Self& operator/=(T s);
-    /// @}
+    Self& operator-=(const Self& b); ///< subtracts; see above
+    Self& operator/=(const Self& b); ///< divides; see above
+    Self& ElementMul(const Self& b); ///< multiplies; see above
+    Self& operator+=(T s);           ///< adds one value; see above
+    Self& operator*=(T s);           ///< multiplies by one value; see above
+    Self& operator/=(T s);           ///< divides by one value; see above
 
     /// Sum, difference, quotient and product with the elements of `b`, or with one value, as a new dense
     /// array of this one's shape, by the rules of the operators that work in place.
-    /// @{
     Self operator+(const Self& b) const;
-    Self operator-(const Self& b) const;
-    Self operator/(const Self& b) const;
-    Self operator+(T s) const;
-    Self operator*(T s) const;
-    Self operator/(T s) const;
-    /// @}
-    Self operator~() const; ///< every bit inverted, of floats too; a new dense array
+    Self operator-(const Self& b) const; ///< differences; see above
+    Self operator/(const Self& b) const; ///< quotients; see above
+    Self operator+(T s) const;           ///< sums with one value; see above
+    Self operator*(T s) const;           ///< products with one value; see above
+    Self operator/(T s) const;           ///< quotients by one value; see above
+    Self operator~() const;              ///< every bit inverted, of floats too; a new dense array
 };
 
 /// What only integers have: shifts, and scaling by a float.
@@ -183,25 +177,18 @@ public:
     /// Each element times (divided by) f in single precision, cut towards zero to 32 bits (held to their
     /// range; to the unsigned range for bytes, so that negative results give 0), low bits kept: a byte 200
     /// times 1.5f gives 44. In place; returns this array.
-    /// @{
     Self& operator*=(float f);
-    Self& operator/=(float f);
-    /// @}
+    Self& operator/=(float f); ///< divided by f; see above
     /// Shifts every element by n bits in place; returns this array. Right shifts round towards minus
     /// infinity, left shifts keep the low bits. Counts of 32 and more, and negative ones, give 0 (-1 for a
     /// negative value shifted right).
-    /// @{
     Self& operator>>=(int n);
-    Self& operator<<=(int n);
-    /// @}
+    Self& operator<<=(int n); ///< to the left; see above
 
-    /// The same as a new dense array.
-    /// @{
-    Self operator*(float f) const;
-    Self operator/(float f) const;
-    Self operator>>(int n) const;
-    Self operator<<(int n) const;
-    /// @}
+    Self operator*(float f) const; ///< the same as a new dense array
+    Self operator/(float f) const; ///< the same as a new dense array
+    Self operator>>(int n) const;  ///< the same as a new dense array
+    Self operator<<(int n) const;  ///< the same as a new dense array
 };
 
 /// A vector: dim1 elements; dim2 and dim3 are 1. Its operators are those of Elem and IntElem. A number does
@@ -241,10 +228,8 @@ public:
 
     /// Element i, 0 to dim1 - 1; unchecked. The elements of a const vector can be written as well: constness
     /// is that of the descriptor.
-    /// @{
     T& operator()(int i) const { return static_cast<T*>(this->p_data)[std::ptrdiff_t{i} * this->step1]; }
-    T& operator[](int i) const { return (*this)(i); }
-    /// @}
+    T& operator[](int i) const { return (*this)(i); }  ///< the same
     typename Family<T>::Vec operator()(::RNG r) const; ///< the elements of a range, shared
 };
 

@@ -6,7 +6,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-scripts/install-packages.sh "${build_packages[@]}" doxygen
+scripts/install-packages.sh "${build_packages[@]}" doxygen python3
 
 log=$(cmake -S . -B build/docs -DTELVANE_CAMERA=simulated -DTELVANE_TESTS=OFF 2>&1) || {
     echo "$log" >&2
