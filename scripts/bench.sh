@@ -27,16 +27,6 @@ if [[ $page && ($filter != . || $commit) ]]; then
 fi
 
 scripts/install-packages.sh "${build_packages[@]}" libgtest-dev libbenchmark-dev pkg-config python3 git
-jobs=$(jobs_at_once)
-
-# build <folder> <target>...
-# The compiler's many lines are shown only when it fails.
-build() {
-    cmake --build "$1" --parallel "$jobs" --target "${@:2}" >"$1/build.log" 2>&1 || {
-        cat "$1/build.log" >&2
-        return 1
-    }
-}
 
 configure bench
 build build/bench telvane_bench telvane_growth Telvane wheelsim

@@ -30,6 +30,14 @@ configure() {
     fi
 }
 
+# build <folder> <target>...: the compiler's many lines are shown only when it fails.
+build() {
+    cmake --build "$1" --parallel "$(jobs_at_once)" --target "${@:2}" >"$1/build.log" 2>&1 || {
+        cat "$1/build.log" >&2
+        return 1
+    }
+}
+
 # build_programs [<package>...]: Telvane, wheelsim and telvane-report in build/release, with what building them
 # needs and the packages named.
 build_programs() {
@@ -38,9 +46,9 @@ build_programs() {
     # out everywhere else.
     local options=()
     grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt || options=(-DTELVANE_TESTS=OFF)
+    echo "Building into build/release, which takes some two minutes the first time ..."
     configure release "${options[@]}"
-    cmake --build --preset release --parallel "$(jobs_at_once)" --target Telvane wheelsim \
-        telvane-report
+    build build/release Telvane wheelsim telvane-report
 }
 
 # For programs under the sanitizers: what they look for, and in the array `sanitized` what they are started through.
@@ -61,10 +69,12 @@ for_sanitizers() {
 # Tests that passed and failed in this script; its last line tells them.
 passed=0 failed=0
 
-# count_tests <log> <command>...: runs ctest, logs what it says and adds its results to the count.
+# count_tests <log> <command>...: runs ctest, logs what it says and adds its results to the count. Tests that pass are
+# not shown.
 count_tests() {
     local log=$1 status=0 good bad
-    "${@:2}" 2>&1 | tee "$log" || status=$?
+    "${@:2}" 2>&1 | tee "$log" | sed -E '/^ +Start +[0-9]+: /d; /^ *[0-9]+\/[0-9]+ Test .* Passed +[0-9.]+ sec$/d' ||
+        status=$?
     # A test that was skipped or could not be started has not passed.
     read -r good bad < <(awk '
         /tests passed, .* tests? failed out of/ { failed = $4; all = $NF }

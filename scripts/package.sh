@@ -55,18 +55,19 @@ flock 9 # one at a time
 made=()
 for release in "${releases[@]}"; do
     for architecture in "${architectures[@]}"; do
-        echo "== $release, $architecture"
+        what="$release, $architecture"
+        echo "$what: a bare system with what building takes ..."
         root=$roots/$release-$architecture
         build_root "$release" "$architecture"
+        echo "$what: building, lintian, manual pages: some five minutes ..."
         rm -rf "$root/build"
         mkdir "$root/build"
         log=build/packages/$release-$architecture.log
         in_root "$root" /telvane/packaging/build.sh "$architecture" /build >"$log" 2>&1 || {
             tail -n 40 "$log" >&2
-            echo "$release, $architecture: no packages; all of it is in $PWD/$log" >&2
+            echo "$what: no packages; all of it is in $PWD/$log" >&2
             exit 1
         }
-        sed -n '/^lintian$/,$p' "$log"
         rm -f build/packages/*~deb"$(release_number "$release")"u*_"$architecture".deb # of earlier versions
         for file in "$root"/build/packages/*.deb; do
             cp "$file" build/packages/
@@ -75,5 +76,5 @@ for release in "${releases[@]}"; do
     done
 done
 
-echo
-ls -l "${made[@]}"
+printf '%s\n' "${made[@]}"
+echo "All is well: ${#made[@]} packages, about which lintian has nothing to say but notes; logs beside them"

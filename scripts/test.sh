@@ -9,17 +9,23 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 preset=${1:-release}
-packages=("${build_packages[@]}" libgtest-dev pkg-config) targets=() tests=()
+packages=("${build_packages[@]}" libgtest-dev pkg-config) targets=(all) tests=()
 case $preset in
 asan*) for_sanitizers ;;&
 *-clang) packages+=(clang libclang-rt-14-dev) ;;
-shared) targets=(--target library_tests) tests=(--label-regex '^library$') ;;
+shared) targets=(library_tests) tests=(--label-regex '^library$') ;;
 esac
 scripts/install-packages.sh "${packages[@]}"
 
+case $preset in
+shared) minutes=2 ;;
+asan*) minutes=7 ;;
+*) minutes=4 ;;
+esac
+echo "Building into build/$preset and testing: $minutes minutes on two cores when nothing is built yet ..."
 jobs=$(jobs_at_once)
 configure "$preset" -DTELVANE_TESTS=ON -DTELVANE_WERROR=ON
-cmake --build --preset "$preset" --parallel "$jobs" "${targets[@]}"
+build "build/$preset" "${targets[@]}"
 count_tests "build/$preset/test.log" "${sanitized[@]}" \
     ctest --preset "$preset" --parallel "$jobs" --no-tests=error "${tests[@]}"
 tell_count
