@@ -1,18 +1,15 @@
-// Options by CLI11, which hands over words; their numbers are read here, exactly and in every locale.
+// The options of wheelsim and what their words mean.
 #include <simulator/Arguments.h>
 
 #include <Telvane/Frames.h>
 #include <simulator/SceneOptions.h>
+#include <tools/CommandLine.h>
 #include <tools/Numbers.h>
-
-#include <CLI/CLI.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <sstream>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -20,6 +17,8 @@
 namespace telvane {
 
 namespace {
+
+const char toolName[] = "wheelsim";
 
 /// A whole number of the job.
 struct JobOption {
@@ -77,31 +76,16 @@ const char footer[] =
     "\n"
     "Exit status: 0 done, 1 a file could not be written, 2 an argument is wrong (nothing is written).";
 
-/// Breaks a text into lines that stand beside the options.
-std::string Wrapped(const std::string& text)
-{
-    const std::size_t width = 84;
-    std::string all, word;
-    std::size_t column = 0;
-    for (std::istringstream words(text); words >> word;) {
-        const bool breaks = column + 1 + word.size() > width;
-        if (column > 0) all += breaks ? '\n' : ' ';
-        column = breaks || column == 0 ? word.size() : column + 1 + word.size();
-        all += word;
-    }
-    return all;
-}
-
 std::string Meaning(const SceneOption& option)
 {
     const std::string usual = option.absent ? option.absent : option.Numbers(WheelScene());
-    return Wrapped(option.meaning + std::string("; ") + option.Limits() + " (" + usual + ")");
+    return option.meaning + std::string("; ") + option.Limits() + " (" + usual + ")";
 }
 
 std::string Meaning(const JobOption& option)
 {
-    return Wrapped(option.meaning + std::string("; ") + option.Limits() + " (" +
-                   std::to_string(Job().*option.place) + ")");
+    return option.meaning + std::string("; ") + option.Limits() + " (" + std::to_string(Job().*option.place) +
+           ")";
 }
 
 /// Reads a number within its limits into the scene.
@@ -137,107 +121,65 @@ bool Read(std::string_view text, const SceneOption& option, WheelScene& scene)
     }
 }
 
-void Read(const std::string& text, const JobOption& option, Job& job)
+void Read(const CommandLine& line, const std::string& text, const JobOption& option, Job& job)
 {
     int number = 0;
     if (!ReadNumber(std::string_view(text), number) || number < option.lowest || number > option.highest)
-        Refuse(std::string(option.name) + " takes " + option.Limits() + ", not '" + text + "'");
+        line.Refuse(std::string(option.name) + " takes " + option.Limits() + ", not '" + text + "'");
     job.*option.place = number;
 }
 
 /// The file that --preview means: the one that is named, or preview.png in the folder that is.
-std::string PreviewFile(const std::string& place)
+std::string PreviewFile(const CommandLine& line, const std::string& place)
 {
     std::error_code ignored;
     const std::filesystem::path path = place;
     if (path.extension() == ".png" && !std::filesystem::is_directory(path, ignored)) return place;
     if (path.has_extension() && path.filename() != "." && path.filename() != ".." &&
         !std::filesystem::is_directory(path, ignored))
-        Refuse("--preview takes a file whose name ends in .png, or a folder, not '" + place + "'");
+        line.Refuse("--preview takes a file whose name ends in .png, or a folder, not '" + place + "'");
     return (path / "preview.png").string();
-}
-
-/// The word given to an option. It is none when it is empty or looks like an option itself.
-const std::string& Given(const CLI::Option* option, const std::string& text)
-{
-    if (text.empty() || text.rfind("--", 0) == 0) Refuse(option->get_name() + " needs a value");
-    return text;
 }
 
 } // namespace
 
-void Refuse(const std::string& problem)
-{
-    std::fprintf(stderr, "wheelsim: %s\n", problem.c_str());
-    std::exit(2);
-}
+void Refuse(const std::string& problem) { CommandLine(toolName, "", "").Refuse(problem); }
 
 Job ReadArguments(int argc, char** argv)
 {
-    CLI::App app(description, "wheelsim");
-    app.set_help_flag("--help", "this text");
-    app.get_formatter()->column_width(32);
-    app.footer(footer);
-    app.allow_extras(); // they are refused below
-    const auto add = [&app](const char* name, std::string& text, const std::string& words,
-                            const std::string& meaning, const char* group) {
-        // A repeated option replaces the earlier one.
-        return app.add_option(name, text, meaning)
-            ->type_name(words)
-            ->group(group)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    };
-
+    using Word = std::optional<std::string>;
+    CommandLine line(toolName, description, footer);
     const char files[] = "Frames and files";
-    std::string outText, previewText;
-    const CLI::Option* out = add("--out", outText, "DIR", outMeaning, files);
-    struct Word {
-        const CLI::Option* option = nullptr;
-        std::string text;
-    };
+    Word out, preview;
     std::vector<Word> jobWords(std::size(jobOptions)), sceneWords(SceneOptions().size());
+    line.Word("--out", "DIR", outMeaning, out, files);
     for (std::size_t i = 0; i < jobWords.size(); i++)
-        jobWords[i].option = add(jobOptions[i].name, jobWords[i].text, "N", Meaning(jobOptions[i]), files);
-    const CLI::Option* preview = add("--preview", previewText, "PLACE", Wrapped(previewMeaning), files);
+        line.Word(jobOptions[i].name, "N", Meaning(jobOptions[i]), jobWords[i], files);
+    line.Word("--preview", "PLACE", previewMeaning, preview, files);
     for (std::size_t i = 0; i < sceneWords.size(); i++) {
         const SceneOption& option = SceneOptions()[i];
-        sceneWords[i].option =
-            add(option.name, sceneWords[i].text, option.Words(), Meaning(option), option.group);
+        line.Word(option.name, option.Words(), Meaning(option), sceneWords[i], option.group);
     }
-
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::fputs(app.help().c_str(), stdout);
-        std::exit(std::fflush(stdout) == 0 ? 0 : 1);
-    } catch (const CLI::ArgumentMismatch& error) {
-        const std::string said = error.what(); // "--count: 1 required N missing"
-        Refuse(said.substr(0, said.find(':')) + " needs a value");
-    } catch (const CLI::ParseError& error) {
-        Refuse(error.what());
-    }
-    if (const auto unknown = app.remaining(); !unknown.empty())
-        Refuse("there is no option '" + unknown.front() + "'");
+    line.Read(argc, argv);
 
     Job job;
-    if (out->count() > 0) job.out = Given(out, outText);
+    if (out) job.out = *out;
     for (std::size_t i = 0; i < jobWords.size(); i++)
-        if (const auto& [option, text] = jobWords[i]; option->count() > 0)
-            Read(Given(option, text), jobOptions[i], job);
+        if (jobWords[i]) Read(line, *jobWords[i], jobOptions[i], job);
     bool hubGiven = false;
     for (std::size_t i = 0; i < sceneWords.size(); i++) {
         const SceneOption& what = SceneOptions()[i];
-        const auto& [option, text] = sceneWords[i];
-        if (option->count() == 0) continue;
-        if (!Read(Given(option, text), what, job.scene))
-            Refuse(what.name + (" takes " + what.Limits()) +
-                   (what.List() ? ", up to " + std::to_string(what.most) + " times" : "") +
-                   (what.quantities.size() > 1 || what.List() ? ", separated by commas" : "") + ", not '" +
-                   text + "'");
+        if (!sceneWords[i]) continue;
+        const std::string& text = *sceneWords[i];
+        if (!Read(text, what, job.scene))
+            line.Refuse(what.name + (" takes " + what.Limits()) +
+                        (what.List() ? ", up to " + std::to_string(what.most) + " times" : "") +
+                        (what.quantities.size() > 1 || what.List() ? ", separated by commas" : "") +
+                        ", not '" + text + "'");
         hubGiven = hubGiven || std::string_view(what.name) == "--hub";
     }
     if (!hubGiven) job.scene.hubR = job.scene.innerR * 60 / 216;
-    if (preview->count() > 0) job.preview = PreviewFile(Given(preview, previewText));
+    if (preview) job.preview = PreviewFile(line, *preview);
     return job;
 }
 

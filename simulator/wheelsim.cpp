@@ -6,6 +6,7 @@
 #include <simulator/Preview.h>
 #include <simulator/SceneOptions.h>
 #include <simulator/Wheel.h>
+#include <tools/CommandLine.h>
 #include <tools/Files.h>
 
 #include <cmath>
@@ -119,15 +120,11 @@ int Run(int argc, char** argv)
 
     if ((job.preview.empty() ? WriteFrames(job) : WritePreview(job, geometry)) != 0) return 1;
     Tell(job, geometry);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fputs("wheelsim: cannot write to standard output\n", stderr);
-        return 1;
-    }
-    return 0;
+    return FlushOutput("wheelsim") ? 0 : 1;
 }
 
 } // namespace
 
 } // namespace telvane
 
-int main(int argc, char** argv) { return telvane::Run(argc, argv); }
+int main(int argc, char** argv) { return telvane::RunTool("wheelsim", telvane::Run, argc, argv); }

@@ -1,0 +1,138 @@
+// CLI11 behind the tools' own words.
+#include <tools/CommandLine.h>
+
+#include <tools/Numbers.h>
+#include <tools/Text.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <sstream>
+#include <string_view>
+
+namespace telvane {
+
+CommandLine::CommandLine(const std::string& name, const std::string& description, const std::string& footer)
+    : tool(name), app(std::make_unique<CLI::App>(description, name))
+{
+    app->set_help_flag("--help", "this text");
+    app->set_version_flag("--version", tool + " " + TELVANE_VERSION, "print the version");
+    app->get_formatter()->column_width(32);
+    app->footer(footer);
+    app->allow_extras(); // they are refused here
+}
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::Word(const std::string& name, const std::string& unit, const std::string& meaning,
+                       std::optional<std::string>& word, const std::string& group)
+{
+    options.push_back(std::make_unique<Option>(Option{name, "", &word}));
+    app->add_option(name, options.back()->word, Wrapped(meaning))
+        ->type_name(unit)
+        ->group(group)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+void CommandLine::Flag(const std::string& name, const std::string& meaning, bool& given,
+                       const std::string& group)
+{
+    switches.push_back({name, &given});
+    const std::string lines = Wrapped(meaning);
+    app->add_flag(name, lines)->group(group);
+}
+
+void CommandLine::Rest(std::optional<std::vector<std::string>>& words) { rest = &words; }
+
+void CommandLine::Read(int argc, char** argv)
+{
+    char** const end = argv + argc;
+    char** const stop = std::find(argv, end, std::string_view("--"));
+    try {
+        app->parse(static_cast<int>(stop - argv), argv);
+    } catch (const CLI::CallForHelp&) {
+        std::fputs(app->help().c_str(), stdout);
+        std::exit(FlushOutput(tool) ? 0 : 1);
+    } catch (const CLI::CallForVersion& version) {
+        std::printf("%s\n", version.what());
+        std::exit(FlushOutput(tool) ? 0 : 1);
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string said = error.what(); // "--count: 1 required N missing"
+        const std::string option = said.substr(0, said.find(':'));
+        const bool isFlag =
+            std::any_of(switches.begin(), switches.end(), [&](const Switch& s) { return s.name == option; });
+        Refuse(option + (isFlag ? " takes no value" : " needs a value"));
+    } catch (const CLI::ParseError& error) {
+        Refuse(error.what());
+    }
+    if (const auto unknown = app->remaining(); !unknown.empty())
+        Refuse("there is no option '" + unknown.front() + "'");
+    if (stop != end) {
+        if (rest == nullptr) Refuse("there is no option '--'");
+        rest->emplace(stop + 1, end);
+    }
+    for (const auto& option : options) {
+        if (app->count(option->name) == 0) continue;
+        if (option->word.empty() || option->word.rfind("--", 0) == 0) Refuse(option->name + " needs a value");
+        *option->place = option->word;
+    }
+    for (const Switch& s : switches) *s.place = app->count(s.name) > 0;
+}
+
+int CommandLine::Integer(const std::string& option, const std::string& word, int lowest, int highest) const
+{
+    int number = 0;
+    if (!ReadNumber(std::string_view(word), number) || number < lowest || number > highest)
+        Refuse(option + " takes a whole number from " + std::to_string(lowest) + " to " +
+               std::to_string(highest) + ", not '" + word + "'");
+    return number;
+}
+
+void CommandLine::Refuse(const std::string& problem) const
+{
+    Complain(tool, problem);
+    std::exit(2);
+}
+
+std::string Wrapped(const std::string& text)
+{
+    const std::size_t width = 84;
+    std::string all, word;
+    std::size_t column = 0;
+    for (std::istringstream words(text); words >> word;) {
+        const bool breaks = column + 1 + word.size() > width;
+        if (column > 0) all += breaks ? '\n' : ' ';
+        column = breaks || column == 0 ? word.size() : column + 1 + word.size();
+        all += word;
+    }
+    return all;
+}
+
+void Complain(const std::string& tool, const std::string& problem)
+{
+    std::fprintf(stderr, "%s: %s\n", tool.c_str(), Printable(problem).c_str());
+}
+
+bool FlushOutput(const std::string& tool)
+{
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
+    Complain(tool, "cannot write to standard output");
+    return false;
+}
+
+int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
+            int withoutMemory)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s: not enough memory\n", tool.c_str());
+        return withoutMemory;
+    }
+}
+
+} // namespace telvane

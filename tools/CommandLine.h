@@ -1,0 +1,89 @@
+// Command lines of the tools: options that start with "--", by CLI11, which hands over words; numbers are
+// read from them by ReadNumber, exactly and in every locale. What is wrong is said in one line.
+#ifndef TOOLS_COMMANDLINE_H
+#define TOOLS_COMMANDLINE_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace telvane {
+
+/// Options are told to it, with the places that they are read into; then it reads a command line.
+class CommandLine {
+public:
+    /// \param tool         its name, for messages
+    /// \param description  stands above the options in what --help prints
+    /// \param footer       stands below them
+    CommandLine(const std::string& tool, const std::string& description, const std::string& footer);
+    ~CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    /// An option with one word behind it, or after "=": not an empty one, and after a blank none that looks
+    /// like an option. A repeated option replaces the earlier one.
+    /// \param name     "--out"
+    /// \param unit     what --help calls the word, "FILE"
+    /// \param meaning  what it says about it
+    /// \param word     empty where the option is not given
+    /// \param group    heading that --help puts above it
+    void Word(const std::string& name, const std::string& unit, const std::string& meaning,
+              std::optional<std::string>& word, const std::string& group = "Options");
+
+    /// An option without a word.
+    void Flag(const std::string& name, const std::string& meaning, bool& given,
+              const std::string& group = "Options");
+
+    /// Takes the words behind the first "--" as they are. Without this call there must be none.
+    /// \param words  empty where "--" is not there
+    void Rest(std::optional<std::vector<std::string>>& words);
+
+    /// Reads the command line. Answers --help, --version and what cannot be read by itself, and then does not
+    /// return.
+    void Read(int argc, char** argv);
+
+    /// A word as a whole number within limits, or it is refused.
+    int Integer(const std::string& option, const std::string& word, int lowest, int highest) const;
+
+    /// Says in one line what is wrong with the command line and ends the program with status 2.
+    [[noreturn]] void Refuse(const std::string& problem) const;
+
+private:
+    struct Option {
+        std::string name;
+        std::string word;
+        std::optional<std::string>* place;
+    };
+    struct Switch {
+        std::string name;
+        bool* place;
+    };
+    const std::string tool;
+    std::unique_ptr<CLI::App> app;
+    std::vector<std::unique_ptr<Option>> options;
+    std::vector<Switch> switches;
+    std::optional<std::vector<std::string>>* rest = nullptr;
+};
+
+/// Breaks a text into lines that stand beside the options.
+std::string Wrapped(const std::string& text);
+
+/// One line on standard error behind the tool's name, whatever the bytes of the text.
+void Complain(const std::string& tool, const std::string& problem);
+
+/// Writes what standard output still holds.
+/// \return whether all of it went out; if not, that has been said
+bool FlushOutput(const std::string& tool);
+
+/// The body of a tool's main: without memory it says so in one line and returns `withoutMemory`.
+int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
+            int withoutMemory = 1);
+
+} // namespace telvane
+
+#endif
