@@ -1,7 +1,10 @@
-// The report of a run: which of its files can be shown, and the page that shows them.
+// The report of a run: what really moved, whether the answer can be trusted, and the page that says so.
 #ifndef REPORT_REPORT_H
 #define REPORT_REPORT_H
 
+#include <diagnosis/Diagnosis.h>
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,11 +13,16 @@ namespace telvane {
 struct ReportOptions {
     std::string folder = "."; ///< of the run: detected.jpg and the 16-bit pictures
     std::string frames;       ///< folder of img1.bmp or img1.jpg and so on; empty: that of the run
-    int count = 0;            ///< frames of the run; 0: as many as there are without a gap
+    int count = 0;            ///< frames of the run; 0: those of its arguments, or as many as are there
     int apart = 30;           ///< see FindSummits
+    std::optional<RunArguments> arguments; ///< of the run, where they are known
+    RunOutcome
+        outcome; ///< what the program said; without any of it, it is computed from frames and arguments
+    std::vector<int> lost; ///< see RunSeen::lost
 };
 
 struct Report {
+    Diagnosis diagnosis;
     std::string html; ///< the page; empty where nothing could be shown
     /// A line for each file that cannot be shown or may be another run's.
     std::vector<std::string> problems;
