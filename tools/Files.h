@@ -11,9 +11,15 @@ namespace telvane {
 std::string ReadWhole(const std::string& name, std::string& bytes);
 
 /// Writes the whole file or leaves the one that is there as it is: into a temporary file beside it, which
-/// then takes its name.
+/// then takes its name. SIGINT, SIGTERM and SIGHUP wait until that is done; what a writer that was killed
+/// otherwise has left is removed by the next one for that name.
+/// Of a symbolic link, that is done where it leads. A pipe or a character device is written into; what is
+/// neither, and no regular file, is refused.
 /// \return nothing, or why it could not be written, in the system's words
 std::string WriteWhole(const std::string& name, const std::string& bytes);
+
+/// Whether both names lead to one file that is there.
+bool SameFile(const std::string& a, const std::string& b);
 
 } // namespace telvane
 

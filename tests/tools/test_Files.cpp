@@ -6,10 +6,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <string>
+#include <thread>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 using namespace telvane;
 
@@ -89,6 +95,157 @@ TEST(Files, WhyAFileCannotBeWrittenIsSaid)
     fs::create_directory(folder / "folder");
     EXPECT_EQ(WriteWhole(folder / "folder", "x"), "Is a directory");
     EXPECT_EQ(Entries(folder), 1);
+}
+
+TEST(Files, ALinkStaysAndWhatItLeadsToIsReplaced)
+{
+    TemporaryFolder folder;
+    fs::create_directory(folder / "there");
+    folder.Write("there/file", "the old one");
+    fs::create_symlink("there/file", folder / "link");
+    fs::create_symlink(folder / "link", folder / "further");
+    fs::create_symlink("there/new", folder / "to nothing yet");
+    EXPECT_EQ(WriteWhole(folder / "further", "one"), "");
+    EXPECT_EQ(folder.Read("there/file"), "one");
+    EXPECT_EQ(WriteWhole(folder / "to nothing yet", "two"), "");
+    EXPECT_EQ(folder.Read("there/new"), "two");
+    for (const char* link : {"link", "further", "to nothing yet"})
+        EXPECT_TRUE(fs::is_symlink(folder / link)) << link;
+
+    fs::create_symlink("round", folder / "round");
+    EXPECT_EQ(WriteWhole(folder / "round", "x"), "Too many levels of symbolic links");
+    EXPECT_TRUE(fs::is_symlink(folder / "round"));
+    EXPECT_EQ(Entries(folder), 5);
+}
+
+TEST(Files, APipeIsWrittenIntoAndStaysOne)
+{
+    TemporaryFolder folder;
+    const std::string pipe = folder / "pipe", bytes(300000, 'x');
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(WriteWhole(pipe, bytes), "nobody reads from it");
+
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    std::size_t came = 0;
+    std::string problem = "not yet";
+    std::thread writer([&] { problem = WriteWhole(pipe, bytes); });
+    for (int i = 0; i < 5000 && came < bytes.size(); i++) {
+        char part[4096];
+        const ssize_t n = read(reader, part, sizeof part);
+        if (n > 0) came += static_cast<std::size_t>(n);
+        else std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    writer.join();
+    EXPECT_EQ(problem, "");
+    EXPECT_EQ(came, bytes.size());
+
+    // A reader who goes away in the middle is said, and ends nobody.
+    std::thread leaver([reader] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        close(reader);
+    });
+    EXPECT_EQ(WriteWhole(pipe, bytes), "Broken pipe");
+    leaver.join();
+    EXPECT_TRUE(fs::is_fifo(pipe));
+    EXPECT_EQ(Entries(folder), 1);
+}
+
+TEST(Files, ADeviceIsWrittenIntoAndStaysOne)
+{
+    TemporaryFolder folder;
+    const std::string device = folder / "null";
+    if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0) GTEST_SKIP() << "takes root's rights";
+    const std::string problem = WriteWhole(device, "bytes");
+    if (problem == "Permission denied") GTEST_SKIP() << "devices do not work in " << folder.Path();
+    EXPECT_EQ(problem, "");
+    EXPECT_TRUE(fs::is_character_file(device));
+    EXPECT_EQ(Entries(folder), 1);
+}
+
+TEST(Files, LongNamesAreWritten)
+{
+    TemporaryFolder folder;
+    const std::string name(255, 'n');
+    EXPECT_EQ(WriteWhole(folder / name, "x"), "");
+    EXPECT_EQ(folder.Read(name), "x");
+    EXPECT_EQ(WriteWhole(folder / (name + "n"), "x"), "File name too long");
+    EXPECT_EQ(Entries(folder), 1);
+}
+
+TEST(Files, WhatAKilledWriterLeftGoesWithTheNextOne)
+{
+    TemporaryFolder folder;
+    folder.Write(".file.telvane-abcdef", "left");
+    folder.Write(".file.telvane-ABC123", "of a writer who is at it");
+    folder.Write(".file.telvane-abcdefg", "another name");
+    folder.Write(".file2.telvane-abcdef", "left by a writer of another file");
+    folder.Write("file.telvane-abcdef", "another name");
+    const int busy = open((folder / ".file.telvane-ABC123").c_str(), O_RDWR);
+    ASSERT_EQ(flock(busy, LOCK_EX), 0);
+    EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
+    EXPECT_FALSE(folder.Has(".file.telvane-abcdef"));
+    EXPECT_TRUE(folder.Has(".file.telvane-ABC123"));
+    EXPECT_EQ(Entries(folder), 5);
+    close(busy);
+    EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
+    EXPECT_EQ(Entries(folder), 4);
+}
+
+TEST(Files, AWriterThatIsEndedLeavesAWholeFileAndNothingElse)
+{
+    const std::string versions[] = {std::string(700000, 'a'), std::string(900000, 'b')};
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGKILL})
+        for (int after = 0; after < 12; after++) {
+            TemporaryFolder folder;
+            folder.Write("file", versions[0]);
+            const pid_t child = fork();
+            ASSERT_GE(child, 0);
+            if (child == 0)
+                for (int i = 0;; i++)
+                    if (!WriteWhole(folder / "file", versions[i % 2]).empty()) _exit(1);
+            std::this_thread::sleep_for(std::chrono::microseconds(1500 + 700 * after));
+            kill(child, signal);
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+            if (signal != SIGKILL) {
+                EXPECT_EQ(Entries(folder), 1) << signal << ' ' << after;
+            }
+            const std::string file = folder.Read("file");
+            EXPECT_TRUE(file == versions[0] || file == versions[1]) << file.size();
+            EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
+            EXPECT_EQ(Entries(folder), 1);
+        }
+}
+
+TEST(Files, WritersOfOneFileDoNotDisturbEachOther)
+{
+    TemporaryFolder folder;
+    const std::string versions[] = {std::string(5000, 'a'), std::string(9000, 'b'), std::string(2000, 'c')};
+    std::vector<std::thread> writers;
+    int failures[3] = {};
+    for (std::size_t w = 0; w < 3; w++)
+        writers.emplace_back([&, w] {
+            for (int i = 0; i < 60; i++) failures[w] += !WriteWhole(folder / "file", versions[w]).empty();
+        });
+    for (std::thread& writer : writers) writer.join();
+    for (const int count : failures) EXPECT_EQ(count, 0);
+    EXPECT_EQ(std::count(std::begin(versions), std::end(versions), folder.Read("file")), 1);
+    EXPECT_EQ(Entries(folder), 1);
+}
+
+TEST(Files, TheSameFileUnderAnyName)
+{
+    TemporaryFolder folder;
+    folder.Write("file", "x");
+    folder.Write("other", "x");
+    fs::create_symlink("file", folder / "link");
+    fs::create_hard_link(folder / "file", folder / "second name");
+    EXPECT_TRUE(SameFile(folder / "file", folder / "./link"));
+    EXPECT_TRUE(SameFile(folder / "file", folder / "second name"));
+    EXPECT_FALSE(SameFile(folder / "file", folder / "other"));
+    EXPECT_FALSE(SameFile(folder / "missing", folder / "missing"));
 }
 
 } // namespace
