@@ -42,7 +42,8 @@ const JobOption jobOptions[] = {
      "camera frame that becomes img1.bmp; 10 gives the frames that Telvane keeps from the simulated camera"},
 };
 
-const char outMeaning[] = "folder for img1.bmp, img2.bmp, ...; made if missing (.)";
+const char outMeaning[] = "folder for img1.bmp, img2.bmp, ...; made if missing (the current\n"
+                          "folder, where there are none yet)";
 const char previewMeaning[] = "instead of the frames, the first of them as one PNG file in colour with the "
                               "centre, radii, teeth, region and "
                               "sense of rotation marked and named as Telvane's arguments; a file whose name "
@@ -163,6 +164,7 @@ Job ReadArguments(int argc, char** argv)
     line.Read(argc, argv);
 
     Job job;
+    job.outNamed = out.has_value();
     if (out) job.out = *out;
     for (std::size_t i = 0; i < jobWords.size(); i++)
         if (jobWords[i]) Read(line, *jobWords[i], jobOptions[i], job);

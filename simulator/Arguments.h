@@ -13,8 +13,9 @@ struct Job {
     WheelScene scene;
     int count = 15, first = 0;
     int period1 = 1, period2 = 1;
-    std::string out = ".";
-    std::string preview; ///< where to, empty: the frames are written
+    std::string out = "."; ///< folder of the frames
+    bool outNamed = false; ///< or else frames that are there stay
+    std::string preview;   ///< where to, empty: the frames are written
 };
 
 /// Says in one line what is wrong with the command line and ends the program with status 2.

@@ -51,6 +51,15 @@ int WritePreview(const Job& job, const Geometry& geometry)
     return 0;
 }
 
+/// Whether there is an img1.bmp or the like in the current folder.
+bool HasFrames()
+{
+    std::error_code ignored;
+    for (int i = 1; i <= maxFrames; i++)
+        if (std::filesystem::exists("img" + std::to_string(i) + ".bmp", ignored)) return true;
+    return false;
+}
+
 /// \return 0, or 1 after a message if a frame could not be written
 int WriteFrames(const Job& job)
 {
@@ -68,8 +77,10 @@ int WriteFrames(const Job& job)
             return 1;
         }
     }
-    std::printf("Wrote %d frames (camera frames %d to %d) to %s\n", job.count, job.first, frame,
-                job.out.c_str());
+    if (job.count == 1) std::printf("Wrote 1 frame (camera frame %d) to %s\n", frame, job.out.c_str());
+    else
+        std::printf("Wrote %d frames (camera frames %d to %d) to %s\n", job.count, job.first, frame,
+                    job.out.c_str());
     return 0;
 }
 
@@ -117,6 +128,9 @@ int Run(int argc, char** argv)
     std::string problem = WheelProblem(job.scene);
     if (problem.empty()) problem = Measure(job.scene, geometry);
     if (!problem.empty()) Refuse(problem);
+    if (job.preview.empty() && !job.outNamed && HasFrames())
+        Refuse("the current folder has frames already: name another by --out, or this one by --out . to "
+               "replace them");
 
     if ((job.preview.empty() ? WriteFrames(job) : WritePreview(job, geometry)) != 0) return 1;
     Tell(job, geometry);

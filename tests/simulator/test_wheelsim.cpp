@@ -77,6 +77,27 @@ TEST_F(Wheelsim, WritesTheFramesOfTheScene)
     }
 }
 
+TEST_F(Wheelsim, FramesOfTheCurrentFolderAreReplacedOnlyWhenItIsNamed)
+{
+    const Words bare = {WHEELSIM_PATH, "--count", "1"};
+    const Finished first = ::Run(bare, folder.Path());
+    EXPECT_EQ(first.status, 0) << first.err;
+    EXPECT_EQ(first.out.substr(0, first.out.find('\n')), "Wrote 1 frame (camera frame 0) to .");
+    fs::rename(folder / "img1.bmp", folder / "img50.bmp");
+
+    const Finished second = ::Run(bare, folder.Path());
+    EXPECT_EQ(second.status, 2);
+    EXPECT_EQ(second.out, "");
+    EXPECT_EQ(second.err,
+              "wheelsim: the current folder has frames already: name another by --out, or this one by "
+              "--out . to replace them\n");
+    EXPECT_FALSE(folder.Has("img1.bmp"));
+
+    const Finished third = ::Run(Join({bare, {"--out", "."}}), folder.Path());
+    EXPECT_EQ(third.status, 0) << third.err;
+    EXPECT_TRUE(folder.Has("img1.bmp"));
+}
+
 TEST_F(Wheelsim, PrintsTheCentreAndTheCommandLines)
 {
     const Finished run = Run("--count 1");
