@@ -1,0 +1,663 @@
+// From pairs of frames to the centre that a wheel turns about.
+//
+// Frames are first looked at coarsely: what changes in them, by which angle each follows the one before, and
+// about which centre. Pairs that lie further and further apart, started from there, sharpen the centre, and
+// the widest are fitted once more at full resolution, the leaning of the axis included.
+#include <diagnosis/Rotation.h>
+
+#include <diagnosis/PairFit.h>
+#include <diagnosis/Scaled.h>
+
+#include <Kavrix/inner/KXclones.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <numbers>
+#include <optional>
+
+namespace telvane {
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+constexpr double widestAngle = 0.5; ///< radians between the frames of a pair
+constexpr double quantum = 0.29;    ///< deviation that rounding to whole grey levels has
+constexpr int pairsOfGap = 3;
+
+double MedianOf(std::vector<double> values)
+{
+    if (values.empty()) return 0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    if (values.size() % 2 != 0) return *middle;
+    return (*middle + *std::max_element(values.begin(), middle)) / 2;
+}
+
+Eigen::Vector2d MedianOf(const std::vector<Eigen::Vector2d>& places)
+{
+    std::vector<double> x, y;
+    for (const auto& p : places) {
+        x.push_back(p.x());
+        y.push_back(p.y());
+    }
+    return {MedianOf(x), MedianOf(y)};
+}
+
+/// Read noise in grey levels, from what the mask 1 -2 1, -2 4 -2, 1 -2 1 leaves of the difference of two
+/// frames: neither light nor rows of their own noise pass it, and edges are few.
+/// J. Immerkaer, "Fast Noise Variance Estimation", Computer Vision and Image Understanding 64 (1996),
+/// pp. 300-302; the median instead of the mean.
+double NoiseBetween(const CubByte& frames, int one, int other, const Region& box)
+{
+    std::vector<int> found;
+    for (int y = box.top + 1; y < box.top + box.height - 1; y += 3) {
+        for (int x = box.left + 1; x < box.left + box.width - 1; x += 3) {
+            const auto d = [&](int dx, int dy) {
+                return int{frames(x + dx, y + dy, other)} - int{frames(x + dx, y + dy, one)};
+            };
+            found.push_back(std::abs(d(-1, -1) + d(1, -1) + d(-1, 1) + d(1, 1) -
+                                     2 * (d(0, -1) + d(0, 1) + d(-1, 0) + d(1, 0)) + 4 * d(0, 0)));
+        }
+    }
+    if (found.empty()) return 0;
+    const auto middle = found.begin() + static_cast<std::ptrdiff_t>(found.size() / 2);
+    std::nth_element(found.begin(), middle, found.end());
+    return *middle / (0.6745 * 6 * std::numbers::sqrt2);
+}
+
+/// By which the deviation of noise shrinks in `Scale`.
+double Smoothing(int step) { return step == 1 ? 0.375 : step == 2 ? 0.273 : 0.137; }
+
+/// Two frames, by their number, and what was fitted to them.
+struct Pair {
+    int first = 0, second = 0;
+    PairFit fit;
+    Eigen::Vector2d centre = Eigen::Vector2d::Zero(); ///< in the frame
+    Eigen::Vector2d variance = Eigen::Vector2d::Zero();
+    bool agrees = false;
+};
+
+class Search {
+public:
+    Search(const CubByte& sequence, const std::vector<int>& frameTimes, const RotationStart& given,
+           const std::vector<Region>& masks)
+        : frames(sequence), times(frameTimes), start(given), count(sequence.dim3)
+    {
+        sight.pivot = {start.centre.x, start.centre.y};
+        sight.masks = masks;
+        step = start.outerR >= 140 ? 4 : start.outerR >= 70 ? 2 : 1;
+        sight.radius = 1.45 * start.outerR + std::min(40.0, start.outerR / 2);
+    }
+
+    RotationFit Run();
+
+private:
+    bool Prepare();
+    void FindActive();
+    bool Active(double x, double y) const;
+    Points Edges(const Scaled& first) const;
+    Points Everywhere(const Scaled& first) const;
+    void MakePolar();
+    double PolarAngle(int one, int other) const;
+    void Follow();
+    void Centre();
+    std::vector<Pair> OfGap(int gap) const;
+    void Fit(Pair& pair, const Scaled& first, const Scaled& second, const PairModel& model) const;
+    PairModel Model(int resolution) const;
+    Eigen::Vector2d Agree(std::vector<Pair>& pairs) const;
+    void FindReach(const Pair& pair);
+    Place Gradients(int frame) const;
+
+    const CubByte& frames;
+    const std::vector<int>& times;
+    const RotationStart& start;
+    int count;
+    int step;
+    Sight sight;
+    Region box{0, 0, 0, 0};
+    double noise = quantum;
+    std::vector<Scaled> coarse;
+    std::vector<double> light;         ///< by which each coarse frame is brighter than the first
+    std::vector<unsigned char> active; ///< of each pixel of a coarse frame: it changes during the run
+
+    static constexpr int directions = 1024, rings = 24;
+    std::vector<std::vector<float>> polar; ///< of each frame, rings of directions about the start
+    std::vector<unsigned char> polarActive;
+
+    std::vector<Pair> steps;     ///< from each frame to the next
+    std::vector<double> angles;  ///< of each frame against the first
+    std::vector<bool> disturbed; ///< the step does not turn about the centre: something jumped
+    double perTime = 0;          ///< angle per unit of time
+};
+
+bool Search::Prepare()
+{
+    const int reach = static_cast<int>(std::ceil(sight.radius)) + 4 * step;
+    const int left = std::max(0, static_cast<int>(std::floor(start.centre.x)) - reach);
+    const int top = std::max(0, static_cast<int>(std::floor(start.centre.y)) - reach);
+    const int right = std::min(frames.dim1, static_cast<int>(std::ceil(start.centre.x)) + reach);
+    const int bottom = std::min(frames.dim2, static_cast<int>(std::ceil(start.centre.y)) + reach);
+    box = {left, top, right - left, bottom - top};
+    if (box.width < 16 * step || box.height < 16 * step) return false;
+
+    std::vector<double> noises;
+    for (const int k : {0, (count - 1) / 2, count - 2})
+        if (const double n = NoiseBetween(frames, k, k + 1, box); n > 0) noises.push_back(n);
+    noise = std::max(quantum, MedianOf(noises));
+    for (int k = 0; k < count; k++) coarse.push_back(Scale(frames, k, box, step));
+    FindActive();
+    return true;
+}
+
+void Search::FindActive()
+{
+    const int w = coarse[0].grey.dim1, h = coarse[0].grey.dim2;
+    const auto size = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
+    std::vector<float> sum(size), squares(size);
+    double first = 0;
+    for (int k = 0; k < count; k++) {
+        const float* grey = coarse[static_cast<std::size_t>(k)].grey.p_f_data;
+        double mean = 0;
+        for (std::size_t i = 0; i < size; i++) mean += static_cast<double>(grey[i]);
+        if (k == 0) first = mean;
+        light.push_back(first > 0 && mean > 0 ? mean / first : 1);
+        const auto scale = static_cast<float>(1 / light.back());
+        const float* base = coarse[0].grey.p_f_data;
+        for (std::size_t i = 0; i < size; i++) {
+            const float d = grey[i] * scale - base[i];
+            sum[i] += d;
+            squares[i] += d * d;
+        }
+    }
+    const auto n = static_cast<float>(count);
+    for (std::size_t i = 0; i < size; i++) squares[i] = (squares[i] - sum[i] * sum[i] / n) / (n - 1);
+
+    const double deviation = noise * Smoothing(step);
+    const double bound = std::max(0.25, deviation * deviation * (1 + 6 / std::sqrt(count - 1.0)));
+    active.assign(size, 0);
+    for (int y = 1; y < h - 1; y++) {
+        for (int x = 1; x < w - 1; x++) {
+            const auto at =
+                static_cast<std::size_t>(y) * static_cast<std::size_t>(w) + static_cast<std::size_t>(x);
+            float around = 0;
+            for (const std::size_t row :
+                 {at - static_cast<std::size_t>(w), at, at + static_cast<std::size_t>(w)})
+                around += squares[row - 1] + squares[row] + squares[row + 1];
+            active[at] = static_cast<double>(around) > 9 * bound;
+        }
+    }
+}
+
+bool Search::Active(double x, double y) const
+{
+    const int column = static_cast<int>((x - box.left) / step + 0.5);
+    const int row = static_cast<int>((y - box.top) / step + 0.5);
+    const MatFloat& grey = coarse[0].grey;
+    if (column < 0 || row < 0 || column >= grey.dim1 || row >= grey.dim2) return false;
+    return active[static_cast<std::size_t>(row) * static_cast<std::size_t>(grey.dim1) +
+                  static_cast<std::size_t>(column)] != 0;
+}
+
+/// Where the frame has edges among what changes.
+Points Search::Edges(const Scaled& first) const
+{
+    const double deviation = noise * Smoothing(first.step);
+    const auto slopeOf = [&](const float* p, int rows) {
+        const float x = (p[1] - p[-1]) * 0.5F, y = (p[rows] - p[-rows]) * 0.5F;
+        return Eigen::Vector2f(x, y);
+    };
+    const int rows = first.grey.step2;
+    const double size = std::max(start.outerR / 8, 8.0 * first.step);
+    const double r = sight.radius;
+    const float least = static_cast<float>(std::max(4 * deviation * deviation, 0.5));
+    const int most = first.step == 1 ? 60000 : 20000;
+
+    // What is too much is left out from the weakest edges on.
+    const auto each = [&](const auto& visit) {
+        const double left = std::max<double>(sight.pivot.x() - r, first.left + first.step);
+        const double top = std::max<double>(sight.pivot.y() - r, first.top + first.step);
+        const double right = std::min(sight.pivot.x() + r, first.left + first.step * (first.grey.dim1 - 2.0));
+        const double bottom = std::min(sight.pivot.y() + r, first.top + first.step * (first.grey.dim2 - 2.0));
+        for (double y0 = top; y0 < bottom; y0 += size) {
+            for (double x0 = left; x0 < right; x0 += size) {
+                const auto from = [&](double v, int o) {
+                    return static_cast<int>(std::ceil((v - o) / first.step));
+                };
+                for (int y = from(y0, first.top); y < from(std::min(y0 + size, bottom), first.top); y++) {
+                    const int endX = from(std::min(x0 + size, right), first.left);
+                    for (int x = from(x0, first.left); x < endX; x++) {
+                        const float* p = first.grey.p_f_data + y * rows + x;
+                        const Eigen::Vector2f slope = slopeOf(p, rows);
+                        if (slope.squaredNorm() < least) continue;
+                        visit(first.left + first.step * x, first.top + first.step * y, *p, slope, false);
+                    }
+                }
+                visit(0, 0, 0.0F, Eigen::Vector2f(0, 0), true);
+            }
+        }
+    };
+    std::vector<int> histogram(1024);
+    const auto rank = [](float s2) { return std::min(1023, static_cast<int>(4 * std::sqrt(s2))); };
+    const auto wanted = [&](int x, int y) {
+        const double dx = x - sight.pivot.x(), dy = y - sight.pivot.y();
+        return dx * dx + dy * dy <= r * r && Active(x, y) &&
+               !sight.Masked(static_cast<float>(x), static_cast<float>(y));
+    };
+    each([&](int x, int y, float, const Eigen::Vector2f& slope, bool end) {
+        if (!end && wanted(x, y)) histogram[static_cast<std::size_t>(rank(slope.squaredNorm()))]++;
+    });
+    int lowest = 1023, sum = 0;
+    while (lowest > 0 && sum + histogram[static_cast<std::size_t>(lowest)] <= most)
+        sum += histogram[static_cast<std::size_t>(lowest--)];
+
+    Points points;
+    const auto scale = 1 / static_cast<float>(first.step);
+    each([&](int x, int y, float grey, const Eigen::Vector2f& slope, bool end) {
+        if (end) {
+            if (points.Count() > (points.ends.empty() ? 0 : points.ends.back()))
+                points.ends.push_back(points.Count());
+            return;
+        }
+        if (rank(slope.squaredNorm()) < lowest || !wanted(x, y)) return;
+        points.x.push_back(static_cast<float>(x - sight.pivot.x()));
+        points.y.push_back(static_cast<float>(y - sight.pivot.y()));
+        points.grey.push_back(grey);
+        points.slopeX.push_back(slope.x() * scale);
+        points.slopeY.push_back(slope.y() * scale);
+    });
+    return points;
+}
+
+/// The whole disc.
+Points Search::Everywhere(const Scaled& first) const
+{
+    Points points;
+    const double r = sight.radius;
+    const int cell = std::max(8, static_cast<int>(r / (4 * first.step)));
+    const int w = first.grey.dim1, h = first.grey.dim2;
+    for (int y0 = 1; y0 < h - 2; y0 += cell) {
+        for (int x0 = 1; x0 < w - 2; x0 += cell) {
+            for (int y = y0; y < std::min(y0 + cell, h - 2); y++) {
+                for (int x = x0; x < std::min(x0 + cell, w - 2); x++) {
+                    const int px = first.left + first.step * x, py = first.top + first.step * y;
+                    const double dx = px - sight.pivot.x(), dy = py - sight.pivot.y();
+                    if (dx * dx + dy * dy > r * r) continue;
+                    if (sight.Masked(static_cast<float>(px), static_cast<float>(py))) continue;
+                    points.x.push_back(static_cast<float>(dx));
+                    points.y.push_back(static_cast<float>(dy));
+                    points.grey.push_back(first.grey(x, y));
+                }
+            }
+            if (points.Count() > (points.ends.empty() ? 0 : points.ends.back()))
+                points.ends.push_back(points.Count());
+        }
+    }
+    return points;
+}
+
+void Search::MakePolar()
+{
+    const double inner = 0.3 * start.outerR, outer = 1.4 * start.outerR;
+    polarActive.assign(static_cast<std::size_t>(rings * directions), 0);
+    polar.assign(coarse.size(), std::vector<float>(polarActive.size()));
+    for (int d = 0; d < directions; d++) {
+        const double c = std::cos(2 * pi * d / directions), s = std::sin(2 * pi * d / directions);
+        for (int ring = 0; ring < rings; ring++) {
+            const double r = inner + (outer - inner) * ring / (rings - 1);
+            const double x = sight.pivot.x() + r * c, y = sight.pivot.y() + r * s;
+            const auto px = static_cast<float>(x), py = static_cast<float>(y);
+            const auto at = static_cast<std::size_t>(ring * directions + d);
+            if (!coarse[0].Holds(px, py) || sight.Masked(px, py)) continue;
+            polarActive[at] = Active(x, y);
+            const MatFloat& grey = coarse[0].grey;
+            const double u = (x - box.left) / step, v = (y - box.top) / step;
+            const int column = static_cast<int>(u), row = static_cast<int>(v);
+            const auto fx = static_cast<float>(u - column), fy = static_cast<float>(v - row);
+            for (std::size_t k = 0; k < coarse.size(); k++) {
+                const float* p = coarse[k].grey.p_f_data + row * grey.step2 + column;
+                const float up = p[0] + fx * (p[1] - p[0]);
+                const float down = p[grey.step2] + fx * (p[grey.step2 + 1] - p[grey.step2]);
+                polar[k][at] = (up + fy * (down - up)) / static_cast<float>(light[k]);
+            }
+        }
+    }
+}
+
+KAVRIX_CLONES float SumOfDifferences(int n, const float* a, const float* weights, const float* b)
+{
+    float sums[8] = {};
+    for (int i = 0; i + 8 <= n; i += 8)
+        for (int j = 0; j < 8; j++) {
+            const float d = a[i + j] - b[i + j];
+            sums[j] += weights[i + j] * (d < 0 ? -d : d);
+        }
+    return sums[0] + sums[1] + sums[2] + sums[3] + sums[4] + sums[5] + sums[6] + sums[7];
+}
+
+/// The smallest angle by which one frame has to be turned about the start so that it looks much like the
+/// other, of those up to 18 degrees.
+double Search::PolarAngle(int one, int other) const
+{
+    const int range = directions / 20;
+    std::vector<double> cost(static_cast<std::size_t>(2 * range + 1));
+    std::vector<float> weights(directions), twice(2 * directions);
+    for (int ring = 0; ring < rings; ring++) {
+        const auto row = static_cast<std::size_t>(ring * directions);
+        for (std::size_t d = 0; d < directions; d++) weights[d] = polarActive[row + d];
+        const float* a = polar[static_cast<std::size_t>(one)].data() + row;
+        const float* b = polar[static_cast<std::size_t>(other)].data() + row;
+        std::copy(b, b + directions, twice.begin());
+        std::copy(b, b + directions, twice.begin() + directions);
+        for (int s = -range; s <= range; s++)
+            cost[static_cast<std::size_t>(s + range)] += static_cast<double>(
+                SumOfDifferences(directions, a, weights.data(), twice.data() + (s < 0 ? s + directions : s)));
+    }
+    const double best = *std::min_element(cost.begin(), cost.end()), usual = MedianOf(cost);
+    for (int s = 0; s <= range; s++) {
+        for (const int shift : {s, -s}) {
+            const auto at = static_cast<std::size_t>(shift + range);
+            if (cost[at] > usual - 0.7 * (usual - best)) continue;
+            if ((at > 0 && cost[at - 1] < cost[at]) || (at + 1 < cost.size() && cost[at + 1] < cost[at]))
+                continue;
+            return 2 * pi * shift / directions;
+        }
+    }
+    return 0;
+}
+
+PairModel Search::Model(int resolution) const
+{
+    PairModel model;
+    model.leastScale = noise * Smoothing(resolution) * std::numbers::sqrt2;
+    model.reach = std::min(start.outerR, sight.radius);
+    if (resolution == 1 && step > 1) {
+        model.rounds = 6;
+        model.enough = 0.002;
+    } else {
+        model.rounds = 12;
+        model.enough = 0.01;
+    }
+    return model;
+}
+
+void Search::Fit(Pair& pair, const Scaled& first, const Scaled& second, const PairModel& model) const
+{
+    pair.fit = FitPair(Edges(first), second, sight, pair.fit.motion, model);
+    if (!pair.fit.solved || pair.fit.motion.angle == 0) return;
+    const double half = 0.5 / std::tan(pair.fit.motion.angle / 2);
+    Eigen::Matrix2d inverse;
+    inverse << 0.5, -half, half, 0.5;
+    pair.centre = sight.pivot + pair.fit.motion.Fixed();
+    pair.variance = (inverse * pair.fit.shiftCovariance * inverse.transpose()).diagonal();
+}
+
+/// By which angle each frame follows the one before.
+void Search::Follow()
+{
+    MakePolar();
+    const PairModel model = Model(step);
+    int base = 0;
+    for (int k = 0; k + 1 < count; k++) {
+        const int time = times[static_cast<std::size_t>(k) + 1] - times[static_cast<std::size_t>(k)];
+        if (base == 0 || time < base) base = time;
+    }
+    steps.assign(static_cast<std::size_t>(count - 1), {});
+    for (const bool later : {false, true}) {
+        std::vector<double> rates;
+        for (int k = 0; k + 1 < count; k++) {
+            Pair& pair = steps[static_cast<std::size_t>(k)];
+            pair.first = k;
+            pair.second = k + 1;
+            const int time = times[static_cast<std::size_t>(k) + 1] - times[static_cast<std::size_t>(k)];
+            if ((time != base) != later) continue;
+            pair.fit.motion.angle = later ? perTime * time : PolarAngle(k, k + 1);
+            Fit(pair, coarse[static_cast<std::size_t>(k)], coarse[static_cast<std::size_t>(k) + 1], model);
+            rates.push_back(pair.fit.motion.angle / time);
+        }
+        if (!later) perTime = MedianOf(rates);
+    }
+}
+
+/// The centre about which most steps turn, as the new pivot; and which of them do not.
+void Search::Centre()
+{
+    std::vector<Eigen::Vector2d> centres;
+    for (const Pair& pair : steps)
+        if (pair.fit.solved && std::abs(pair.fit.motion.angle) > 2 * pair.fit.angleSigma &&
+            std::abs(pair.fit.motion.angle) > 0.25 * std::abs(perTime))
+            centres.push_back(pair.centre - sight.pivot);
+    disturbed.assign(steps.size(), false);
+    angles.assign(static_cast<std::size_t>(count), 0);
+    for (std::size_t k = 0; k < steps.size(); k++) angles[k + 1] = angles[k] + steps[k].fit.motion.angle;
+    if (centres.empty()) return;
+    Eigen::Vector2d centre = MedianOf(centres);
+
+    // What the shift of each step has beside a rotation about the centre, and the centre from those where
+    // that is small.
+    const auto turning = [](double angle) {
+        Eigen::Matrix2d m;
+        m << 1 - std::cos(angle), std::sin(angle), -std::sin(angle), 1 - std::cos(angle);
+        return m;
+    };
+    for (int round = 0; round < 4; round++) {
+        std::vector<double> sizes;
+        for (const Pair& pair : steps)
+            sizes.push_back((pair.fit.motion.shift - turning(pair.fit.motion.angle) * centre).norm());
+        const double bound =
+            std::max(5 * 1.4826 * MedianOf(sizes), 0.03 + 0.02 * std::abs(perTime) * start.outerR);
+        Eigen::Matrix2d normal = Eigen::Matrix2d::Zero();
+        Eigen::Vector2d right = Eigen::Vector2d::Zero();
+        for (std::size_t k = 0; k < steps.size(); k++) {
+            disturbed[k] = !steps[k].fit.solved || sizes[k] > bound;
+            if (disturbed[k]) continue;
+            const Eigen::Matrix2d m = turning(steps[k].fit.motion.angle);
+            normal += m.transpose() * m;
+            right += m.transpose() * steps[k].fit.motion.shift;
+        }
+        if (normal.determinant() < 1e-30) break;
+        centre = normal.inverse() * right;
+    }
+    // Never far out of sight.
+    const double most = 0.6 * start.outerR + 60;
+    if (centre.norm() > most) centre *= most / centre.norm();
+    sight.pivot += centre;
+}
+
+/// Pairs spread over the run, if possible without a disturbed step between their frames.
+std::vector<Pair> Search::OfGap(int gap) const
+{
+    std::vector<Pair> quiet, all;
+    for (int i = 0; i < count; i++) {
+        for (int j = i + 1; j < count; j++) {
+            if (times[static_cast<std::size_t>(j)] - times[static_cast<std::size_t>(i)] != gap) continue;
+            Pair pair;
+            pair.first = i;
+            pair.second = j;
+            pair.fit.motion.angle = angles[static_cast<std::size_t>(j)] - angles[static_cast<std::size_t>(i)];
+            bool jumps = false;
+            for (int k = i; k < j; k++) jumps = jumps || disturbed[static_cast<std::size_t>(k)];
+            all.push_back(pair);
+            if (!jumps) quiet.push_back(pair);
+        }
+    }
+    const std::vector<Pair>& from = quiet.size() >= 2 || quiet.size() == all.size() ? quiet : all;
+    if (from.size() <= pairsOfGap) return from;
+    std::vector<Pair> spread;
+    for (std::size_t n = 0; n < pairsOfGap; n++)
+        spread.push_back(from[n * (from.size() - 1) / (pairsOfGap - 1)]);
+    return spread;
+}
+
+/// Marks the pairs that turn about the same centre, and gives it.
+Eigen::Vector2d Search::Agree(std::vector<Pair>& pairs) const
+{
+    std::vector<Eigen::Vector2d> centres;
+    for (const Pair& pair : pairs)
+        if (pair.fit.solved) centres.push_back(pair.centre);
+    if (centres.empty()) return sight.pivot;
+    Eigen::Vector2d middle = MedianOf(centres);
+    Eigen::Vector2d sum = Eigen::Vector2d::Zero();
+    int n = 0;
+    for (Pair& pair : pairs) {
+        pair.agrees = pair.fit.solved;
+        for (int axis = 0; axis < 2; axis++)
+            if (std::abs(pair.centre(axis) - middle(axis)) > 0.5 + 5 * std::sqrt(pair.variance(axis)))
+                pair.agrees = false;
+        if (!pair.agrees) continue;
+        sum += pair.centre;
+        n++;
+    }
+    return n > 0 ? Eigen::Vector2d(sum / n) : middle;
+}
+
+/// How far the wheel reaches: beyond, the motion explains nothing.
+void Search::FindReach(const Pair& pair)
+{
+    const Differences differences =
+        Compare(Everywhere(coarse[static_cast<std::size_t>(pair.first)]),
+                coarse[static_cast<std::size_t>(pair.second)], sight, pair.fit.motion);
+    std::vector<double> sums;
+    double sum = 0;
+    for (const double gain : differences.gain) sums.push_back(sum += gain);
+    const double most = *std::max_element(sums.begin(), sums.end());
+    for (std::size_t ring = 0; ring < sums.size(); ring++) {
+        if (sums[ring] < 0.99 * most) continue;
+        sight.radius = std::min(sight.radius, 4.0 * static_cast<double>(ring + 1) + 4 + step);
+        return;
+    }
+}
+
+/// Roots of the summed squares of the slopes along each axis inside the wheel, without those of the noise.
+Place Search::Gradients(int frame) const
+{
+    double sumX = 0, sumY = 0;
+    const double r = sight.radius;
+    const int top = std::max(box.top + 1, static_cast<int>(sight.pivot.y() - r));
+    const int bottom = std::min(box.top + box.height - 2, static_cast<int>(sight.pivot.y() + r));
+    for (int y = top; y <= bottom; y++) {
+        const double across = std::sqrt(std::max(0.0, r * r - (y - sight.pivot.y()) * (y - sight.pivot.y())));
+        const int left = std::max(box.left + 1, static_cast<int>(sight.pivot.x() - across));
+        const int right = std::min(box.left + box.width - 2, static_cast<int>(sight.pivot.x() + across));
+        long rowX = 0, rowY = 0, n = 0;
+        for (int x = left; x <= right; x++) {
+            if (!sight.masks.empty() && sight.Masked(static_cast<float>(x), static_cast<float>(y))) continue;
+            const int dx = frames(x + 1, y, frame) - frames(x - 1, y, frame);
+            const int dy = frames(x, y + 1, frame) - frames(x, y - 1, frame);
+            rowX += dx * dx;
+            rowY += dy * dy;
+            n++;
+        }
+        sumX += static_cast<double>(rowX) / 4 - static_cast<double>(n) * noise * noise / 2;
+        sumY += static_cast<double>(rowY) / 4 - static_cast<double>(n) * noise * noise / 2;
+    }
+    return {std::sqrt(std::max(sumX, 1.0)), std::sqrt(std::max(sumY, 1.0))};
+}
+
+RotationFit Search::Run()
+{
+    RotationFit result;
+    result.centre = start.centre;
+    if (!Prepare()) return result;
+    Follow();
+    Centre();
+    if (perTime == 0) return result;
+
+    // Growing gaps, while they hold.
+    std::vector<int> gaps;
+    for (int i = 0; i < count; i++)
+        for (int j = i + 1; j < count; j++)
+            gaps.push_back(times[static_cast<std::size_t>(j)] - times[static_cast<std::size_t>(i)]);
+    std::sort(gaps.begin(), gaps.end());
+    const auto have = [&](int gap) { return std::count(gaps.begin(), gaps.end(), gap); };
+    std::vector<Pair> widest;
+    int gap = gaps.front();
+    const PairModel model = Model(step);
+    for (;;) {
+        std::vector<Pair> pairs = OfGap(gap);
+        for (Pair& pair : pairs)
+            Fit(pair, coarse[static_cast<std::size_t>(pair.first)],
+                coarse[static_cast<std::size_t>(pair.second)], model);
+        const Eigen::Vector2d centre = Agree(pairs);
+        const auto agreeing =
+            std::count_if(pairs.begin(), pairs.end(), [](const Pair& p) { return p.agrees; });
+        const double away = (centre - sight.pivot).norm();
+        if (!widest.empty() &&
+            (agreeing * 2 <= static_cast<long>(pairs.size()) || away > 0.05 * start.outerR))
+            break;
+        std::erase_if(pairs, [](const Pair& p) { return !p.agrees; });
+        if (pairs.empty()) break;
+        for (Pair& pair : pairs) pair.fit.motion.shift = Eigen::Vector2d::Zero();
+        widest = pairs;
+        result.gap = gap;
+        if (away < 0.3 * start.outerR) sight.pivot = centre;
+        const auto next = std::find_if(gaps.begin(), gaps.end(), [&](int g) {
+            return g >= 2 * gap && have(g) >= 2 && g * std::abs(perTime) <= widestAngle;
+        });
+        if (next == gaps.end()) break;
+        gap = *next;
+    }
+    if (widest.empty()) return result;
+    FindReach(widest.front());
+
+    // Once more in full.
+    PairModel full = Model(1);
+    full.leaning = true;
+    for (Pair& pair : widest)
+        Fit(pair, Scale(frames, pair.first, box, 1), Scale(frames, pair.second, box, 1), full);
+    const Eigen::Vector2d centre = Agree(widest);
+    std::erase_if(widest, [](const Pair& p) { return !p.agrees; });
+    if (widest.empty()) return result;
+    result.pairs = static_cast<int>(widest.size());
+    result.centre = {centre.x(), centre.y()};
+
+    const double n = result.pairs;
+    Eigen::Vector2d variance = Eigen::Vector2d::Zero(), scatter = Eigen::Vector2d::Zero();
+    std::vector<double> rates;
+    double angleSigma = 0, still = 0, moved = 0;
+    for (const Pair& pair : widest) {
+        variance += pair.variance / (n * n);
+        scatter += (pair.centre - centre).cwiseAbs2() / std::max(1.0, (n - 1) * n);
+        rates.push_back(pair.fit.motion.angle / result.gap);
+        angleSigma = std::max(angleSigma, pair.fit.angleSigma);
+        const Differences d = Compare(Everywhere(coarse[static_cast<std::size_t>(pair.first)]),
+                                      coarse[static_cast<std::size_t>(pair.second)], sight, pair.fit.motion);
+        still += d.still;
+        moved += d.moved;
+    }
+    const double rate = MedianOf(rates), angle = std::abs(rate) * result.gap;
+    result.degreesPerFrame = rate * 180 / pi;
+    result.explained = still > 0 ? 1 - moved / still : 0;
+    const double floor = 0.003;
+    const auto sigma = [&](int axis) {
+        return std::sqrt(std::max(variance(axis), (4 * variance(axis) + (n - 1) * scatter(axis)) / (n + 3)) +
+                         floor * floor);
+    };
+    result.sigma = {sigma(0), sigma(1)};
+    const Place gradients = Gradients(widest.front().first);
+    if (angle > 0) {
+        result.limit = {std::numbers::sqrt2 * noise / (angle * gradients.x),
+                        std::numbers::sqrt2 * noise / (angle * gradients.y)};
+    }
+    const double away = std::hypot(result.centre.x - start.centre.x, result.centre.y - start.centre.y);
+    result.holds = result.explained > 0.4 && angle > 6 * angleSigma && away < 0.3 * start.outerR + 40 &&
+                   std::max(result.sigma.x, result.sigma.y) < 1.5;
+    return result;
+}
+
+} // namespace
+
+RotationFit FitRotation(const CubByte& frames, const std::vector<int>& times, const RotationStart& start,
+                        const std::vector<Region>& masks)
+{
+    RotationFit nothing;
+    nothing.centre = start.centre;
+    if (frames.p_data == nullptr || frames.dim3 < 2 ||
+        times.size() != static_cast<std::size_t>(frames.dim3) || !(start.outerR >= 8) ||
+        !(start.outerR <= 4 * std::max(frames.dim1, frames.dim2)))
+        return nothing;
+    if (!(std::abs(start.centre.x) < 1e5) || !(std::abs(start.centre.y) < 1e5)) return nothing;
+    return Search(frames, times, start, masks).Run();
+}
+
+} // namespace telvane
