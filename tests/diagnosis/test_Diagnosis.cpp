@@ -1,0 +1,375 @@
+// Every verdict, provoked by a drawn scene; their order; remarks and proposals.
+#include <diagnosis/Diagnosis.h>
+
+#include <tests/diagnosis/DrawnRuns.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace telvane;
+
+namespace {
+
+WheelScene Scene()
+{
+    WheelScene scene;
+    scene.width = 640;
+    scene.height = 480;
+    scene.centreX = 323.3;
+    scene.centreY = 238.6;
+    scene.innerR = 130;
+    scene.outerR = 160;
+    scene.teeth = 24;
+    scene.hubR = 30;
+    scene.degreesPerFrame = 0.6;
+    return scene;
+}
+
+const int count = 6;
+
+RunArguments Fitting(const WheelScene& scene, Method method)
+{
+    Geometry geometry;
+    EXPECT_EQ(Measure(scene, geometry), "");
+    return ArgumentsFor(scene, geometry, count, method);
+}
+
+RunSeen RunOf(const WheelScene& scene, Method method)
+{
+    return DetectedRun(DrawnFrames(scene, count), Fitting(scene, method));
+}
+
+Diagnosis Judged(const WheelScene& scene, Method method) { return Diagnose(RunOf(scene, method)); }
+
+bool Says(const std::string& text, const std::string& part) { return text.find(part) != text.npos; }
+
+bool Remarks(const Diagnosis& diagnosis, const std::string& part)
+{
+    for (const std::string& remark : diagnosis.remarks)
+        if (Says(remark, part)) return true;
+    return false;
+}
+
+/// \param step  pixels from frame to frame
+WheelScene WithDisc(double step)
+{
+    WheelScene scene = Scene();
+    scene.disc.x = 530;
+    scene.disc.y = 90;
+    scene.disc.radius = 40;
+    scene.disc.dx = step;
+    scene.disc.travel = 8;
+    return scene;
+}
+
+} // namespace
+
+TEST(Diagnosis, ARunAsItShouldBeIsGoodByBothMethods)
+{
+    for (const Method method : {Method::ring, Method::votes}) {
+        const Diagnosis diagnosis = Judged(Scene(), method);
+        EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
+        EXPECT_EQ(diagnosis.cure, "");
+        ASSERT_TRUE(diagnosis.centre && diagnosis.found && diagnosis.sigma && diagnosis.limit);
+        EXPECT_NEAR(diagnosis.centre->x, 323.3, 0.1);
+        EXPECT_NEAR(diagnosis.centre->y, 238.6, 0.1);
+        EXPECT_EQ(diagnosis.sense, Sense::clockwise);
+        EXPECT_EQ(diagnosis.teeth, 24);
+        EXPECT_NEAR(diagnosis.degreesPerFrame.value_or(0), 0.6, 0.01);
+        EXPECT_NEAR(diagnosis.ring.value_or(Ring{}).inner, 130, 1.5);
+        EXPECT_NEAR(diagnosis.ring.value_or(Ring{}).outer, 160, 1.5);
+        EXPECT_GT(diagnosis.explained.value_or(0), 0.8);
+        EXPECT_LT(diagnosis.elsewhere.value_or(1), 0.05);
+        EXPECT_TRUE(diagnosis.remarks.empty());
+    }
+}
+
+TEST(Diagnosis, WithoutTheSumsOfTheFlowTheyAreMadeFromTheFrames)
+{
+    RunSeen run = RunOf(Scene(), Method::votes);
+    run.u = MatShort();
+    run.v = MatShort();
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::good);
+    EXPECT_TRUE(diagnosis.elsewhere.has_value());
+}
+
+TEST(Diagnosis, ARunThatFailedSaysWhy)
+{
+    RunSeen run;
+    run.outcome.failure = "the camera could not be opened";
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::failed);
+    EXPECT_TRUE(Says(diagnosis.evidence, "the camera could not be opened"));
+    EXPECT_NE(diagnosis.cure, "");
+}
+
+TEST(Diagnosis, AFailureComesBeforeAllThatFramesShow)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.outcome.failure = "the program halted";
+    EXPECT_EQ(Diagnose(run).verdict, Verdict::failed);
+}
+
+TEST(Diagnosis, OneFrameIsTooFew)
+{
+    RunSeen one;
+    one.frames = DrawnFrames(Scene(), 1);
+    const Diagnosis diagnosis = Diagnose(one);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_TRUE(Says(diagnosis.evidence, "1 frame"));
+}
+
+TEST(Diagnosis, RepeatedFramesAreNeverGood)
+{
+    WheelScene scene = Scene();
+    scene.repeated = {3};
+    const Diagnosis diagnosis = Judged(scene, Method::ring);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_TRUE(Says(diagnosis.evidence, "Frame 4 of 6")) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, FramesLostBetweenComparedOnesAreNeverGood)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.lost = {0, 0, 2, 0, 0};
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_TRUE(Says(diagnosis.evidence, "lost"));
+    run.lost = {0, 0, 0, 0, 0};
+    EXPECT_EQ(Diagnose(run).verdict, Verdict::good);
+}
+
+TEST(Diagnosis, PeriodsThatCompareNothingAreNamed)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.arguments->period1 = 2;
+    run.arguments->period2 = 3;
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_TRUE(Says(diagnosis.cure, "-p1"));
+}
+
+TEST(Diagnosis, ACameraThatIsPushedSpoilsTheAnswer)
+{
+    WheelScene scene = Scene();
+    scene.push = {3, 4, -3};
+    const Diagnosis diagnosis = Judged(scene, Method::ring);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_TRUE(Says(diagnosis.evidence, "frame 4")) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.evidence, "to the right")) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, ASmallPushIsARemark)
+{
+    WheelScene scene = Scene();
+    scene.push = {3, 0.7, 0};
+    const Diagnosis diagnosis = Judged(scene, Method::ring);
+    EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
+    EXPECT_TRUE(Remarks(diagnosis, "jumped"));
+}
+
+TEST(Diagnosis, AWheelThatStandsStillIsStill)
+{
+    WheelScene scene = Scene();
+    scene.degreesPerFrame = 0;
+    for (const Method method : {Method::ring, Method::votes}) {
+        const Diagnosis diagnosis = Judged(scene, method);
+        EXPECT_EQ(diagnosis.verdict, Verdict::still) << diagnosis.evidence;
+        EXPECT_FALSE(diagnosis.centre.has_value());
+        EXPECT_FALSE(diagnosis.sense.has_value());
+    }
+}
+
+TEST(Diagnosis, AWheelIsStillWhereOnlyAnotherThingMoves)
+{
+    WheelScene scene = WithDisc(2);
+    scene.degreesPerFrame = 0;
+    const Diagnosis diagnosis = Judged(scene, Method::votes);
+    EXPECT_EQ(diagnosis.verdict, Verdict::still) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, HalfAToothAFrameIsTooFast)
+{
+    WheelScene scene = Scene();
+    scene.degreesPerFrame = 7.5;
+    const Diagnosis diagnosis = Judged(scene, Method::votes);
+    EXPECT_EQ(diagnosis.verdict, Verdict::tooFast) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, AnotherThingThatDrawsTheAnswerAwayIsNamedWithItsPlace)
+{
+    const RunSeen run = RunOf(WithDisc(6), Method::votes);
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::otherMotion) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.evidence, "at the upper right")) << diagnosis.evidence;
+    EXPECT_GT(diagnosis.elsewhere.value_or(0), 0.15);
+}
+
+TEST(Diagnosis, AnotherThingThatDoesNotSpoilTheAnswerIsARemark)
+{
+    const Diagnosis diagnosis = Judged(WithDisc(2), Method::ring);
+    EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
+    EXPECT_TRUE(Remarks(diagnosis, "is not the wheel's"));
+}
+
+TEST(Diagnosis, RadiiThatSpoilTheAnswerAreWrong)
+{
+    RunArguments arguments = Fitting(Scene(), Method::ring);
+    arguments.innerR = 156;
+    arguments.outerR = 192;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    EXPECT_EQ(diagnosis.verdict, Verdict::wrongRadii) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.cure, "130") && Says(diagnosis.cure, "160")) << diagnosis.cure;
+    ASSERT_TRUE(diagnosis.proposal);
+    EXPECT_TRUE(diagnosis.proposal->ring);
+    EXPECT_FALSE(diagnosis.proposal->sense);
+    EXPECT_NEAR(diagnosis.proposal->arguments.innerR, 130, 1);
+    EXPECT_NEAR(diagnosis.proposal->arguments.outerR, 160, 1);
+}
+
+TEST(Diagnosis, TheWrongSenseMisleadsVotes)
+{
+    RunArguments arguments = Fitting(Scene(), Method::votes);
+    arguments.turn = -3;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    EXPECT_EQ(diagnosis.verdict, Verdict::wrongSense) << diagnosis.evidence;
+    ASSERT_TRUE(diagnosis.proposal);
+    EXPECT_TRUE(diagnosis.proposal->sense);
+    EXPECT_EQ(diagnosis.proposal->arguments.turn, 3);
+}
+
+TEST(Diagnosis, TheWrongSenseIsARemarkAfterARingSearch)
+{
+    RunArguments arguments = Fitting(Scene(), Method::ring);
+    arguments.turn = -3;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
+    EXPECT_TRUE(Remarks(diagnosis, "clockwise"));
+}
+
+TEST(Diagnosis, WrongRadiiComeBeforeTheWrongSenseAndTheCureNamesBoth)
+{
+    RunArguments arguments = Fitting(Scene(), Method::votes);
+    arguments.turn = -1;
+    arguments.innerR = 95;
+    arguments.outerR = 115;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    EXPECT_EQ(diagnosis.verdict, Verdict::wrongRadii) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.cure, "clockwise")) << diagnosis.cure;
+}
+
+TEST(Diagnosis, AnAnswerBesideTheRotationDisagreesByADistanceInADirection)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.outcome.region->left += 6;
+    run.outcome.region->top -= 4;
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::disagree);
+    EXPECT_TRUE(Says(diagnosis.evidence, "px to the right and")) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.evidence, "px up")) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, WithoutTheCommandLineItIsUnclearAndSaysSo)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.arguments.reset();
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::unclear);
+    EXPECT_TRUE(Says(diagnosis.cure, "command line"));
+    EXPECT_TRUE(diagnosis.centre && diagnosis.teeth && diagnosis.ring);
+    EXPECT_FALSE(diagnosis.proposal);
+}
+
+TEST(Diagnosis, WithoutFramesItIsUnclearAndSaysSo)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    RunSeen bare;
+    bare.arguments = run.arguments;
+    bare.outcome = run.outcome;
+    const Diagnosis diagnosis = Diagnose(bare);
+    EXPECT_EQ(diagnosis.verdict, Verdict::unclear);
+    EXPECT_TRUE(Says(diagnosis.cure, "frames"));
+}
+
+TEST(Diagnosis, WithoutAResultItIsUnclear)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.outcome = {};
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::unclear);
+    EXPECT_TRUE(Says(diagnosis.cure, "result"));
+}
+
+TEST(Diagnosis, ARefusalIsToldInTheProgramsWords)
+{
+    RunArguments arguments = Fitting(Scene(), Method::ring);
+    arguments.width = 600; // cannot lie around the centre within the picture
+    arguments.centreX = 10;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    EXPECT_EQ(diagnosis.verdict, Verdict::noResult) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.evidence, "Calculated <oroi> is out of range")) << diagnosis.evidence;
+}
+
+TEST(Diagnosis, ARefusalWithAKnownCauseIsThatCause)
+{
+    RunArguments arguments = Fitting(Scene(), Method::votes);
+    arguments.turn = -1;
+    RunSeen run = DetectedRun(DrawnFrames(Scene(), count), arguments);
+    run.outcome.result = -4;
+    run.outcome.region.reset();
+    EXPECT_EQ(Diagnose(run).verdict, Verdict::wrongSense);
+}
+
+TEST(Diagnosis, VotesAreProposedWhereTheRingLeavesThePicture)
+{
+    WheelScene scene = Scene();
+    scene.centreX = 80;
+    RunSeen run = RunOf(scene, Method::ring);
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_NE(diagnosis.verdict, Verdict::good);
+    ASSERT_TRUE(diagnosis.proposal);
+    EXPECT_TRUE(diagnosis.proposal->method);
+    EXPECT_EQ(diagnosis.proposal->arguments.HowSearched(), Method::votes);
+}
+
+TEST(Diagnosis, TheProposalKeepsWhatIsNotMeasured)
+{
+    RunArguments arguments = Fitting(Scene(), Method::ring);
+    arguments.save = true;
+    arguments.masks = {{0, 0, 20, 20}};
+    arguments.teeth = 7;
+    arguments.background = -50;
+    const Diagnosis diagnosis = Diagnose(DetectedRun(DrawnFrames(Scene(), count), arguments));
+    ASSERT_TRUE(diagnosis.proposal);
+    const RunArguments& proposed = diagnosis.proposal->arguments;
+    EXPECT_EQ(proposed.teeth, 24);
+    EXPECT_TRUE(proposed.save);
+    EXPECT_EQ(proposed.masks.size(), 1U);
+    EXPECT_EQ(proposed.background, -50);
+    EXPECT_EQ(proposed.width, arguments.width);
+    EXPECT_FALSE(diagnosis.proposal->method || diagnosis.proposal->sense || diagnosis.proposal->ring);
+}
+
+TEST(Diagnosis, TheProposedRunIsGood)
+{
+    RunArguments arguments = Fitting(Scene(), Method::votes);
+    arguments.turn = -1;
+    arguments.innerR = 100;
+    arguments.outerR = 125;
+    const CubByte frames = DrawnFrames(Scene(), count);
+    const Diagnosis first = Diagnose(DetectedRun(frames, arguments));
+    ASSERT_TRUE(first.proposal);
+    EXPECT_NE(first.verdict, Verdict::good);
+    EXPECT_EQ(Diagnose(DetectedRun(frames, first.proposal->arguments)).verdict, Verdict::good);
+}
+
+TEST(Diagnosis, VerdictsHaveTheNamesOfTheList)
+{
+    EXPECT_STREQ(Name(Verdict::failed), "failed");
+    EXPECT_STREQ(Name(Verdict::badFrames), "bad-frames");
+    EXPECT_STREQ(Name(Verdict::tooFast), "too-fast");
+    EXPECT_STREQ(Name(Verdict::noResult), "no-result");
+    EXPECT_STREQ(Name(Verdict::good), "good");
+}
