@@ -2,16 +2,12 @@
 #ifndef REPORT_PAGE_H
 #define REPORT_PAGE_H
 
+#include <tools/Markup.h>
+
 #include <string>
 #include <string_view>
 
 namespace telvane {
-
-/// Text as HTML shows it, in elements and in quoted attributes.
-std::string Escaped(std::string_view text);
-
-/// RFC 4648, with padding and without line breaks.
-std::string Base64(std::string_view bytes);
 
 /// A picture inside the page.
 struct Picture {

@@ -1,8 +1,8 @@
 // The region around the true centre, the radii as they are seen, the rectangle that hides the disc.
 #include <simulator/Geometry.h>
 
-#include <simulator/SceneOptions.h>
 #include <simulator/View.h>
+#include <tools/Numbers.h>
 
 #include <algorithm>
 #include <cmath>

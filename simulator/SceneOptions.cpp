@@ -1,8 +1,7 @@
 // The table of a scene's numbers, and the check of a scene against it.
 #include <simulator/SceneOptions.h>
 
-#include <charconv>
-#include <cmath>
+#include <tools/Numbers.h>
 
 namespace telvane {
 
@@ -247,16 +246,6 @@ std::string SceneOption::Numbers(const WheelScene& scene) const
     for (std::size_t i = 0; i < Entries(scene); i++)
         for (const Quantity& quantity : quantities) Append(text, ",", NumberText(quantity.Of(scene, i)));
     return text;
-}
-
-std::string NumberText(double v)
-{
-    char buffer[40]; // the longest takes 24 characters
-    const double size = std::fabs(v);
-    const bool plain = size < 1e9 && (size >= 1e-4 || !(size > 0));
-    const auto end = plain ? std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed).ptr
-                           : std::to_chars(buffer, buffer + sizeof buffer, v).ptr;
-    return std::string(buffer, end);
 }
 
 std::string WheelProblem(const WheelScene& s)

@@ -56,9 +56,6 @@ struct SceneOption {
 
 const std::vector<SceneOption>& SceneOptions();
 
-/// The shortest text that reads back as v, with a point in every locale.
-std::string NumberText(double v);
-
 } // namespace telvane
 
 #endif

@@ -4,10 +4,10 @@
 #include <simulator/Arguments.h>
 #include <simulator/Geometry.h>
 #include <simulator/Preview.h>
-#include <simulator/SceneOptions.h>
 #include <simulator/Wheel.h>
 #include <tools/CommandLine.h>
 #include <tools/Files.h>
+#include <tools/Numbers.h>
 
 #include <cmath>
 #include <cstdio>

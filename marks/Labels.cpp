@@ -1,0 +1,170 @@
+// Candidates in a fixed order: the nearest first, all marks kept clear as long as that can be had.
+#include <marks/Labels.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace telvane {
+
+namespace {
+
+LabelBox Grown(const LabelBox& box, double by)
+{
+    return {box.left - by, box.top - by, box.right + by, box.bottom + by};
+}
+
+bool Overlap(const LabelBox& a, const LabelBox& b)
+{
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+
+/// Whether a line has a point inside: it is clipped at the four edges.
+bool Meets(const LabelBox& box, Place from, Place to)
+{
+    const double dx = to.x - from.x, dy = to.y - from.y;
+    const double ways[][2] = {{-dx, from.x - box.left},
+                              {dx, box.right - from.x},
+                              {-dy, from.y - box.top},
+                              {dy, box.bottom - from.y}};
+    double first = 0, last = 1;
+    for (const auto& [out, room] : ways) {
+        if (out < 0) first = std::max(first, room / out);
+        else if (out > 0) last = std::min(last, room / out);
+        else if (room < 0) return false;
+    }
+    return first <= last;
+}
+
+/// Whether a circle's line runs through.
+bool Meets(const LabelBox& box, Place centre, double radius)
+{
+    const double nearX = std::clamp(centre.x, box.left, box.right) - centre.x;
+    const double nearY = std::clamp(centre.y, box.top, box.bottom) - centre.y;
+    const double farX = std::max(centre.x - box.left, box.right - centre.x);
+    const double farY = std::max(centre.y - box.top, box.bottom - centre.y);
+    return std::hypot(nearX, nearY) <= radius && radius <= std::hypot(farX, farY);
+}
+
+Place Nearest(const LabelBox& box, Place to)
+{
+    return {std::clamp(to.x, box.left, box.right), std::clamp(to.y, box.top, box.bottom)};
+}
+
+double Middle(double from, double to) { return (from + to) / 2; }
+
+} // namespace
+
+Labels::Labels(Place corner, double width, double height, double size)
+    : picture{corner.x, corner.y, corner.x + width, corner.y + height}, letters(size)
+{
+}
+
+void Labels::AddLine(Place from, Place to, int mark, bool key) { lines.push_back({from, to, mark, key}); }
+
+void Labels::AddCircle(Place centre, double radius, int mark) { rings.push_back({centre, radius, mark}); }
+
+bool Labels::InPicture(Place place) const
+{
+    return place.x >= picture.left && place.x <= picture.right && place.y >= picture.top &&
+           place.y <= picture.bottom;
+}
+
+int Labels::Hidden(const LabelBox& box, int mark) const
+{
+    const LabelBox room = Grown(picture, -0.15 * letters), wide = Grown(box, 0.12 * letters);
+    if (box.left < room.left || box.top < room.top || box.right > room.right || box.bottom > room.bottom)
+        return outside;
+    if (std::any_of(names.begin(), names.end(), [&](const LabelBox& name) { return Overlap(name, wide); }))
+        return outside;
+    int hidden = 0;
+    for (const Line& l : lines)
+        if (Meets(wide, l.from, l.to)) hidden += l.key || l.mark == mark ? itsOwn : 1;
+    for (const Ring& r : rings)
+        if (Meets(wide, r.centre, r.radius)) hidden += r.mark == mark ? itsOwn : 1;
+    return hidden;
+}
+
+bool Labels::MeetsName(Place from, Place to) const
+{
+    return std::any_of(names.begin(), names.end(),
+                       [&](const LabelBox& name) { return Meets(name, from, to); });
+}
+
+PlacedLabel Labels::Put(const LabelBox& box, Place anchor, double align)
+{
+    PlacedLabel placed;
+    placed.box = box;
+    placed.align = align > 0 ? "start" : align < 0 ? "end" : "middle";
+    placed.text = {align > 0   ? box.left
+                   : align < 0 ? box.right
+                               : Middle(box.left, box.right),
+                   Middle(box.top, box.bottom)};
+    placed.anchor = anchor;
+    const Place edge = Nearest(box, anchor);
+    if (std::hypot(edge.x - anchor.x, edge.y - anchor.y) > letters) {
+        // Smaller letters keep to the side where the words begin or end.
+        placed.leader = Place{placed.text.x, edge.y};
+        lines.push_back({anchor, *placed.leader, -1, true});
+    }
+    names.push_back(box);
+    return placed;
+}
+
+std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
+                                       const std::vector<LabelAnchor>& anchors)
+{
+    const double halfWidth = WidthOf(words.size()) / 2, halfHeight = 0.6 * letters;
+    const auto around = [&](Place middle) {
+        return LabelBox{middle.x - halfWidth, middle.y - halfHeight, middle.x + halfWidth,
+                        middle.y + halfHeight};
+    };
+    std::vector<LabelAnchor> seen;
+    std::copy_if(anchors.begin(), anchors.end(), std::back_inserter(seen),
+                 [&](const LabelAnchor& anchor) { return InPicture(anchor.at); });
+    if (seen.empty()) return std::nullopt;
+
+    // Near, over as few lines as can be; the first of those that cost the same.
+    std::optional<LabelBox> best;
+    Place anchorOfBest;
+    double least = 0, align = 0;
+    const auto weigh = [&](const LabelBox& box, Place anchor, double side) {
+        const Place edge = Nearest(box, anchor);
+        const double away = std::hypot(edge.x - anchor.x, edge.y - anchor.y) / letters;
+        double cost = away;
+        if (best && cost >= least) return;
+        const int hidden = Hidden(box, mark);
+        if (hidden == outside) return;
+        cost += 1.2 * hidden;
+        if (away > 1 && MeetsName(anchor, edge)) cost += itsOwn;
+        if (best && cost >= least) return;
+        best = box;
+        anchorOfBest = anchor;
+        least = cost;
+        align = side;
+    };
+    for (const double away : {0.35, 0.7, 1.2, 2.0, 3.0, 4.5, 6.5}) {
+        for (const double turn : {0.0, 45.0, -45.0, 90.0, -90.0, 135.0, -135.0, 180.0}) {
+            for (const LabelAnchor& anchor : seen) {
+                const double angle = (anchor.degrees + turn) * std::numbers::pi / 180;
+                const double dx = std::cos(angle), dy = std::sin(angle);
+                // Beside, above or below, or with a corner towards the anchor.
+                const double sideX = std::abs(dx) < 0.35 ? 0 : dx > 0 ? 1 : -1;
+                const double sideY = std::abs(dy) < 0.35 ? 0 : dy > 0 ? 1 : -1;
+                weigh(around({anchor.at.x + dx * away * letters + sideX * halfWidth,
+                              anchor.at.y + dy * away * letters + sideY * halfHeight}),
+                      anchor.at, sideX);
+            }
+        }
+    }
+    if (!best || least >= itsOwn) { // anywhere
+        const Place from = seen.front().at;
+        for (double y = picture.top + halfHeight; y < picture.bottom; y += halfHeight)
+            for (double x = picture.left + halfWidth; x < picture.right; x += letters)
+                weigh(around({x, y}), from, x > from.x ? 1 : -1);
+    }
+    if (!best) return std::nullopt;
+    return Put(*best, anchorOfBest, align);
+}
+
+} // namespace telvane
