@@ -46,6 +46,14 @@ bool Meets(const LabelBox& box, Place centre, double radius)
     return std::hypot(nearX, nearY) <= radius && radius <= std::hypot(farX, farY);
 }
 
+/// Twice the area of a triangle, with a sign for the sense in which its corners follow each other.
+double Area(Place a, Place b, Place c) { return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x); }
+
+bool Cross(Place a, Place b, Place c, Place d)
+{
+    return Area(a, b, c) * Area(a, b, d) < 0 && Area(c, d, a) * Area(c, d, b) < 0;
+}
+
 Place Nearest(const LabelBox& box, Place to)
 {
     return {std::clamp(to.x, box.left, box.right), std::clamp(to.y, box.top, box.bottom)};
@@ -70,44 +78,51 @@ bool Labels::InPicture(Place place) const
            place.y <= picture.bottom;
 }
 
-int Labels::Hidden(const LabelBox& box, int mark) const
+bool Labels::Fits(const LabelBox& box) const
 {
     const LabelBox room = Grown(picture, -0.15 * letters), wide = Grown(box, 0.12 * letters);
-    if (box.left < room.left || box.top < room.top || box.right > room.right || box.bottom > room.bottom)
-        return outside;
-    if (std::any_of(names.begin(), names.end(), [&](const LabelBox& name) { return Overlap(name, wide); }))
-        return outside;
-    int hidden = 0;
-    for (const Line& l : lines)
-        if (Meets(wide, l.from, l.to)) hidden += l.key || l.mark == mark ? itsOwn : 1;
-    for (const Ring& r : rings)
-        if (Meets(wide, r.centre, r.radius)) hidden += r.mark == mark ? itsOwn : 1;
-    return hidden;
+    return box.left >= room.left && box.top >= room.top && box.right <= room.right &&
+           box.bottom <= room.bottom && std::none_of(names.begin(), names.end(), [&](const LabelBox& name) {
+               return Overlap(name, wide);
+           });
 }
 
-bool Labels::MeetsName(Place from, Place to) const
+double Labels::CostOf(const LabelBox& box, int mark) const
 {
-    return std::any_of(names.begin(), names.end(),
-                       [&](const LabelBox& name) { return Meets(name, from, to); });
+    const LabelBox wide = Grown(box, 0.12 * letters);
+    double cost = 0;
+    for (const Line& l : lines)
+        if (Meets(wide, l.from, l.to)) cost += l.key || l.mark == mark ? itsOwn : overLine;
+    for (const Ring& r : rings)
+        if (Meets(wide, r.centre, r.radius)) cost += r.mark == mark ? itsOwn : overLine;
+    return cost;
 }
 
-PlacedLabel Labels::Put(const LabelBox& box, Place anchor, double align)
+double Labels::CostOf(Place from, Place to) const
+{
+    double cost = 0;
+    for (const LabelBox& name : names)
+        if (Meets(name, from, to)) cost += acrossName;
+    const Place middle = {Middle(from.x, to.x), Middle(from.y, to.y)};
+    const LabelBox around = Grown({middle.x, middle.y, middle.x, middle.y}, 0.1 * letters);
+    for (const Line& l : lines)
+        if (Cross(from, to, l.from, l.to) || Meets(around, l.from, l.to))
+            cost += acrossLine; // or runs along it
+    return cost;
+}
+
+PlacedLabel Labels::At(const LabelBox& box, Place anchor, double side) const
 {
     PlacedLabel placed;
     placed.box = box;
-    placed.align = align > 0 ? "start" : align < 0 ? "end" : "middle";
-    placed.text = {align > 0   ? box.left
-                   : align < 0 ? box.right
-                               : Middle(box.left, box.right),
-                   Middle(box.top, box.bottom)};
     placed.anchor = anchor;
+    placed.align = side > 0 ? "start" : side < 0 ? "end" : "middle";
+    const double middle = Middle(box.left, box.right);
+    placed.text = {side > 0 ? box.left : side < 0 ? box.right : middle, Middle(box.top, box.bottom)};
     const Place edge = Nearest(box, anchor);
-    if (std::hypot(edge.x - anchor.x, edge.y - anchor.y) > letters) {
-        // Smaller letters keep to the side where the words begin or end.
+    // Smaller letters keep to the side where the words begin or end.
+    if (std::hypot(edge.x - anchor.x, edge.y - anchor.y) > letters)
         placed.leader = Place{placed.text.x, edge.y};
-        lines.push_back({anchor, *placed.leader, -1, true});
-    }
-    names.push_back(box);
     return placed;
 }
 
@@ -125,23 +140,17 @@ std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
     if (seen.empty()) return std::nullopt;
 
     // Near, over as few lines as can be; the first of those that cost the same.
-    std::optional<LabelBox> best;
-    Place anchorOfBest;
-    double least = 0, align = 0;
+    std::optional<PlacedLabel> best;
+    double least = 0;
     const auto weigh = [&](const LabelBox& box, Place anchor, double side) {
-        const Place edge = Nearest(box, anchor);
-        const double away = std::hypot(edge.x - anchor.x, edge.y - anchor.y) / letters;
-        double cost = away;
+        const PlacedLabel label = At(box, anchor, side);
+        const Place edge = label.leader.value_or(Nearest(box, anchor));
+        double cost = std::hypot(edge.x - anchor.x, edge.y - anchor.y) / letters;
+        if ((best && cost >= least) || !Fits(box)) return;
+        cost += CostOf(box, mark) + (label.leader ? CostOf(anchor, edge) : 0);
         if (best && cost >= least) return;
-        const int hidden = Hidden(box, mark);
-        if (hidden == outside) return;
-        cost += 1.2 * hidden;
-        if (away > 1 && MeetsName(anchor, edge)) cost += itsOwn;
-        if (best && cost >= least) return;
-        best = box;
-        anchorOfBest = anchor;
+        best = label;
         least = cost;
-        align = side;
     };
     for (const double away : {0.35, 0.7, 1.2, 2.0, 3.0, 4.5, 6.5}) {
         for (const double turn : {0.0, 45.0, -45.0, 90.0, -90.0, 135.0, -135.0, 180.0}) {
@@ -157,14 +166,16 @@ std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
             }
         }
     }
-    if (!best || least >= itsOwn) { // anywhere
+    if (!best || least >= acrossName) { // anywhere
         const Place from = seen.front().at;
         for (double y = picture.top + halfHeight; y < picture.bottom; y += halfHeight)
             for (double x = picture.left + halfWidth; x < picture.right; x += letters)
                 weigh(around({x, y}), from, x > from.x ? 1 : -1);
     }
     if (!best) return std::nullopt;
-    return Put(*best, anchorOfBest, align);
+    if (best->leader) lines.push_back({best->anchor, *best->leader, -1, true});
+    names.push_back(best->box);
+    return best;
 }
 
 } // namespace telvane

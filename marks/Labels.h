@@ -67,13 +67,16 @@ private:
         double radius;
         int mark;
     };
-    static constexpr int outside = -1, itsOwn = 1000;
+    // What makes a place worse, in heights of the letters that the name might stand further away instead.
+    static constexpr double overLine = 0.6, acrossLine = 0.3, acrossName = 20, itsOwn = 1000;
 
-    /// How many lines a name would hide, its own and keys counted `itsOwn` times; or `outside`: it would not
-    /// lie inside, or over another name.
-    int Hidden(const LabelBox& box, int mark) const;
-    bool MeetsName(Place from, Place to) const;
-    PlacedLabel Put(const LabelBox& box, Place anchor, double align);
+    /// Whether a name lies inside the picture, and over no other name.
+    bool Fits(const LabelBox& box) const;
+    /// Of a name over lines, and of the line that leads to a name across lines and names.
+    double CostOf(const LabelBox& box, int mark) const;
+    double CostOf(Place from, Place to) const;
+    /// `side`: above 0 the words begin at the anchor's side, below 0 they end there.
+    PlacedLabel At(const LabelBox& box, Place anchor, double side) const;
 
     LabelBox picture;
     double letters;

@@ -41,6 +41,17 @@ Place OnRing(const RingMark& ring, bool outer, double degrees, double factor = 1
             ring.centre.y + (place.y - ring.centre.y) * factor};
 }
 
+/// Half the axes of the ellipse that stands for the centre of the rotation: twice the deviation, or so much
+/// more that it stays visible. \return whether it is drawn larger than it is
+bool RotationRadii(const RotationMark& rotation, const MarkedPicture& picture, Place& radii)
+{
+    const double least = picture.width / 160.0; // 2 pixels on a phone
+    const double x = 2 * rotation.sigma.x, y = 2 * rotation.sigma.y;
+    const double visible = std::max(1.0, least / std::max({x, y, 1e-6}));
+    radii = {std::max(x * visible, least / 4), std::max(y * visible, least / 4)};
+    return radii.x > x || radii.y > y;
+}
+
 /// Names may stand all round a ring, best in this direction, on its far side.
 std::vector<LabelAnchor> Around(const RingMark& ring, bool outer, double best)
 {
@@ -72,8 +83,9 @@ public:
         Measures();
         Turn();
         Centres();
-        for (const Waiting& name : names)
-            drawing.Name(name.words, name.mark, *name.ink, name.of, name.anchors);
+        // The names of points first: those of rings have most places to choose from.
+        for (auto name = names.rbegin(); name != names.rend(); ++name)
+            drawing.Name(name->words, name->mark, *name->ink, name->of, name->anchors);
     }
 
     std::string Svg(bool withLegend) const
@@ -255,8 +267,30 @@ private:
 
     void Angles()
     {
-        const RingMark* const ring = Ring();
+        const RingMark* const ring = marks.given ? &*marks.given : Ring();
         if (ring == nullptr) return;
+        if (marks.angles) {
+            const double start = marks.angles->start, end = marks.angles->end;
+            drawing.Begin("angles", angleInk);
+            const std::string first = Say("<ang1> ", "start ") + Degrees(start);
+            const std::string second = Say("<ang2> ", "end ") + Degrees(end);
+            // A whole turn begins where it ends: one name for both, whose numbers the legend has.
+            const bool whole = std::abs(std::remainder(end - start, 360)) < 1e-6;
+            const std::string both = Say("<ang1>, <ang2>", "start, end");
+            for (const auto& [angle, words] :
+                 {std::pair{start, whole ? both : first}, std::pair{end, second}}) {
+                if (whole && words != both) break;
+                const Place head = OnRing(*ring, true, angle, 1.15);
+                drawing.Line(ring->centre, head);
+                std::vector<LabelAnchor> anchors = {{head, angle}};
+                for (const double share : {0.6, 0.45, 0.75, 0.9})
+                    for (const double side : {90.0, -90.0})
+                        anchors.push_back({OnRing(*ring, true, angle, share), angle + side});
+                Name(words, angleInk, "angles", anchors);
+            }
+            drawing.End();
+            Explain(angleInk, first + ", " + second);
+        }
         const double letters = drawing.Letters();
         if (marks.scale && ring->outer > 0) {
             drawing.Begin("scale", angleInk);
@@ -268,21 +302,6 @@ private:
             }
             drawing.End();
         }
-        if (!marks.angles) return;
-        const double start = marks.angles->start, end = marks.angles->end;
-        drawing.Begin("angles", angleInk);
-        const bool same = std::abs(std::remainder(end - start, 360)) < 1e-9;
-        const std::string first = Say("<ang1> ", "start ") + Degrees(start);
-        const std::string second = Say("<ang2> ", "end ") + Degrees(end);
-        for (const auto& [angle, words] :
-             {std::pair{start, same ? first + ", " + second : first}, std::pair{end, second}}) {
-            const Place head = OnRing(*ring, true, angle, 1.15);
-            drawing.Line(ring->centre, head);
-            Name(words, angleInk, "angles", {{head, angle}, {OnRing(*ring, true, angle, 0.6), angle + 90}});
-            if (same) break;
-        }
-        drawing.End();
-        Explain(angleInk, first + ", " + second);
     }
 
     void OutputRegion()
@@ -342,7 +361,8 @@ private:
     /// An arc with a head, along the ring outside of it, where that is seen; or else within.
     void Turn()
     {
-        if (!marks.sense) return;
+        if (marks.still) Explain(senseInk, Say("<angSpd> 0 at rest", "at rest"));
+        if (marks.still || !marks.sense) return;
         const bool clockwise = *marks.sense == Sense::clockwise;
         const std::string words = clockwise ? "clockwise" : "counter-clockwise";
         Explain(senseInk, Say(clockwise ? "<angSpd> 1 " : "<angSpd> -1 ", "turns ") + words);
@@ -350,6 +370,7 @@ private:
         if (ring == nullptr || !(ring->outer > 0)) return;
         const double aside = 0.5 * drawing.Letters();
         for (const double factor : {1 + aside / ring->outer, 1 - 1.2 * aside / ring->outer, 0.7, 0.4}) {
+            if (factor < 0.2) continue;
             const double span = std::clamp(5 * drawing.Letters() / (ring->outer * factor) * 57.3, 5.0, 120.0);
             for (int i = 0; i < 24; i++) {
                 const double middle = 220 + (i % 2 ? -15.0 : 15.0) * ((i + 1) / 2);
@@ -382,7 +403,7 @@ private:
         if (marks.rotation) {
             const RotationMark& rotation = *marks.rotation;
             Place radii;
-            const double larger = RotationRadii(rotation, picture, radii);
+            const bool larger = RotationRadii(rotation, picture, radii);
             drawing.Begin("rotation-centre", rotationInk,
                           Attribute("data-sigma-x", rotation.sigma.x) +
                               Attribute("data-sigma-y", rotation.sigma.y));
@@ -391,7 +412,7 @@ private:
             Name("rotation", rotationInk, "rotation-centre", Beside(rotation.centre, radii, 150));
             std::string words = "centre of the rotation " + Deviating(rotation.centre.x, rotation.sigma.x) +
                                 ", " + Deviating(rotation.centre.y, rotation.sigma.y);
-            if (larger > 1) words += " (drawn larger)";
+            if (larger) words += " (drawn larger)";
             Explain(rotationInk, words);
         }
         if (marks.ringCentre) {
@@ -440,15 +461,6 @@ private:
 };
 
 } // namespace
-
-double RotationRadii(const RotationMark& rotation, const MarkedPicture& picture, Place& radii)
-{
-    const double least = picture.width / 160.0; // 2 pixels on a phone
-    const double x = 2 * rotation.sigma.x, y = 2 * rotation.sigma.y;
-    const double larger = std::max(1.0, least / std::max({x, y, 1e-6}));
-    radii = {std::max(x * larger, least / 4), std::max(y * larger, least / 4)};
-    return larger;
-}
 
 std::string MarksSvg(const Marks& marks, const MarkedPicture& picture, bool legend)
 {

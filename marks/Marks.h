@@ -44,19 +44,16 @@ struct Marks {
     std::optional<RingMark> given;                ///< the radii that the run was given
     std::optional<RingMark> measured;             ///< the ring in which the motion lies
     std::optional<Sense> sense; ///< beside the measured ring, or else the given one; needs one
+    bool still = false;         ///< nothing turns: the legend says so in place of a sense
     std::optional<RotationMark> rotation;
     std::vector<Region> masks;        ///< drawn as the program blanks them, with cut corners
-    std::optional<AngleMarks> angles; ///< rays; need a ring
-    bool scale = false;               ///< where 0, 90, 180 and 270 degrees lie; needs a ring
+    std::optional<AngleMarks> angles; ///< rays, in the given ring, or else the measured one; need one
+    bool scale = false;               ///< where 0, 90, 180 and 270 degrees lie, round the same ring
     std::vector<Place> teeth;         ///< the middle of each
     std::optional<Place> ringCentre;  ///< where it lies apart from the cross
 
     bool asArguments = false; ///< marks are named as the arguments of the command line are
 };
-
-/// Half the axes of the ellipse that stands for the centre of the rotation: twice the deviation, or so much
-/// more that it stays visible. \return by how much it is drawn larger than it is; 1: as it is
-double RotationRadii(const RotationMark& rotation, const MarkedPicture& picture, Place& radii);
 
 /// An element <svg> that is well-formed as XML, of a page or by itself. Each mark is a group of its class:
 /// region, found-centre, given-circles, measured-ring, sense (data-sense "cw" or "ccw"), rotation-centre,

@@ -15,7 +15,7 @@ trap 'rm -rf "$run"' EXIT
 
 mkdir -p "$pictures"
 # Without noise and shade, which would make the files large and show nothing.
-"$programs/simulator/wheelsim" --preview "$pictures/arguments.png" --noise 0 --uneven 0
+"$programs/simulator/wheelsim" --preview "$pictures/arguments.svg" --noise 0 --uneven 0
 
 # A region with the ring and angles for the marks.
 "$programs/simulator/wheelsim" --out "$run" --noise 0 >"$run/scene.txt"

@@ -44,11 +44,11 @@ const JobOption jobOptions[] = {
 
 const char outMeaning[] = "folder for img1.bmp, img2.bmp, ...; made if missing (the current\n"
                           "folder, where there are none yet)";
-const char previewMeaning[] = "instead of the frames, the first of them as one PNG file in colour with the "
+const char previewMeaning[] = "instead of the frames, the first of them as one SVG picture with the "
                               "centre, radii, teeth, region and "
                               "sense of rotation marked and named as Telvane's arguments; a file whose name "
-                              "ends in .png, or a folder for "
-                              "preview.png, made if missing (none)";
+                              "ends in .svg, or a folder for "
+                              "preview.svg, made if missing (none)";
 
 const char description[] = "Draws a toothed wheel that turns before a camera, writes the frames as 8-bit BMP "
                            "files of 1280 x 960 pixels that\n"
@@ -130,16 +130,16 @@ void Read(const CommandLine& line, const std::string& text, const JobOption& opt
     job.*option.place = number;
 }
 
-/// The file that --preview means: the one that is named, or preview.png in the folder that is.
+/// The file that --preview means: the one that is named, or preview.svg in the folder that is.
 std::string PreviewFile(const CommandLine& line, const std::string& place)
 {
     std::error_code ignored;
     const std::filesystem::path path = place;
-    if (path.extension() == ".png" && !std::filesystem::is_directory(path, ignored)) return place;
+    if (path.extension() == ".svg" && !std::filesystem::is_directory(path, ignored)) return place;
     if (path.has_extension() && path.filename() != "." && path.filename() != ".." &&
         !std::filesystem::is_directory(path, ignored))
-        line.Refuse("--preview takes a file whose name ends in .png, or a folder, not '" + place + "'");
-    return (path / "preview.png").string();
+        line.Refuse("--preview takes a file whose name ends in .svg, or a folder, not '" + place + "'");
+    return (path / "preview.svg").string();
 }
 
 } // namespace

@@ -41,8 +41,8 @@ int WritePreview(const Job& job, const Geometry& geometry)
     std::error_code ignored; // a folder that cannot be made shows when the file does not open
     if (!folder.empty()) std::filesystem::create_directory(folder, ignored);
 
-    const std::string png = Preview(job.scene, job.first, geometry).png();
-    const std::string problem = png.empty() ? "not enough memory" : WriteWhole(job.preview, png);
+    const std::string svg = Preview(job.scene, job.first, geometry);
+    const std::string problem = svg.empty() ? "not enough memory" : WriteWhole(job.preview, svg);
     if (!problem.empty()) {
         std::fprintf(stderr, "wheelsim: cannot write %s: %s\n", job.preview.c_str(), problem.c_str());
         return 1;

@@ -25,6 +25,22 @@ double FromSegment(double x, double y, double x1, double y1, double x2, double y
     return std::hypot(x - (x1 + along * dx), y - (y1 + along * dy));
 }
 
+/// Rows of samples as a PNG file.
+std::string Png(const MatByte& samples, int width, png_uint_32 format)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(width);
+    image.height = static_cast<png_uint_32>(samples.dim2);
+    image.format = format;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::string bytes(size, '\0');
+    const bool done = png_image_write_to_memory(&image, bytes.data(), &size, 0, &samples(0, 0), samples.step2,
+                                                nullptr) != 0;
+    bytes.resize(done ? size : 0);
+    return bytes;
+}
+
 } // namespace
 
 Canvas::Canvas(int width, int height, Colour ground) : samples(3 * width, height)
@@ -154,20 +170,9 @@ void Canvas::label(double x, double y, std::string_view words, Colour colour, in
     text(left + pad, top + pad, words, colour, scale);
 }
 
-std::string Canvas::png() const
-{
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(width());
-    image.height = static_cast<png_uint_32>(height());
-    image.format = PNG_FORMAT_RGB;
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-    std::string bytes(size, '\0');
-    const bool done = png_image_write_to_memory(&image, bytes.data(), &size, 0, &samples(0, 0), samples.step2,
-                                                nullptr) != 0;
-    bytes.resize(done ? size : 0);
-    return bytes;
-}
+std::string Canvas::png() const { return Png(samples, width(), PNG_FORMAT_RGB); }
+
+std::string GreyPng(const MatByte& grey) { return Png(grey, grey.dim1, PNG_FORMAT_GRAY); }
 
 int TextWidth(std::string_view words, int scale)
 {

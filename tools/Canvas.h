@@ -55,6 +55,9 @@ private:
     MatByte samples; // red, green and blue side by side
 };
 
+/// A grey picture as a PNG file; empty when there is not enough memory for it.
+std::string GreyPng(const MatByte& grey);
+
 /// Pixels from the first to the last letter's edge.
 int TextWidth(std::string_view words, int scale);
 

@@ -3,6 +3,7 @@
 #include <tests/simulator/Drawn.h>
 #include <tests/support/Decoded.h>
 #include <tests/support/ProgramRuns.h>
+#include <tests/support/Svg.h>
 
 #include <gtest/gtest.h>
 
@@ -346,8 +347,9 @@ TEST_F(Wheelsim, BadArgumentsWriteNothing)
                                   "--preview ''",
                                   "--preview --count",
                                   "--preview picture.jpg",
-                                  "--preview a.png.txt",
-                                  "--preview p.png --teeth 0",
+                                  "--preview a.svg.txt",
+                                  "--preview p.png",
+                                  "--preview p.svg --teeth 0",
                                   "--colour red",
                                   "frames",
                                   "-l 3",
@@ -469,77 +471,207 @@ TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
     }
 }
 
-/// Whether a pixel of the preview has the colour of a mark.
-bool Marked(const decoded::Colours& picture, int x, int y)
+/// The grey values of the frame that the preview is drawn over.
+Bytes FrameBelow(const svg::Document& drawn)
 {
-    const unsigned c = picture.At(x, y);
-    return (c >> 16) != (c >> 8 & 255) || (c & 255) != (c >> 8 & 255);
+    Bytes grey;
+    const std::string type = "data:image/png;base64,";
+    for (const svg::Shape& shape : drawn.All()) {
+        if (shape.name != "image" || shape.Text("href").rfind(type, 0) != 0) continue;
+        const decoded::Colours picture =
+            decoded::DecodePng(html::FromBase64(shape.Text("href").substr(type.size())));
+        EXPECT_EQ(shape.Number("width"), picture.width);
+        EXPECT_EQ(shape.Number("height"), picture.height);
+        for (int y = 0; y < picture.height; y++)
+            for (int x = 0; x < picture.width; x++) grey.push_back(picture.At(x, y) & 255);
+    }
+    return grey;
+}
+
+/// The places of a mark that is two crossing lines.
+svg::Point CrossOf(const svg::Document& drawn)
+{
+    const auto lines = drawn.Shapes("found-centre", "line");
+    if (lines.size() != 2) return {};
+    const auto across = lines[0].Places(), down = lines[1].Places();
+    return {(across[0].x + across[1].x) / 2, (down[0].y + down[1].y) / 2};
+}
+
+bool Names(const svg::Document& drawn, const std::string& of, const std::string& words)
+{
+    const auto labels = drawn.Labels(of);
+    return std::any_of(labels.begin(), labels.end(), [&](const svg::Shape& l) { return l.text == words; });
+}
+
+bool Explains(const svg::Document& drawn, const std::string& words)
+{
+    const auto legend = drawn.Legend();
+    return std::find(legend.begin(), legend.end(), words) != legend.end();
 }
 
 TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
 {
-    const Finished run = Run("--preview p.png --first 3 --count 7 --start 2");
+    const Finished run = Run("--preview p.svg --first 3 --count 7 --start 2");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     EXPECT_FALSE(fs::exists(Frames())) << "no frames are written";
     EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 7 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
-    const decoded::Colours picture = decoded::DecodePng(folder.Read("p.png"));
-    ASSERT_EQ(picture.width, 1280);
-    ASSERT_EQ(picture.height, 960);
-
-    // The circles all round, but where a label lies on them or the picture is darkened.
-    const double x0 = 652.4, y0 = 471.7;
-    for (double radius : {216.0, 250.0}) {
-        int marked = 0;
-        for (int degrees = 0; degrees < 360; degrees++) {
-            const double angle = degrees * 3.14159265358979 / 180;
-            marked += Marked(picture, static_cast<int>(std::lround(x0 + radius * std::cos(angle))),
-                             static_cast<int>(std::lround(y0 + radius * std::sin(angle))));
-        }
-        EXPECT_GT(marked, 340) << radius;
-    }
-    // A dot on every tooth, none in a gap. Tooth i stands at 2 + 3 * 0.4 + 9 i degrees.
-    int onTeeth = 0, inGaps = 0;
-    for (int i = 0; i < 40; i++) {
-        for (double half : {0.0, 0.5}) {
-            const double angle = (3.2 + 9 * (i + half)) * 3.14159265358979 / 180;
-            const bool marked = Marked(picture, static_cast<int>(std::lround(x0 + 233 * std::cos(angle))),
-                                       static_cast<int>(std::lround(y0 + 233 * std::sin(angle))));
-            (half > 0 ? inGaps : onTeeth) += marked;
-        }
-    }
-    EXPECT_GE(onTeeth, 39);
-    EXPECT_LE(inGaps, 2);
-    // The region that TRUE_OROI names, and the centre.
-    ASSERT_EQ(Value(run.out, "TRUE_OROI"), "[502,342,300,260,1]");
-    for (const auto& [x, y] :
-         {std::pair{502, 342}, {801, 342}, {502, 601}, {801, 601}, {520, 342}, {652, 472}})
-        EXPECT_TRUE(Marked(picture, x, y)) << x << ", " << y;
-    for (const auto& [x, y] : {std::pair{495, 335}, {808, 608}, {510, 350}})
-        EXPECT_FALSE(Marked(picture, x, y)) << x << ", " << y;
-    // What is not marked is camera frame 3.
+    const svg::Document drawn(folder.Read("p.svg"));
     WheelScene scene;
     scene.startAngle = 2;
-    const Bytes grey = Draw(scene, 3);
-    for (int y = 0; y < 140; y++)
-        for (int x = 0; x < 1280; x++)
-            ASSERT_EQ(picture.At(x, y), grey[std::size_t(y) * 1280 + x] * 0x10101u) << x << ", " << y;
+    EXPECT_TRUE(FrameBelow(drawn) == Draw(scene, 3)) << "camera frame 3, without marks";
+
+    const auto circles = drawn.Shapes("given-circles", "circle");
+    ASSERT_EQ(circles.size(), 2u);
+    for (const svg::Shape& circle : circles) EXPECT_EQ(svg::Distance(circle.Middle(), {652.4, 471.7}), 0);
+    EXPECT_EQ(circles[0].Number("r"), 216);
+    EXPECT_EQ(circles[1].Number("r"), 250);
+    // A dot in the middle of every tooth: tooth i stands at 2 + 3 * 0.4 + 9 i degrees.
+    const auto teeth = drawn.Shapes("teeth", "circle");
+    ASSERT_EQ(teeth.size(), 40u);
+    for (int i = 0; i < 40; i++) {
+        const double angle = (3.2 + 9 * i) * 3.14159265358979 / 180;
+        const svg::Point tooth = {652.4 + 233 * std::cos(angle), 471.7 + 233 * std::sin(angle)};
+        EXPECT_LT(svg::Distance(teeth[i].Middle(), tooth), 0.01) << i;
+    }
+    // The region that TRUE_OROI names, and the centre.
+    ASSERT_EQ(Value(run.out, "TRUE_OROI"), "[502,342,300,260,1]");
+    const auto region = drawn.Shapes("region", "rect");
+    ASSERT_EQ(region.size(), 1u);
+    EXPECT_EQ(svg::Distance(region[0].Places()[0], {501.5, 341.5}), 0);
+    EXPECT_EQ(svg::Distance(region[0].Places()[2], {801.5, 601.5}), 0);
+    EXPECT_LT(svg::Distance(CrossOf(drawn), {652.4, 471.7}), 0.01);
+    EXPECT_EQ(drawn.Groups("sense").at(0).Text("data-sense"), "cw");
+    for (const auto& [of, words] : {std::pair{"given-circles", "<innerR> 216"},
+                                    {"given-circles", "<outerR> 250"},
+                                    {"measures", "<wid> 300"},
+                                    {"measures", "<hgh> 260"},
+                                    {"measures", "<cx> 150"},
+                                    {"measures", "<cy> 130"},
+                                    {"angles", "<ang1>, <ang2>"},
+                                    {"scale", "90\xC2\xB0"},
+                                    {"sense", "<angSpd> 1"},
+                                    {"found-centre", "centre"}})
+        EXPECT_TRUE(Names(drawn, of, words)) << words;
+    for (const char* words :
+         {"<teethCnt> 40", "wheel's centre 652.4, 471.7", "OROI=[502,342,300,260,1]", "<angSpd> 1 clockwise"})
+        EXPECT_TRUE(Explains(drawn, words)) << words;
+}
+
+TEST_F(Wheelsim, PreviewShowsTheSenseOfRotation)
+{
+    EXPECT_EQ(Run("--preview p.svg --speed -0.5").status, 0);
+    svg::Document drawn(folder.Read("p.svg"));
+    EXPECT_EQ(drawn.Groups("sense").at(0).Text("data-sense"), "ccw");
+    EXPECT_TRUE(Names(drawn, "sense", "<angSpd> -1"));
+    EXPECT_EQ(Run("--preview p.svg --speed 0").status, 0);
+    drawn = svg::Document(folder.Read("p.svg"));
+    EXPECT_TRUE(drawn.Groups("sense").empty());
+    EXPECT_TRUE(Explains(drawn, "<angSpd> 0 at rest"));
+}
+
+TEST_F(Wheelsim, RadiiAreToldInWholePixels)
+{
+    const Finished run = Run("--preview p.svg --inner 216.3 --outer 249.6");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("; radii 216.3 and 249.6;"), run.out.npos) << run.out;
+    EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 15 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
+    EXPECT_EQ(Value(run.out, "RING"), "Telvane -l 15 300 260 150 130 216 250 -1 0 360 360 40 1 0 0 0 0");
+    const svg::Document drawn(folder.Read("p.svg"));
+    EXPECT_TRUE(Names(drawn, "given-circles", "<innerR> 216"));
+    EXPECT_TRUE(Names(drawn, "given-circles", "<outerR> 250"));
 }
 
 TEST_F(Wheelsim, PreviewMarksATiltedWheelWhereItIsSeen)
 {
-    const Finished run = Run("--preview p.png --tilt 25,0 --centre 640,480 --speed 0");
+    const Finished run = Run("--preview p.svg --tilt 25,0 --centre 640,480 --speed 0");
     ASSERT_EQ(run.status, 0) << run.err;
-    const decoded::Colours picture = decoded::DecodePng(folder.Read("p.png"));
+    const svg::Document drawn(folder.Read("p.svg"));
+    const auto lines = drawn.Shapes("given-circles", "path");
+    ASSERT_EQ(lines.size(), 2u);
     // From infinitely far, the ring is narrower by the tilt's cosine and as high as before.
     const double narrow = std::cos(25 * 3.14159265358979 / 180);
-    int marked = 0;
-    for (int degrees = 0; degrees < 360; degrees++) {
-        const double angle = degrees * 3.14159265358979 / 180;
-        marked += Marked(picture, static_cast<int>(std::lround(640 + 250 * narrow * std::cos(angle))),
-                         static_cast<int>(std::lround(480 + 250 * std::sin(angle))));
+    for (std::size_t i : {0u, 1u}) {
+        const double radius = i == 0 ? 216 : 250;
+        EXPECT_EQ(lines[i].Text("d").back(), 'Z');
+        for (const svg::Point& p : lines[i].Places())
+            EXPECT_NEAR(std::hypot((p.x - 640) / narrow, p.y - 480), radius, 0.02);
+        EXPECT_GE(lines[i].Places().size(), 90u);
     }
-    EXPECT_GT(marked, 340);
+}
+
+TEST_F(Wheelsim, PreviewMarksWhatTheLensShows)
+{
+    const char scene[] =
+        "--tilt 8,30 --distance 1500 --lens 0.05 --centre 500,400 --eccentric 20,90 --first 10";
+    ASSERT_EQ(Run(std::string("--preview p.svg ") + scene).status, 0);
+    WheelScene wheel;
+    wheel.tilt = 8;
+    wheel.tiltDirection = 30;
+    wheel.distance = 1500;
+    wheel.lens = 0.05;
+    wheel.centreX = 500;
+    wheel.centreY = 400;
+    wheel.eccentricity = 20;
+    wheel.eccentricDirection = 90;
+    const svg::Document drawn(folder.Read("p.svg"));
+    const telvane::WheelTruth truth = telvane::TruthOf(wheel, 10);
+    EXPECT_GT(std::hypot(truth.axis.x - truth.ring.x, truth.axis.y - truth.ring.y), 15);
+    EXPECT_LT(svg::Distance(CrossOf(drawn), {truth.axis.x, truth.axis.y}), 0.02);
+    const auto ring = drawn.Shapes("ring-centre", "circle");
+    ASSERT_EQ(ring.size(), 1u);
+    EXPECT_LT(svg::Distance(ring[0].Middle(), {truth.ring.x, truth.ring.y}), 0.02);
+    EXPECT_TRUE(Names(drawn, "ring-centre", "ring's centre"));
+
+    // The wheel stands turned by 4 degrees, and the ring's centre at 94.
+    const auto face = [&](double degrees, double radius) {
+        const double a = degrees * 3.14159265358979 / 180, e = 94 * 3.14159265358979 / 180;
+        const telvane::WheelPlace p = telvane::SeenAt(wheel, 20 * std::cos(e) + radius * std::cos(a),
+                                                      20 * std::sin(e) + radius * std::sin(a));
+        return svg::Point{p.x, p.y};
+    };
+    const auto lines = drawn.Shapes("given-circles", "path");
+    ASSERT_EQ(lines.size(), 2u);
+    for (std::size_t i : {0u, 1u}) {
+        const auto places = lines[i].Places();
+        for (std::size_t k = 0; k < places.size(); k++) {
+            const double degrees = 360.0 * static_cast<double>(k) / static_cast<double>(places.size());
+            EXPECT_LT(svg::Distance(places[k], face(degrees, i == 0 ? 216 : 250)), 0.02) << degrees;
+        }
+    }
+    const auto teeth = drawn.Shapes("teeth", "circle");
+    ASSERT_EQ(teeth.size(), 40u);
+    for (std::size_t i = 0; i < 40; i++)
+        EXPECT_LT(svg::Distance(teeth[i].Middle(), face(4 + 9.0 * static_cast<double>(i), 233)), 0.02) << i;
+    // Arrows of the radii end on the lines.
+    const auto heads = drawn.Shapes("given-circles", "head");
+    ASSERT_EQ(heads.size(), 2u);
+    for (std::size_t i : {0u, 1u}) {
+        double nearest = 1000;
+        for (double degrees = 0; degrees < 360; degrees += 0.5)
+            nearest =
+                std::min(nearest, svg::Distance(heads[i].Places()[0], face(degrees, i == 0 ? 216 : 250)));
+        EXPECT_LT(nearest, 1.2);
+    }
+}
+
+TEST_F(Wheelsim, PreviewMarksTheRectangleThatHidesTheDisc)
+{
+    const Finished run = Run("--preview p.svg --disc 110,120,40,4,5");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::string votes = Value(run.out, "VOTES");
+    int left = 0, top = 0, width = 0, height = 0;
+    ASSERT_EQ(std::sscanf(votes.c_str(), "Telvane -l 15 -m %d %d %d %d ", &left, &top, &width, &height), 4);
+    const svg::Document drawn(folder.Read("p.svg"));
+    const auto mask = drawn.Shapes("mask", "path");
+    ASSERT_EQ(mask.size(), 1u);
+    const auto corners = mask[0].Places();
+    ASSERT_EQ(corners.size(), 8u);
+    const int cut = 2 * std::min(width, height) / 7;
+    EXPECT_EQ(svg::Distance(corners[0], {left - 0.5 + cut, top - 0.5}), 0);
+    EXPECT_EQ(svg::Distance(corners[3], {left - 0.5 + width, top - 0.5 + height - cut}), 0);
+    EXPECT_TRUE(Explains(drawn, "-m " + std::to_string(left) + " " + std::to_string(top) + " " +
+                                    std::to_string(width) + " " + std::to_string(height) + " blanked"));
 }
 
 TEST_F(Wheelsim, PreviewGoesIntoAFolder)
@@ -548,29 +680,33 @@ TEST_F(Wheelsim, PreviewGoesIntoAFolder)
     for (const char* place : {"new", "there.d", "new/"}) {
         const Finished run = Run(std::string("--preview ") + place);
         EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(decoded::DecodePng(folder.Read(std::string(place) + "/preview.png")).width, 1280) << place;
+        EXPECT_NO_THROW(svg::Document(folder.Read(std::string(place) + "/preview.svg"))) << place;
     }
     EXPECT_EQ(Run("--preview .").status, 0);
-    EXPECT_TRUE(folder.Has("preview.png"));
+    EXPECT_TRUE(folder.Has("preview.svg"));
 }
 
 TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
 {
     for (const char* arguments :
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000", "--teeth 1000",
-          "--centre 30,30", "--centre 1249,929 --speed -1", "--speed 0 --disc 110,120,40,4,5", "--teeth 1"}) {
-        const Finished run = Run(std::string("--preview p.png ") + arguments);
+          "--centre 30,30", "--centre 1249,929 --speed -1", "--speed 0 --disc 110,120,40,4,5", "--teeth 1",
+          "--tilt 60,45 --distance 500 --lens 0.5 --eccentric 1000,10 --outer 220 --distance 2500"}) {
+        const Finished run = Run(std::string("--preview p.svg ") + arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
-        EXPECT_EQ(decoded::DecodePng(folder.Read("p.png")).height, 960) << arguments;
+        const std::string text = folder.Read("p.svg");
+        EXPECT_EQ(FrameBelow(svg::Document(text)).size(), 1280u * 960) << arguments;
+        const std::string marks = text.substr(text.find("<g transform")); // behind the letters of the frame
+        for (const char* none : {"nan", "inf"}) EXPECT_EQ(marks.find(none), marks.npos) << arguments;
     }
 }
 
 TEST_F(Wheelsim, PreviewThatCannotBeWrittenIsAnError)
 {
     folder.Write("file", "no folder");
-    const Finished run = Run("--preview file/p.png");
+    const Finished run = Run("--preview file/p.svg");
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.err, "wheelsim: cannot write file/p.png: Not a directory\n");
+    EXPECT_EQ(run.err, "wheelsim: cannot write file/p.svg: Not a directory\n");
     EXPECT_EQ(run.out, "");
 }
 
