@@ -2,8 +2,8 @@
 # Makes the pictures of the documentation anew: scripts/pictures.sh
 #
 # They are what the project's own programs draw: a wheel with the arguments marked (wheelsim --preview), a run with
-# the result marked (Telvane), each stage between (telvane-report), and what real machines show (wheelsim). They come
-# into docs/pictures.
+# the result marked (Telvane), each stage between (telvane-report), what real machines show (wheelsim), and what the
+# diagnosis measures. They come into docs/pictures.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -42,4 +42,9 @@ if names:
 END
 mkdir -p "$pictures/influences"
 python3 scripts/influences.py "$programs/simulator/wheelsim" "$pictures/influences"
-ls -l "$pictures" "$pictures/influences"
+scripts/install-packages.sh libgtest-dev
+configure release -DTELVANE_TESTS=ON
+build build/release diagnosis_pictures
+mkdir -p "$pictures/diagnosis"
+"$programs/tests/diagnosis_pictures" "$pictures/diagnosis"
+ls -l "$pictures" "$pictures/influences" "$pictures/diagnosis"

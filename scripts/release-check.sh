@@ -10,7 +10,7 @@ set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 exec </dev/null
 
-steps=(ci asan arm fuzz coverage vectors report packages)
+steps=(ci asan arm fuzz coverage vectors report packages verdicts)
 declare -A command=(
     [ci]=".ci/run"
     [asan]="scripts/test.sh asan" # the sanitizers of g++
@@ -20,6 +20,7 @@ declare -A command=(
     [vectors]="scripts/vector-report.sh"
     [report]="scripts/check-report.sh"
     [packages]="scripts/check-packages.sh" # needs root
+    [verdicts]="scripts/accuracy.sh --verdicts"
 )
 (($# == 0)) || steps=("$@")
 for step in "${steps[@]}"; do
