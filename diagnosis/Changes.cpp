@@ -66,6 +66,20 @@ double Changes::NoiseVariance(double grey) const
     return 3 * cellNoise * std::max(1.0, grey / std::max(darkestNoise, 1.0)) + 0.3;
 }
 
+Place MiddleOf(const Changes& changes, const std::vector<Region>& masks)
+{
+    std::vector<double> columns, rows;
+    for (int y = 0; y < changes.height; y++)
+        for (int x = 0; x < changes.width; x++) {
+            if (!(changes.Excess(changes.At(x, y)) > 0)) continue;
+            const Place at = changes.Middle(x, y);
+            if (Masked(masks, at.x, at.y)) continue;
+            columns.push_back(at.x);
+            rows.push_back(at.y);
+        }
+    return {Quantile(columns, 0.5), Quantile(rows, 0.5)};
+}
+
 Changes ChangesOf(const CubByte& frames)
 {
     Changes changes;

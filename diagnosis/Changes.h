@@ -53,6 +53,9 @@ struct Changes {
     double darkestNoise = 0; ///< the grey value at which `noise` was measured
 };
 
+/// The middle of what changes: half of it lies to each side, and half above and below.
+Place MiddleOf(const Changes& changes, const std::vector<Region>& masks);
+
 Changes ChangesOf(const CubByte& frames);
 
 } // namespace telvane

@@ -11,20 +11,27 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 namespace telvane {
 
 namespace {
 
-// An answer in whole pixels lies up to 0.7 px beside the centre, and both methods err by another pixel or so.
-const double closeEnough = 2.5; // pixels between the centre found and the rotation's
+// An answer in whole pixels lies up to 0.7 px beside the centre, and both methods err by some 1.5 px more.
+const double closeEnough = 2.3; // pixels between the centre found and the rotation's
+// Light and lens shift what is seen by about this, in pixels. The smaller the angle, the more it moves the
+// centre.
+const double unseenShift = 0.005;
 const double surest = 0.7;      // standard deviation of the rotation's centre that a verdict may rest on
 const double tooFastFrom = 0.4; // of a tooth from frame to frame: half a tooth has no sense
 const double darkest = 60;      // grey value that the brightest fiftieth of the picture should exceed
-const double worstFlicker = 0.1;
+const double worstFlicker = 0.05;
 const double otherFrom = 0.15; // share of the motion that can mislead
 const double mostClipped = 0.3;
-const double worstPush = 1; // pixels
+const double straightFrom = 0.75; // share of the motion in one direction; of half a wheel's it is 2 / pi
+const double noisiest = 4;        // grey levels
+const double worstPush = 1;       // pixels
+const double mostEccentric = 1.5; // pixels between the ring's middle and the rotation's centre
 
 double Distance(const Place& a, const Place& b) { return std::hypot(a.x - b.x, a.y - b.y); }
 
@@ -83,50 +90,82 @@ private:
         if (quality.moving <= 0) return;
 
         LocateRing();
-        FindRotation();
+        FindRotation(masks);
+        if (Trusted() && !ring.ring) LocateRing(fit.centre);
+        LearnSense();
+        LookElsewhere();
+        if (!Trusted() && OtherMotionFound()) {
+            // Once more without it.
+            std::vector<Region> more = masks;
+            more.push_back(elsewhere.box);
+            FindRotation(more);
+            LearnSense();
+            LookElsewhere();
+        }
         diagnosis.ring = ring.ring;
         diagnosis.teeth = ring.teeth;
-        if (Trusted()) {
-            diagnosis.centre = fit.centre;
-            diagnosis.sigma = fit.sigma;
-            diagnosis.limit = std::max(fit.limit.x, fit.limit.y);
-            diagnosis.degreesPerFrame = fit.degreesPerFrame;
-            diagnosis.sense = fit.degreesPerFrame > 0 ? Sense::clockwise : Sense::counterClockwise;
-            diagnosis.explained = fit.explained;
-        } else if (ring.teeth && ring.steady > 0.8 && std::abs(ring.step) < tooFastFrom) {
-            diagnosis.sense = ring.step > 0 ? Sense::clockwise : Sense::counterClockwise;
-        } else if (motion.turns && motion.agrees > 0.8) {
-            diagnosis.sense = motion.sense;
-        }
-        if (diagnosis.sense && diagnosis.ring) {
-            elsewhere = telvane::Elsewhere(cells, Trusted() ? fit.centre : ring.middle, *diagnosis.ring,
-                                           *diagnosis.sense);
-            diagnosis.elsewhere = elsewhere.share;
-        }
+        if (!Trusted()) return;
+        diagnosis.centre = fit.centre;
+        diagnosis.sigma = fit.sigma;
+        diagnosis.limit = std::max(fit.limit.x, fit.limit.y);
+        diagnosis.degreesPerFrame = fit.degreesPerFrame;
+        diagnosis.explained = fit.explained;
     }
 
-    /// About the flow's centre, or else about the one found, and then about its own.
+    void LearnSense()
+    {
+        const auto of = [](double turned) { return turned > 0 ? Sense::clockwise : Sense::counterClockwise; };
+        diagnosis.sense.reset();
+        if (ring.teeth && ToothStep() >= tooFastFrom && ToothStep() <= 1 - tooFastFrom) return;
+        if (Trusted()) diagnosis.sense = of(fit.degreesPerFrame);
+        else if (ring.teeth && ring.steady > 0.8) diagnosis.sense = of(ring.step);
+        else if (motion.turns && motion.agrees > 0.8) diagnosis.sense = motion.sense;
+    }
+
+    void LookElsewhere()
+    {
+        diagnosis.elsewhere.reset();
+        if (!diagnosis.sense || !ring.ring) return;
+        elsewhere = Elsewhere(cells, Trusted() ? fit.centre : ring.middle, *ring.ring, *diagnosis.sense);
+        diagnosis.elsewhere = elsewhere.share;
+    }
+
+    /// At one place, and not all over the wheel as noise is.
+    bool OtherMotionFound() const
+    {
+        return diagnosis.elsewhere && elsewhere.share >= otherFrom &&
+               Distance(elsewhere.where, ring.middle) > 0.4 * ring.ring->outer;
+    }
+
+    /// About the flow's centre, or else about the one found, or else about the middle of what changes.
     void LocateRing()
     {
         std::vector<Place> centres;
         if (motion.turns) centres.push_back(motion.centre);
         if (diagnosis.found) centres.push_back(*diagnosis.found);
-        for (const Place& centre : centres) {
-            ring = FindRing(run.frames, times, changes, centre, masks);
-            if (!ring.ring) continue;
-            // From beside its middle a ring seems to have more teeth on one side than on the other.
-            const double near = std::min(2.0, 0.5 * ring.ring->outer / *ring.teeth);
-            if (Distance(ring.middle, centre) > near) {
-                const RingFound again = FindRing(run.frames, times, changes, ring.middle, masks);
-                if (again.ring) ring = again;
-            }
-            pushes = PushesOf(RingPlaces(run.frames, ring.middle, *ring.ring, *ring.teeth, masks));
-            return;
+        centres.push_back(MiddleOf(changes, masks));
+        for (const Place& centre : centres)
+            if (LocateRing(centre)) return;
+        ring = {};
+    }
+
+    /// About a centre, and then about the ring's own.
+    bool LocateRing(const Place& centre)
+    {
+        ring = FindRing(run.frames, times, changes, centre, masks);
+        if (!ring.ring) return false;
+        // From beside its middle a ring seems to have more teeth on one side than on the other.
+        const double near = std::min(2.0, 0.5 * ring.ring->outer / *ring.teeth);
+        if (Distance(ring.middle, centre) > near) {
+            const RingFound again = FindRing(run.frames, times, changes, ring.middle, masks);
+            if (again.ring) ring = again;
         }
+        pushes = PushesOf(RingPlaces(run.frames, ring.middle, *ring.ring, *ring.teeth, masks));
+        return true;
     }
 
     /// From the ring's middle; or else from the flow's centre, and from what the run was told.
-    void FindRotation()
+    void FindRotation(const std::vector<Region>& leftOut)
     {
         std::vector<RotationStart> starts;
         if (ring.ring) starts.push_back({ring.middle, ring.ring->inner, ring.ring->outer});
@@ -152,7 +191,7 @@ private:
         const CubByte frames = run.frames(RNG::All(), RNG::All(), RNG(from, to));
         const std::vector<int> part(times.begin() + from, times.begin() + to + 1);
         for (const RotationStart& start : starts) {
-            fit = FitRotation(frames, part, start, masks);
+            fit = FitRotation(frames, part, start, leftOut);
             if (Trusted()) return;
         }
     }
@@ -172,11 +211,14 @@ private:
     void Decide()
     {
         if (Failed() || FramesUseless()) return;
-        if (Trusted() && diagnosis.found && Apart() <= closeEnough) {
+        if (Trusted() && diagnosis.found && Apart() <= Near()) {
             Good();
             return;
         }
-        if (Still() || TooFast() || OtherMotion() || WrongRadii() || WrongSense() || FramesPoor()) return;
+        // Poor frames are the cause only where nothing that the run was told is plainly wrong.
+        const bool toldWrong = Trusted() && (RadiiWrong() || (Votes() && SenseWrong()));
+        if (!toldWrong && !FramesStill() && FramesPoor()) return;
+        if (Still() || TooFast() || OtherMotion() || WrongRadii() || WrongSense()) return;
         if (Refused()) {
             NoResult();
             return;
@@ -185,6 +227,13 @@ private:
         else Unclear();
     }
 
+    /// How far an answer may lie from the rotation's centre to be called good.
+    double Near() const
+    {
+        const double angle = std::abs(fit.degreesPerFrame) * std::max(fit.gap, 1) * std::numbers::pi / 180;
+        const double doubt = 2 * std::max(fit.sigma.x, fit.sigma.y) + unseenShift / std::max(angle, 1e-6);
+        return closeEnough - std::min(doubt, 0.5);
+    }
     double Apart() const { return Distance(*diagnosis.found, fit.centre); }
 
     bool Failed()
@@ -215,7 +264,7 @@ private:
                        "Give the same number for -p1 and -p2, or 1 for one of them.");
         if (!gone.empty())
             return Say(Verdict::badFrames,
-                       "The camera lost frames behind frame " + ListText(gone) +
+                       "The camera lost frames after frame " + ListText(gone) +
                            ", so that the wheel went further there than between the others.",
                        "Run it again, with less else to do for the computer and its storage.");
         if (!quality.repeated.empty()) {
@@ -261,22 +310,22 @@ private:
             "");
     }
 
+    bool FramesStill() const { return HasFrames() && !(quality.moving > 0); }
+
     bool Still()
     {
-        if (!HasFrames() || Trusted()) return false;
-        if (quality.moving > 0) {
-            const StraightMotion straight = Straight(cells);
-            if (straight.share < 0.6) return false;
+        const char* const turn = "Let the wheel turn, by 1 to 3 pixels at the teeth from frame to frame";
+        if (FramesStill())
             return Say(Verdict::still,
-                       "Nothing turns: what moves goes straight on, around " + PlaceText(straight.where) +
-                           '.',
-                       "Let the wheel turn, cover what else moves or blank it with -m, and run it again.");
-        }
-        return Say(
-            Verdict::still,
-            "Nothing turns: between the frames the picture changes by no more than its noise of " +
-                NumberText(quality.noise, 1) + " grey levels.",
-            "Let the wheel turn, by 1 to 3 pixels at the teeth from frame to frame, and run it again.");
+                       "Nothing turns: between the frames the picture changes by no more than its noise of " +
+                           NumberText(quality.noise, 1) + " grey levels.",
+                       std::string(turn) + ", and run it again.");
+        if (!HasFrames() || Trusted() || ring.teeth) return false;
+        const StraightMotion straight = Straight(cells);
+        if (straight.share < straightFrom) return false;
+        return Say(Verdict::still,
+                   "Nothing turns: what moves goes straight on, around " + PlaceText(straight.where) + '.',
+                   std::string(turn) + ", cover what else moves or blank it with -m, and run it again.");
     }
 
     double ToothStep() const
@@ -295,17 +344,34 @@ private:
                    "than a third of a tooth.");
     }
 
+    std::string MaskText() const
+    {
+        const Region box = InPicture(elsewhere.box);
+        std::string text = "-m";
+        for (const int number : {box.left, box.top, box.width, box.height})
+            text += ' ' + std::to_string(number);
+        return text;
+    }
+
+    Region InPicture(const Region& box) const
+    {
+        const int left = std::clamp(box.left, 0, run.frames.dim1 - 1),
+                  top = std::clamp(box.top, 0, run.frames.dim2 - 1);
+        return {left, top, std::min(box.left + box.width, run.frames.dim1) - left,
+                std::min(box.top + box.height, run.frames.dim2) - top};
+    }
+
     bool OtherMotion()
     {
-        if (!diagnosis.elsewhere || elsewhere.share < otherFrom) return false;
+        if (!OtherMotionFound()) return false;
         return Say(Verdict::otherMotion,
                    ShareText(elsewhere.share) + " of the motion is not the wheel's: it lies " +
                        WhereText(elsewhere.where, run.frames.dim1, run.frames.dim2) +
                        " of the picture, around " + PlaceText(elsewhere.where) + '.',
-                   "Cover what moves there, or blank it with -m, and run it again.");
+                   "Cover what moves there, or blank it with " + MaskText() + ", and run it again.");
     }
 
-    double RadiusTolerance() const { return 3 + 0.01 * diagnosis.ring->outer; }
+    double RadiusTolerance() const { return std::max(3.0, 0.015 * diagnosis.ring->outer); }
     double InnerWrong() const { return Given()->innerR - diagnosis.ring->inner; }
     double OuterWrong() const { return Given()->outerR - diagnosis.ring->outer; }
     bool RadiiWrong() const
@@ -366,6 +432,11 @@ private:
                        "The picture is dark: of 255 grey levels the brightest of what moves reaches " +
                            NumberText(quality.bright, 0) + '.',
                        "Give more light, or a longer exposure.");
+        if (Votes() && quality.noise > noisiest)
+            return Say(Verdict::badFrames,
+                       "The frames are noisy, by " + NumberText(quality.noise, 1) +
+                           " grey levels, which misleads flow voting.",
+                       "Give more light and less gain, or take the ring search (-1 as the third radius).");
         if (quality.clipped > mostClipped)
             return Say(Verdict::badFrames,
                        ShareText(quality.clipped) + " of the picture is as bright as can be.",
@@ -389,8 +460,24 @@ private:
     {
         std::string said = "The program answered " + std::to_string(*run.outcome.result);
         if (!run.outcome.message.empty()) said += ": " + run.outcome.message;
-        Say(Verdict::noResult, said + '.',
-            "Check that the whole wheel and the region around it lie in the picture, and the arguments.");
+        if (!said.ends_with('.')) said += '.';
+        if (Trusted() && Given() && !RegionFits())
+            Say(Verdict::noResult,
+                "The region around the centre of the rotation at " + PlaceText(fit.centre) +
+                    " would reach out of the picture. " + said,
+                "Make the region smaller, move the place of the centre in it, or move the camera.");
+        else
+            Say(Verdict::noResult, said,
+                "Check the arguments, and that the whole wheel and the region around it lie in the picture.");
+    }
+
+    /// As the program tests it: the region ends at least one pixel inside.
+    bool RegionFits() const
+    {
+        const double left = std::rint(fit.centre.x - Given()->centreX),
+                     top = std::rint(fit.centre.y - Given()->centreY);
+        return left >= 0 && top >= 0 && left + Given()->width < run.frames.dim1 &&
+               top + Given()->height < run.frames.dim2;
     }
 
     void Unclear()
@@ -428,13 +515,13 @@ private:
         if (verdict == Verdict::failed || Count() < 2) return;
         if (diagnosis.ring && RadiiWrong() && verdict != Verdict::wrongRadii)
             Note("The teeth lie between " + RadiiSeen() + " px from the centre; " + RadiiTold() + '.');
-        if (SenseWrong() && verdict != Verdict::wrongSense)
+        if (SenseWrong() && verdict != Verdict::wrongSense && (Votes() || Given()->Told()))
             Note(std::string("The wheel turns ") + SenseText(*diagnosis.sense) + "; " + SenseTold() +
                  (Votes() ? "." : ", which the ring search does not use."));
         if (Given() && ring.teeth && Given()->teeth != *ring.teeth)
             Note("The wheel has " + Plural(*ring.teeth, "tooth", "teeth") + "; the run was told " +
                  std::to_string(Given()->teeth) + '.');
-        if (verdict != Verdict::otherMotion && diagnosis.elsewhere && elsewhere.share >= otherFrom)
+        if (verdict != Verdict::otherMotion && OtherMotionFound())
             Note(ShareText(elsewhere.share) + " of the motion is not the wheel's, around " +
                  PlaceText(elsewhere.where) + '.');
         if (verdict != Verdict::badFrames) {
@@ -444,9 +531,12 @@ private:
             if (quality.flicker > 0.02)
                 Note("The light changes by " + ShareText(quality.flicker) + " from frame to frame.");
             if (quality.moving > 0 && quality.bright < darkest)
-                Note("The picture is dark: the brightest of what moves reaches " + NumberText(quality.bright, 0) +
-                     " of 255 grey levels.");
+                Note("The picture is dark: the brightest of what moves reaches " +
+                     NumberText(quality.bright, 0) + " of 255 grey levels.");
         }
+        if (Trusted() && ring.ring && Distance(ring.middle, fit.centre) > mostEccentric)
+            Note("The middle of the ring lies " + NumberText(Distance(ring.middle, fit.centre), 1) +
+                 " px from the centre that it turns about: it is eccentric, or the camera stands askew.");
         if (quality.clipped > 0.05)
             Note(ShareText(quality.clipped) + " of the picture is as bright as can be.");
     }
@@ -471,6 +561,8 @@ private:
             arguments.offset = best == Method::ring ? -1 : 0;
             proposal.method = true;
         }
+        if (diagnosis.verdict == Verdict::otherMotion && arguments.masks.size() < 3)
+            arguments.masks.push_back(InPicture(elsewhere.box));
         diagnosis.proposal = proposal;
     }
 
@@ -480,7 +572,7 @@ private:
         const double r = diagnosis.ring->outer + 2;
         const Place& c = fit.centre;
         return c.x - r >= 0 && c.y - r >= 0 && c.x + r <= run.frames.dim1 - 1 &&
-               c.y + r <= run.frames.dim2 - 1 && Distance(ring.middle, c) < 1.5 && ring.oval < 3;
+               c.y + r <= run.frames.dim2 - 1 && Distance(ring.middle, c) < mostEccentric && ring.oval < 3;
     }
 
     const RunSeen& run;

@@ -231,7 +231,8 @@ MotionElsewhere Elsewhere(const std::vector<MotionCell>& cells, const Place& cen
                           Sense sense)
 {
     MotionElsewhere elsewhere;
-    double all = 0, other = 0, x = 0, y = 0;
+    double all = 0, other = 0;
+    std::vector<double> columns, rows;
     const double sign = sense == Sense::clockwise ? 1 : -1, margin = 8; // a cell's width
     for (const MotionCell& cell : cells) {
         const Turning turning = TurningOf(cell, centre);
@@ -239,10 +240,20 @@ MotionElsewhere Elsewhere(const std::vector<MotionCell>& cells, const Place& cen
         const bool against = turning.along * sign < 0.5;
         if (turning.radius <= ring.outer + margin && !against) continue;
         other += cell.strength;
-        x += cell.strength * cell.at.x;
-        y += cell.strength * cell.at.y;
+        elsewhere.where.x += cell.strength * cell.at.x;
+        elsewhere.where.y += cell.strength * cell.at.y;
+        columns.push_back(cell.at.x);
+        rows.push_back(cell.at.y);
     }
-    if (other > 0) elsewhere = {other / all, {x / other, y / other}};
+    if (!(other > 0)) return elsewhere;
+    elsewhere.share = other / all;
+    elsewhere.where = {elsewhere.where.x / other, elsewhere.where.y / other};
+    const double few = 0.04, room = 12;
+    const double left = std::floor(Quantile(columns, few) - room),
+                 top = std::floor(Quantile(rows, few) - room);
+    elsewhere.box = {static_cast<int>(left), static_cast<int>(top),
+                     static_cast<int>(Quantile(columns, 1 - few) + room - left) + 1,
+                     static_cast<int>(Quantile(rows, 1 - few) + room - top) + 1};
     return elsewhere;
 }
 

@@ -46,8 +46,9 @@ MotionSummary SummariseAbout(const std::vector<MotionCell>& cells, const Place& 
 
 /// Motion that is not the wheel's.
 struct MotionElsewhere {
-    double share = 0; ///< of all motion
-    Place where;      ///< the middle of it
+    double share = 0;       ///< of all motion
+    Place where;            ///< the middle of it
+    Region box{0, 0, 0, 0}; ///< where nearly all of it lies, with some room
 };
 
 /// What moves outside of the ring's outer circle, or inside of it against the turning.

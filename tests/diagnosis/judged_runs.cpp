@@ -385,8 +385,16 @@ std::vector<Judged> JudgeScene(unsigned seed, int number)
     return all;
 }
 
+void Print(const Judged& j)
+{
+    std::printf("%d %s: off %.1f %s fit %.2f sigma %.3f sense %+d teeth %+d ring %+d %.2f s %s\n", j.scene,
+                names[j.kind], j.answered ? j.off : -1, Name(j.verdict), j.fit, j.sigma, j.sense, j.teeth,
+                j.ring, j.seconds, j.words);
+    std::fflush(stdout);
+}
+
 /// In so many processes at once: the arrays' storage is counted without locks.
-std::vector<Judged> JudgeAll(unsigned seed, int runs, int jobs)
+std::vector<Judged> JudgeAll(unsigned seed, int runs, int jobs, bool list)
 {
     std::vector<std::FILE*> pipes;
     for (int job = 0; job < jobs; job++) {
@@ -415,7 +423,9 @@ std::vector<Judged> JudgeAll(unsigned seed, int runs, int jobs)
             if (std::fread(&judged, sizeof judged, 1, pipes[static_cast<std::size_t>(scene % jobs)]) != 1)
                 std::exit(2);
             if (judged.kind < 0) break;
-            if (static_cast<int>(all.size()) < runs) all.push_back(judged);
+            if (static_cast<int>(all.size()) == runs) continue;
+            all.push_back(judged);
+            if (list) Print(judged);
         }
     for (std::FILE* file : pipes) std::fclose(file); // its writer ends with that
     while (wait(nullptr) > 0) {
@@ -455,7 +465,7 @@ struct Row {
 double Share(int part, int all) { return all > 0 ? 100.0 * part / all : 0; }
 
 /// \return whether the goals are met
-bool Tell(const std::vector<Judged>& all, bool list)
+bool Tell(const std::vector<Judged>& all)
 {
     std::vector<Row> rows(kinds);
     Row total;
@@ -466,10 +476,6 @@ bool Tell(const std::vector<Judged>& all, bool list)
         rows[static_cast<std::size_t>(j.kind)].Add(j);
         total.Add(j);
         seconds.push_back(j.seconds);
-        if (list)
-            std::printf("%d %s: off %.1f %s fit %.2f sigma %.3f sense %+d teeth %+d ring %+d %.2f s %s\n",
-                        j.scene, names[j.kind], j.answered ? j.off : -1, Name(j.verdict), j.fit, j.sigma,
-                        j.sense, j.teeth, j.ring, j.seconds, j.words);
         if (!j.moving) continue;
         moving++;
         sense += j.sense > 0, senseWrongly += j.sense < 0;
@@ -530,5 +536,5 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "Usage: judged_runs [--runs N] [--seed S] [--jobs J] [--list]\n");
         return 2;
     }
-    return Tell(JudgeAll(seed, runs, jobs), list) ? 0 : 1;
+    return Tell(JudgeAll(seed, runs, jobs, list)) ? 0 : 1;
 }
