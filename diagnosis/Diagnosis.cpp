@@ -29,6 +29,7 @@ const double worstFlicker = 0.05;
 const double otherFrom = 0.15; // share of the motion that can mislead
 const double mostClipped = 0.3;
 const double straightFrom = 0.75; // share of the motion in one direction; of half a wheel's it is 2 / pi
+const double mostUneven = 0.12;   // of a tooth
 const double noisiest = 4;        // grey levels
 const double worstPush = 1;       // pixels
 const double mostEccentric = 1.5; // pixels between the ring's middle and the rotation's centre
@@ -215,6 +216,7 @@ private:
             Good();
             return;
         }
+        if (Pushed()) return;
         // Poor frames are the cause only where nothing that the run was told is plainly wrong.
         const bool toldWrong = Trusted() && (RadiiWrong() || (Votes() && SenseWrong()));
         if (!toldWrong && !FramesStill() && FramesPoor()) return;
@@ -234,7 +236,20 @@ private:
         const double doubt = 2 * std::max(fit.sigma.x, fit.sigma.y) + unseenShift / std::max(angle, 1e-6);
         return closeEnough - std::min(doubt, 0.5);
     }
-    double Apart() const { return Distance(*diagnosis.found, fit.centre); }
+    /// How far the answer lies from the rotation's centre; of its places before and after pushes, the
+    /// furthest.
+    double Apart() const
+    {
+        Place middle = fit.centre;
+        for (const Push& push : pushes)
+            if (push.frame <= fittedFrom) middle = {middle.x - push.by.x, middle.y - push.by.y};
+        double apart = Distance(*diagnosis.found, middle); // in the first frame
+        for (const Push& push : pushes) {
+            middle = {middle.x + push.by.x, middle.y + push.by.y};
+            apart = std::max(apart, Distance(*diagnosis.found, middle));
+        }
+        return apart;
+    }
 
     bool Failed()
     {
@@ -278,7 +293,7 @@ private:
                        "Let the camera deliver a new picture for each frame: a shorter exposure, or larger "
                        "periods (-p1 and -p2).");
         }
-        return Pushed();
+        return false;
     }
 
     double LargestPush() const
@@ -288,7 +303,7 @@ private:
         return largest;
     }
 
-    /// The answer cannot hold before and after it.
+    /// The answer does not hold both before and after it.
     bool Pushed()
     {
         if (LargestPush() < worstPush) return false;
@@ -528,6 +543,9 @@ private:
             if (!pushes.empty())
                 Note("The picture jumped by " + NumberText(LargestPush(), 1) + " px before frame " +
                      std::to_string(pushes[0].frame + 1) + '.');
+            if (ring.uneven > mostUneven && verdict != Verdict::tooFast)
+                Note("The wheel does not turn evenly: once the teeth go on by " + NumberText(ring.uneven, 2) +
+                     " of a tooth more or less than usually.");
             if (quality.flicker > 0.02)
                 Note("The light changes by " + ShareText(quality.flicker) + " from frame to frame.");
             if (quality.moving > 0 && quality.bright < darkest)

@@ -219,12 +219,12 @@ Rims FindRims(const CubByte& frames, const Place& centre, int teeth, const Ring&
         for (int i = middle - quarter; i <= middle + quarter; i++)
             if (i >= 0 && i <= to - from && at(i) >= 0) plateau.push_back(at(i));
         if (plateau.empty()) continue;
-        const double half = Quantile(plateau, 0.5) / 2;
+        const double least = 0.4 * Quantile(plateau, 0.5);
         for (int step : {-1, 1}) {
             for (int i = middle; i + step >= 0 && i + step <= to - from; i += step) {
                 if (at(i) < 0 || at(i + step) < 0) break; // out of the picture
-                if (!(at(i) >= half && at(i + step) < half)) continue;
-                const double r = from + i + step * (at(i) - half) / (at(i) - at(i + step));
+                if (!(at(i) >= least && at(i + step) < least)) continue;
+                const double r = from + i + step * (at(i) - least) / (at(i) - at(i + step));
                 (step < 0 ? inner : outer)[Index(k)] = r;
                 break;
             }
@@ -340,17 +340,21 @@ RingFound FindRing(const CubByte& frames, const std::vector<int>& times, const C
     std::vector<Complex> parts;
     for (const std::vector<double>& values : profile.frames)
         parts.push_back(Harmonic(values, directions, *teeth));
+    std::vector<Complex> pairs;
     Complex moved = 0;
     double all = 0;
     for (std::size_t t = 0; t + 1 < parts.size(); t++) {
         if (times[t + 1] - times[t] != 1) continue;
         const Complex pair = std::conj(parts[t]) * parts[t + 1];
+        pairs.push_back(pair);
         moved += pair;
         all += std::abs(pair);
     }
     if (all > 0) {
         found.step = -std::arg(moved) / turn;
         found.steady = std::abs(moved) / all;
+        for (const Complex& pair : pairs)
+            found.uneven = std::max(found.uneven, std::abs(std::arg(pair * std::conj(moved))) / turn);
     }
     const Rims rims = FindRims(frames, centre, *teeth, *rough, masks, {0, frames.dim3 / 2}, false);
     if (!rims.tips || !rims.roots || !(rims.roots->radius < rims.tips->radius)) return found;

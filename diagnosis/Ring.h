@@ -43,6 +43,7 @@ struct RingFound {
     double step = 0;   ///< by which the teeth go on between compared frames, in teeth: -0.5..0.5, clockwise
                        ///< positive; more cannot be told from less
     double steady = 0; ///< 0..1: how far the steps of all pairs agree
+    double uneven = 0; ///< by which the step that differs most does so, in teeth
     Place middle;      ///< of the ring's outer circle, pixels of the frame
     double oval = 0;   ///< pixels by which the outer circle is longer or shorter than a circle
     double seen = 0;   ///< the share of the ring that lies in the picture and in no mask

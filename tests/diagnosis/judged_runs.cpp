@@ -334,8 +334,9 @@ void MakeRadii(RunArguments& a, double inner, double outer)
 std::vector<Judged> JudgeScene(unsigned seed, int number)
 {
     Dice dice(seed * 100003U + static_cast<unsigned>(number));
-    // Every second scene is a plain one, told wrong in several ways; the others take their turns.
-    const Kind kind = number % 2 == 0 ? right : static_cast<Kind>(still + number / 2 % (kinds - still));
+    // Every fourth scene is a plain one, told wrong in several ways; the others take their turns.
+    const Kind kind =
+        number % 4 == 0 ? right : static_cast<Kind>(still + (number - number / 4 - 1) % (kinds - still));
     const Drawn drawn = Draw(dice, kind);
     Geometry geometry;
     std::vector<Judged> all;
@@ -403,7 +404,7 @@ std::vector<Judged> JudgeAll(unsigned seed, int runs, int jobs, bool list)
         if (fork() == 0) {
             close(ends[0]);
             std::FILE* out = fdopen(ends[1], "w");
-            // The runs of a scene are 4.5 in the mean; the reader ends it.
+            // Scene after scene, until the reader has enough.
             for (int scene = job;; scene += jobs) {
                 for (const Judged& judged : JudgeScene(seed, scene))
                     if (std::fwrite(&judged, sizeof judged, 1, out) != 1) _exit(0);

@@ -161,10 +161,10 @@ TEST(Diagnosis, ACameraThatIsPushedSpoilsTheAnswer)
     EXPECT_TRUE(Says(diagnosis.evidence, "to the right")) << diagnosis.evidence;
 }
 
-TEST(Diagnosis, ASmallPushIsARemark)
+TEST(Diagnosis, APushIsARemarkWhereTheAnswerHoldsBeforeAndAfterIt)
 {
     WheelScene scene = Scene();
-    scene.push = {3, 0.7, 0};
+    scene.push = {3, 1.2, 0};
     const Diagnosis diagnosis = Judged(scene, Method::ring);
     EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
     EXPECT_TRUE(Remarks(diagnosis, "jumped"));

@@ -99,8 +99,11 @@ TEST(Ring, TheStepOfTheTeethIsMeasured)
 TEST(Ring, StepsThatDifferAreNotSteady)
 {
     WheelScene scene = Scene();
-    scene.jerks = {{2, 7.5}};
-    EXPECT_LT(RingOf(scene, {323.3, 238.6}).steady, 0.8);
+    scene.jerks = {{2, 6}};
+    const RingFound found = RingOf(scene, {323.3, 238.6});
+    EXPECT_LT(found.steady, 0.9);
+    EXPECT_NEAR(found.uneven, 0.4, 0.1);
+    EXPECT_LT(RingOf(Scene(), {323.3, 238.6}).uneven, 0.02);
 }
 
 TEST(Ring, TheMiddleOfAnEccentricRingIsNotTheAxis)
