@@ -8,51 +8,69 @@ namespace telvane {
 
 namespace {
 
-// Columns of the table that a round works on: what the residual changes by with each unknown, all in grey
-// levels per pixel at the reach, then the light, then the residual itself.
-constexpr int unknowns = 7, gainColumn = 7, offsetColumn = 8, residualColumn = 9, columns = 10;
-using Table = Eigen::Matrix<float, Eigen::Dynamic, columns>;
-using Gram = Eigen::Matrix<double, columns, columns>;
-using Normal = Eigen::Matrix<double, unknowns, unknowns>;
-using Unknowns = Eigen::Matrix<double, unknowns, 1>;
-
-// A leaning of the axis is of this size where it is one: a cosine of 0.98, and 3 % between near and far.
-constexpr double shapeExpected = 0.01, slantExpected = 0.015;
 constexpr double gainExpected = 0.3;
 
 struct Turn {
     explicit Turn(const Motion& m)
         : c(static_cast<float>(std::cos(m.angle))), s(static_cast<float>(std::sin(m.angle))),
-          tx(static_cast<float>(m.shift.x())), ty(static_cast<float>(m.shift.y())),
-          a(static_cast<float>(m.shape.x())), b(static_cast<float>(m.shape.y())),
-          qx(static_cast<float>(m.slant.x())), qy(static_cast<float>(m.slant.y()))
+          tx(static_cast<float>(m.shift.x())), ty(static_cast<float>(m.shift.y())), bend(m.bend.cast<float>())
     {
     }
-    float c, s, tx, ty, a, b, qx, qy;
+    float c, s, tx, ty;
+    Eigen::Matrix<float, 6, 1> bend;
 
     struct Moved {
         float turnedX, turnedY, x, y;
     };
     Moved operator()(float x, float y) const
     {
-        const float u = c * x - s * y, v = s * x + c * y;
-        const float near = qx * x + qy * y, far = qx * u + qy * v;
-        const float hx = a * x + b * y + x * near, hy = b * x - a * y + y * near;
-        const float gx = a * u + b * v + u * far, gy = b * u - a * v + v * far;
+        const float u = c * x - s * y, v = s * x + c * y, r2 = x * x + y * y;
+        const float near = bend[2] * x + bend[3] * y, far = bend[2] * u + bend[3] * v;
+        const float hx = bend[0] * x + bend[1] * y + x * near + bend[4] * r2;
+        const float hy = bend[1] * x - bend[0] * y + y * near + bend[5] * r2;
+        const float gx = bend[0] * u + bend[1] * v + u * far + bend[4] * r2;
+        const float gy = bend[1] * u - bend[0] * v + v * far + bend[5] * r2;
         return {u, v, u + tx + gx - (c * hx - s * hy), v + ty + gy - (s * hx + c * hy)};
     }
 };
 
-struct Round {
-    Table table;
-    std::vector<float> weights;
+// A round of Gauss-Newton. Columns of its table: what the residual changes by with each unknown, in grey
+// levels per pixel at the reach, then the light, then the residual itself.
+template <int bends> class Rounds {
+public:
+    static constexpr int unknowns = 3 + bends, gainColumn = unknowns, offsetColumn = unknowns + 1,
+                         residualColumn = unknowns + 2, columns = unknowns + 3;
 
-    void Fill(const Points& points, const Scaled& second, const Sight& sight, const Motion& motion,
-              const PairModel& model);
+    Rounds(const Points& from, const Scaled& to, const Sight& where, const PairModel& how)
+        : points(from), second(to), sight(where), model(how), table(from.Count(), columns),
+          weights(static_cast<std::size_t>(from.Count()), 1), residuals(weights.size()),
+          movesBy(weights.size()), lights(from.ends.size()), pulls(from.ends.size())
+    {
+    }
+    PairFit Run(const Motion& start);
+
+private:
+    using Gram = Eigen::Matrix<double, columns, columns>;
+    using Normal = Eigen::Matrix<double, unknowns, unknowns>;
+    using Unknowns = Eigen::Matrix<double, unknowns, 1>;
+    using Lights = Eigen::Matrix<double, 2, columns>;
+
+    void Fill(const Motion& motion);
+    Gram GramOf(int begin, int end) const;
+    double Weigh(const Unknowns& step, double& kept);
+
+    const Points& points;
+    const Scaled& second;
+    const Sight& sight;
+    const PairModel& model;
+    Eigen::Matrix<float, Eigen::Dynamic, columns> table;
+    std::vector<float> weights;            ///< below 0: outside of the second frame
+    std::vector<float> residuals, movesBy; ///< grey levels: by which points change on their way
+    std::vector<Lights> lights;
+    std::vector<Unknowns> pulls; ///< of each block: what it adds to the gradient
 };
 
-void Round::Fill(const Points& points, const Scaled& second, const Sight& sight, const Motion& motion,
-                 const PairModel& model)
+template <int bends> void Rounds<bends>::Fill(const Motion& motion)
 {
     const Turn turn(motion);
     const auto pivotX = static_cast<float>(sight.pivot.x()), pivotY = static_cast<float>(sight.pivot.y());
@@ -75,16 +93,22 @@ void Round::Fill(const Points& points, const Scaled& second, const Sight& sight,
             const Scaled::Sample sample = second.At(px, py);
             const float gx = 0.5F * (sample.slopeX + turn.c * points.slopeX[k] - turn.s * points.slopeY[k]);
             const float gy = 0.5F * (sample.slopeY + turn.s * points.slopeX[k] + turn.c * points.slopeY[k]);
-            table(i, 0) = (gy * to.turnedX - gx * to.turnedY) * unit;
+            const float u = to.turnedX, v = to.turnedY;
+            table(i, 0) = (gy * u - gx * v) * unit;
             table(i, 1) = gx;
             table(i, 2) = gy;
-            if (model.leaning) {
-                const float u = to.turnedX, v = to.turnedY, c = turn.c, s = turn.s;
+            if constexpr (bends > 0) {
+                // h(R u) - R h(u) of each coefficient, along the slope.
+                const float c = turn.c, s = turn.s, along = (gx * u + gy * v) * unit * unit;
+                const float r2 = (x * x + y * y) * unit * unit;
                 table(i, 3) = (gx * (u - (c * x + s * y)) + gy * (-v - (s * x - c * y))) * unit;
                 table(i, 4) = (gx * (v - (c * y - s * x)) + gy * (u - (s * y + c * x))) * unit;
-                table(i, 5) = (gx * u + gy * v) * (u - x) * unit * unit;
-                table(i, 6) = (gx * u + gy * v) * (v - y) * unit * unit;
+                table(i, 5) = along * (u - x);
+                table(i, 6) = along * (v - y);
+                table(i, 7) = r2 * (gx * (1 - c) - gy * s);
+                table(i, 8) = r2 * (gx * s + gy * (1 - c));
             }
+            movesBy[k] = std::abs(gx * (to.x - x) + gy * (to.y - y));
             table(i, gainColumn) = points.grey[k] - mean;
             table(i, offsetColumn) = 1;
             table(i, residualColumn) = sample.grey - points.grey[k];
@@ -93,22 +117,13 @@ void Round::Fill(const Points& points, const Scaled& second, const Sight& sight,
     }
 }
 
-Gram GramOf(const Table& table, const std::vector<float>& weights, int begin, int end)
+template <int bends> auto Rounds<bends>::GramOf(int begin, int end) const -> Gram
 {
     Eigen::Matrix<float, columns, columns> gram;
     const auto part = table.middleRows(begin, end - begin);
     const Eigen::Map<const Eigen::VectorXf> w(weights.data() + begin, end - begin);
     gram.noalias() = part.transpose() * (w.cwiseMax(0).asDiagonal() * part);
-    return gram.cast<double>();
-}
-
-// What the light takes of the other columns: L^-1 M, L the light's part of the Gram matrix.
-Eigen::Matrix<double, 2, columns> Light(const Gram& gram, double noise2)
-{
-    Eigen::Matrix2d light = gram.block<2, 2>(gainColumn, gainColumn);
-    light(0, 0) += noise2 / (gainExpected * gainExpected) + 1e-6;
-    light(1, 1) += 1e-6;
-    return light.inverse() * gram.middleRows<2>(gainColumn);
+    return gram.template cast<double>();
 }
 
 double Median(std::vector<float>& values)
@@ -119,21 +134,148 @@ double Median(std::vector<float>& values)
     return static_cast<double>(*middle);
 }
 
-} // namespace
-
-Eigen::Vector2d Motion::Take(const Eigen::Vector2d& u) const
+/// The weights of the next round, from the residuals that are left after a step.
+/// \return their scale
+template <int bends> double Rounds<bends>::Weigh(const Unknowns& step, double& kept)
 {
-    const Turn::Moved to = Turn(*this)(static_cast<float>(u.x()), static_cast<float>(u.y()));
-    return {static_cast<double>(to.x), static_cast<double>(to.y)};
+    Eigen::Matrix<float, columns, 1> along = Eigen::Matrix<float, columns, 1>::Zero();
+    along.template head<unknowns>() = step.template cast<float>();
+    along(residualColumn) = 1;
+    std::vector<float> still(residuals.size());
+    int begin = 0;
+    for (std::size_t b = 0; b < points.ends.size(); b++) {
+        const Eigen::Vector2f light = (lights[b] * along.template cast<double>()).template cast<float>();
+        along.template segment<2>(gainColumn) = -light;
+        const int n = points.ends[b] - begin;
+        Eigen::Map<Eigen::VectorXf>(residuals.data() + begin, n).noalias() =
+            table.middleRows(begin, n) * along;
+        along.template segment<2>(gainColumn).setZero();
+        // In the same place, under the same light.
+        for (int i = begin; i < points.ends[b]; i++) {
+            const auto k = static_cast<std::size_t>(i);
+            still[k] = second.grey.p_f_data[points.at[k]] - points.grey[k] - light(0) * table(i, gainColumn) -
+                       light(1);
+        }
+        begin = points.ends[b];
+    }
+    std::vector<float> sizes;
+    for (std::size_t i = 0; i < residuals.size(); i += 3)
+        if (weights[i] >= 0) sizes.push_back(std::abs(residuals[i]));
+    const double scale = std::max(1.4826 * Median(sizes), model.leastScale);
+    const auto bound = static_cast<float>(1 / (4.685 * scale));
+    const auto same = static_cast<float>(2.5 * scale), far = static_cast<float>(5 * scale);
+    double sum = 0, all = 0;
+    for (std::size_t i = 0; i < residuals.size(); i++) {
+        if (weights[i] < 0) continue;
+        const float r = residuals[i] * bound, rest = 1 - r * r;
+        const float moves = movesBy[i];
+        weights[i] = rest > 0 && !(std::abs(still[i]) < same && moves > far) ? rest * rest : 0;
+        sum += static_cast<double>(weights[i]);
+        all += 1;
+    }
+    kept = all > 0 ? sum / all : 0;
+    return scale;
 }
 
-Eigen::Vector2d Motion::Fixed() const
+template <int bends> PairFit Rounds<bends>::Run(const Motion& start)
 {
-    // (1 - R)^-1 = (1 + cot(angle / 2) J) / 2; the leaning is small near the pivot.
+    PairFit fit;
+    fit.motion = start;
+    if (points.Count() < 20 * unknowns) return fit;
+    Bend reaches;
+    reaches << model.reach, model.reach, Eigen::Vector4d::Constant(model.reach * model.reach);
+    Normal expected = Normal::Zero(), usual = Normal::Zero(); // inverse covariances
+    if constexpr (bends > 0) {
+        const auto inverse = [&](const Eigen::Matrix<double, 6, 6>& covariance) {
+            const Eigen::Matrix<double, 6, 6> inPixels =
+                reaches.asDiagonal() * covariance * reaches.asDiagonal();
+            return Eigen::Matrix<double, 6, 6>(inPixels.inverse());
+        };
+        expected.template bottomRightCorner<bends, bends>() = inverse(model.bendAny);
+        usual.template bottomRightCorner<bends, bends>() = inverse(model.bendUsual);
+    }
+
+    for (int count = 0; count <= model.rounds; count++) {
+        Fill(fit.motion);
+
+        // Normal equations of what the light leaves.
+        Normal normal = Normal::Zero();
+        Unknowns pull = Unknowns::Zero();
+        const double noise = std::max(fit.scale, model.leastScale);
+        int begin = 0;
+        for (std::size_t b = 0; b < points.ends.size(); b++) {
+            const Gram gram = GramOf(begin, points.ends[b]);
+            Eigen::Matrix2d light = gram.template block<2, 2>(gainColumn, gainColumn);
+            light(0, 0) += noise * noise / (gainExpected * gainExpected) + 1e-6;
+            light(1, 1) += 1e-6;
+            lights[b] = light.inverse() * gram.template middleRows<2>(gainColumn);
+            const Gram rest = gram - gram.template middleCols<2>(gainColumn) * lights[b];
+            normal += rest.template topLeftCorner<unknowns, unknowns>();
+            pulls[b] = rest.col(residualColumn).template head<unknowns>();
+            pull += pulls[b];
+            begin = points.ends[b];
+        }
+        // The first round only finds out what to look at.
+        if (count == 0) {
+            fit.scale = Weigh(Unknowns::Zero(), fit.kept);
+            continue;
+        }
+        Unknowns bend = Unknowns::Zero();
+        if constexpr (bends > 0) bend.template tail<bends>() = reaches.cwiseProduct(fit.motion.bend);
+        const Normal data = normal;
+        const Unknowns dataPull = pull;
+        normal += noise * noise * expected;
+        pull += noise * noise * expected * bend;
+        const Eigen::LDLT<Normal> solver(normal);
+        if (solver.info() != Eigen::Success || !(solver.vectorD().minCoeff() > 0)) return fit;
+        Unknowns step = -solver.solve(pull);
+        if (!step.allFinite()) return fit;
+        // No further than slopes can be trusted.
+        const double longest = step.cwiseAbs().maxCoeff(), most = 4.0 * second.step;
+        if (longest > most) step *= most / longest;
+        fit.scale = Weigh(step, fit.kept);
+        fit.motion.angle += step(0) / model.reach;
+        fit.motion.shift += step.template segment<2>(1);
+        if constexpr (bends > 0) fit.motion.bend += step.template tail<bends>().cwiseQuotient(reaches);
+
+        if (count < model.rounds && (count < 3 || longest > model.enough)) continue;
+        // What is expected of the bend counts as one more observation of it.
+        Normal scatter = Normal::Zero();
+        for (const Unknowns& p : pulls) scatter += p * p.transpose();
+        const auto shiftOf = [&](const Normal& prior, const Unknowns& from, const Unknowns& by) {
+            const Normal inverse = (data + noise * noise * prior).inverse();
+            const Normal covariance = inverse * (scatter + std::pow(noise, 4) * prior) * inverse;
+            const Normal least = model.leastScale * model.leastScale * inverse;
+            fit.angleSigma = std::sqrt(covariance(0, 0)) / model.reach;
+            if constexpr (bends > 0)
+                for (const int i : {0, 1})
+                    fit.need(i) = (from(unknowns - 2 + i) + by(unknowns - 2 + i)) /
+                                  std::sqrt(covariance(unknowns - 2 + i, unknowns - 2 + i));
+            return typename PairFit::Shift{from.template segment<2>(1) + by.template segment<2>(1),
+                                           covariance.template block<2, 2>(1, 1),
+                                           least.template block<2, 2>(1, 1)};
+        };
+        Unknowns before = bend;
+        before(0) = 0;
+        before.template segment<2>(1) = fit.motion.shift - step.template segment<2>(1);
+        const Eigen::LDLT<Normal> usually(data + noise * noise * usual);
+        fit.usual = shiftOf(usual, before, -usually.solve(dataPull + noise * noise * usual * bend));
+        fit.any = shiftOf(expected, before, step);
+        fit.solved = true;
+        break;
+    }
+    return fit;
+}
+
+} // namespace
+
+Eigen::Matrix2d Motion::UndoTurn() const
+{
+    // (1 + cot(angle / 2) J) / 2
     const double half = 0.5 / std::tan(angle / 2);
     Eigen::Matrix2d inverse;
     inverse << 0.5, -half, half, 0.5;
-    return inverse * shift;
+    return inverse;
 }
 
 bool Sight::Masked(float x, float y) const
@@ -149,105 +291,8 @@ bool Sight::Masked(float x, float y) const
 PairFit FitPair(const Points& points, const Scaled& second, const Sight& sight, const Motion& start,
                 const PairModel& model)
 {
-    PairFit fit;
-    fit.motion = start;
-    const int size = model.leaning ? unknowns : 3;
-    if (points.Count() < 10 * size) return fit;
-
-    Round round;
-    round.table.resize(points.Count(), columns);
-    if (!model.leaning) round.table.middleCols<4>(3).setZero();
-    round.weights.assign(static_cast<std::size_t>(points.Count()), 1);
-    std::vector<Eigen::Matrix<double, 2, columns>> lights(points.ends.size());
-    std::vector<Unknowns> pulls(points.ends.size());
-    std::vector<float> residuals(static_cast<std::size_t>(points.Count())), sorted;
-    fit.scale = 0;
-    for (int count = 0; count < model.rounds; count++) {
-        round.Fill(points, second, sight, fit.motion, model);
-
-        // Normal equations of what the light leaves, in units of the residuals' scale.
-        Normal normal = Normal::Zero();
-        Unknowns pull = Unknowns::Zero();
-        const double noise2 = std::max(fit.scale, model.leastScale) * std::max(fit.scale, model.leastScale);
-        int begin = 0;
-        for (std::size_t b = 0; b < points.ends.size(); b++) {
-            const Gram gram = GramOf(round.table, round.weights, begin, points.ends[b]);
-            lights[b] = Light(gram, noise2);
-            const Gram rest = gram - gram.middleCols<2>(gainColumn) * lights[b];
-            normal += rest.topLeftCorner<unknowns, unknowns>();
-            pulls[b] = rest.col(residualColumn).head<unknowns>();
-            pull += pulls[b];
-            begin = points.ends[b];
-        }
-        const Normal data = normal;
-        if (model.leaning) {
-            const double shape = noise2 / std::pow(shapeExpected * model.reach, 2);
-            const double slant = noise2 / std::pow(slantExpected * model.reach, 2);
-            normal.diagonal().segment<2>(3).array() += shape;
-            normal.diagonal().segment<2>(5).array() += slant;
-            pull.segment<2>(3) += shape * model.reach * fit.motion.shape;
-            pull.segment<2>(5) += slant * model.reach * model.reach * fit.motion.slant;
-        }
-        const auto system = normal.topLeftCorner(size, size);
-        const Eigen::LDLT<Eigen::MatrixXd> solver(system);
-        if (solver.info() != Eigen::Success || !(solver.vectorD().minCoeff() > 0)) return fit;
-        Unknowns step = Unknowns::Zero();
-        step.head(size) = -solver.solve(pull.head(size));
-        if (!step.allFinite()) return fit;
-        // No further than linear slopes can be trusted.
-        const double longest = step.cwiseAbs().maxCoeff(), most = 4.0 * second.step;
-        if (longest > most) step *= most / longest;
-
-        // The residuals that are left, and from them the weights of the next round.
-        sorted.clear();
-        const Eigen::Matrix<float, columns, 1> along = [&] {
-            Eigen::Matrix<float, columns, 1> v = Eigen::Matrix<float, columns, 1>::Zero();
-            v.head<unknowns>() = step.cast<float>();
-            v(residualColumn) = 1;
-            return v;
-        }();
-        begin = 0;
-        for (std::size_t b = 0; b < points.ends.size(); b++) {
-            Eigen::Matrix<float, columns, 1> all = along;
-            all.segment<2>(gainColumn) = -(lights[b] * along.cast<double>()).cast<float>();
-            const int n = points.ends[b] - begin;
-            Eigen::Map<Eigen::VectorXf>(residuals.data() + begin, n).noalias() =
-                round.table.middleRows(begin, n) * all;
-            begin = points.ends[b];
-        }
-        for (std::size_t i = 0; i < residuals.size(); i += 3)
-            if (round.weights[i] >= 0) sorted.push_back(std::abs(residuals[i]));
-        fit.scale = std::max(1.4826 * Median(sorted), model.leastScale);
-        const auto bound = static_cast<float>(1 / (4.685 * fit.scale));
-        double sum = 0, all = 0;
-        for (std::size_t i = 0; i < residuals.size(); i++) {
-            if (round.weights[i] < 0) continue;
-            const float r = residuals[i] * bound, rest = 1 - r * r;
-            round.weights[i] = rest > 0 ? rest * rest : 0;
-            sum += static_cast<double>(round.weights[i]);
-            all += 1;
-        }
-        fit.kept = all > 0 ? sum / all : 0;
-
-        fit.motion.angle += step(0) / model.reach;
-        fit.motion.shift += step.segment<2>(1);
-        fit.motion.shape += step.segment<2>(3) / model.reach;
-        fit.motion.slant += step.segment<2>(5) / (model.reach * model.reach);
-
-        if (count + 1 == model.rounds || (count >= 2 && longest < model.enough)) {
-            Eigen::MatrixXd scatter = Eigen::MatrixXd::Zero(size, size);
-            for (const Unknowns& p : pulls) scatter += p.head(size) * p.head(size).transpose();
-            const Eigen::MatrixXd inverse = solver.solve(Eigen::MatrixXd::Identity(size, size));
-            // What is expected of the leaning counts as one more observation of it.
-            scatter += noise2 * (system - data.topLeftCorner(size, size));
-            const Eigen::MatrixXd covariance = inverse * scatter * inverse;
-            fit.shiftCovariance = covariance.block<2, 2>(1, 1);
-            fit.angleSigma = std::sqrt(covariance(0, 0)) / model.reach;
-            fit.solved = true;
-            break;
-        }
-    }
-    return fit;
+    return model.bent ? Rounds<6>(points, second, sight, model).Run(start)
+                      : Rounds<0>(points, second, sight, model).Run(start);
 }
 
 Differences Compare(const Points& points, const Scaled& second, const Sight& sight, const Motion& motion)

@@ -73,8 +73,8 @@ double Smoothing(int step) { return step == 1 ? 0.375 : step == 2 ? 0.273 : 0.13
 struct Pair {
     int first = 0, second = 0;
     PairFit fit;
-    Eigen::Vector2d centre = Eigen::Vector2d::Zero(); ///< in the frame
-    Eigen::Vector2d variance = Eigen::Vector2d::Zero();
+    Eigen::Vector2d centre = Eigen::Vector2d::Zero();                     ///< in the frame
+    Eigen::Vector2d variance = Eigen::Vector2d::Zero(), noise = variance; ///< in all, and of noise alone
     bool agrees = false;
 };
 
@@ -104,9 +104,11 @@ private:
     void Centre();
     std::vector<Pair> OfGap(int gap) const;
     void Fit(Pair& pair, const Scaled& first, const Scaled& second, const PairModel& model) const;
+    void Locate(Pair& pair, bool any) const;
     PairModel Model(int resolution) const;
     Eigen::Vector2d Agree(std::vector<Pair>& pairs) const;
     void FindReach(const Pair& pair);
+    Eigen::Matrix<double, 6, 6> ExpectedBend(bool any) const;
     Place Gradients(int frame) const;
 
     const CubByte& frames;
@@ -125,10 +127,11 @@ private:
     std::vector<std::vector<float>> polar; ///< of each frame, rings of directions about the start
     std::vector<unsigned char> polarActive;
 
-    std::vector<Pair> steps;     ///< from each frame to the next
-    std::vector<double> angles;  ///< of each frame against the first
-    std::vector<bool> disturbed; ///< the step does not turn about the centre: something jumped
-    double perTime = 0;          ///< angle per unit of time
+    std::vector<Pair> steps;             ///< from each frame to the next
+    std::vector<double> angles;          ///< of each frame against the first
+    std::vector<Eigen::Vector2d> pushed; ///< by which each frame is shifted against the first
+    std::vector<bool> disturbed;         ///< the step does not turn about the centre: something jumped
+    double perTime = 0;                  ///< angle per unit of time
 };
 
 bool Search::Prepare()
@@ -230,10 +233,11 @@ Points Search::Edges(const Scaled& first) const
                         const float* p = first.grey.p_f_data + y * rows + x;
                         const Eigen::Vector2f slope = slopeOf(p, rows);
                         if (slope.squaredNorm() < least) continue;
-                        visit(first.left + first.step * x, first.top + first.step * y, *p, slope, false);
+                        visit(first.left + first.step * x, first.top + first.step * y, y * rows + x, slope,
+                              false);
                     }
                 }
-                visit(0, 0, 0.0F, Eigen::Vector2f(0, 0), true);
+                visit(0, 0, 0, Eigen::Vector2f(0, 0), true);
             }
         }
     };
@@ -244,7 +248,7 @@ Points Search::Edges(const Scaled& first) const
         return dx * dx + dy * dy <= r * r && Active(x, y) &&
                !sight.Masked(static_cast<float>(x), static_cast<float>(y));
     };
-    each([&](int x, int y, float, const Eigen::Vector2f& slope, bool end) {
+    each([&](int x, int y, int, const Eigen::Vector2f& slope, bool end) {
         if (!end && wanted(x, y)) histogram[static_cast<std::size_t>(rank(slope.squaredNorm()))]++;
     });
     int lowest = 1023, sum = 0;
@@ -253,7 +257,7 @@ Points Search::Edges(const Scaled& first) const
 
     Points points;
     const auto scale = 1 / static_cast<float>(first.step);
-    each([&](int x, int y, float grey, const Eigen::Vector2f& slope, bool end) {
+    each([&](int x, int y, int at, const Eigen::Vector2f& slope, bool end) {
         if (end) {
             if (points.Count() > (points.ends.empty() ? 0 : points.ends.back()))
                 points.ends.push_back(points.Count());
@@ -262,7 +266,8 @@ Points Search::Edges(const Scaled& first) const
         if (rank(slope.squaredNorm()) < lowest || !wanted(x, y)) return;
         points.x.push_back(static_cast<float>(x - sight.pivot.x()));
         points.y.push_back(static_cast<float>(y - sight.pivot.y()));
-        points.grey.push_back(grey);
+        points.grey.push_back(first.grey.p_f_data[at]);
+        points.at.push_back(at);
         points.slopeX.push_back(slope.x() * scale);
         points.slopeY.push_back(slope.y() * scale);
     });
@@ -384,12 +389,19 @@ PairModel Search::Model(int resolution) const
 void Search::Fit(Pair& pair, const Scaled& first, const Scaled& second, const PairModel& model) const
 {
     pair.fit = FitPair(Edges(first), second, sight, pair.fit.motion, model);
+    Locate(pair, model.bent);
+}
+
+/// Where the pair says that the centre is.
+void Search::Locate(Pair& pair, bool any) const
+{
     if (!pair.fit.solved || pair.fit.motion.angle == 0) return;
-    const double half = 0.5 / std::tan(pair.fit.motion.angle / 2);
-    Eigen::Matrix2d inverse;
-    inverse << 0.5, -half, half, 0.5;
-    pair.centre = sight.pivot + pair.fit.motion.Fixed();
-    pair.variance = (inverse * pair.fit.shiftCovariance * inverse.transpose()).diagonal();
+    const Eigen::Matrix2d inverse = pair.fit.motion.UndoTurn();
+    const PairFit::Shift& found = any ? pair.fit.any : pair.fit.usual;
+    pair.centre = sight.pivot + inverse * found.shift;
+    if (!pushed.empty()) pair.centre -= pushed[static_cast<std::size_t>(pair.first)];
+    pair.variance = (inverse * found.covariance * inverse.transpose()).diagonal();
+    pair.noise = (inverse * found.noise * inverse.transpose()).diagonal();
 }
 
 /// By which angle each frame follows the one before.
@@ -457,6 +469,17 @@ void Search::Centre()
         }
         if (normal.determinant() < 1e-30) break;
         centre = normal.inverse() * right;
+    }
+    // A single step that shifts the picture, and turns it as the others do, is a push.
+    pushed.assign(static_cast<std::size_t>(count), Eigen::Vector2d::Zero());
+    if (std::count(disturbed.begin(), disturbed.end(), true) == 1) {
+        const auto k =
+            static_cast<std::size_t>(std::find(disturbed.begin(), disturbed.end(), true) - disturbed.begin());
+        const Motion& motion = steps[k].fit.motion;
+        const double usual = perTime * (times[k + 1] - times[k]);
+        if (steps[k].fit.solved && std::abs(motion.angle - usual) < 0.2 * std::abs(usual))
+            std::fill(pushed.begin() + static_cast<std::ptrdiff_t>(k) + 1, pushed.end(),
+                      Eigen::Vector2d(motion.shift - turning(motion.angle) * centre));
     }
     // Never far out of sight.
     const double most = 0.6 * start.outerR + 60;
@@ -526,6 +549,27 @@ void Search::FindReach(const Pair& pair)
         sight.radius = std::min(sight.radius, 4.0 * static_cast<double>(ring + 1) + 4 + step);
         return;
     }
+}
+
+/// What bends the picture of the wheel, as deviations: an axis that leans a few degrees, a lens, rows exposed
+/// one after the other within up to the time of a frame; and a little of anything.
+Eigen::Matrix<double, 6, 6> Search::ExpectedBend(bool any) const
+{
+    const double r = start.outerR;
+    Bend leaning;
+    leaning << 0.01, 0.01, 0.015 / r, 0.015 / r, 0.004 / (r * r), 0.004 / (r * r);
+    const Eigen::Matrix<double, 6, 6> usual = leaning.cwiseAbs2().asDiagonal();
+    if (!any) return usual;
+    // What lies x from the middle of the picture is seen at x (1 + k |x|^2 / d^2), d half the diagonal.
+    const double across = sight.pivot.x() - frames.dim1 / 2.0, down = sight.pivot.y() - frames.dim2 / 2.0;
+    const double d2 = (frames.dim1 * frames.dim1 + frames.dim2 * frames.dim2) / 4.0;
+    Bend lens;
+    lens << across * across - down * down, 2 * across * down, 2 * across, 2 * down, across, down;
+    lens *= 0.04 / d2;
+    Bend rolling;
+    rolling << 0, 0, 1, 0, -1, 0;
+    rolling *= 0.6 * perTime / frames.dim2;
+    return usual + lens * lens.transpose() + rolling * rolling.transpose();
 }
 
 /// Roots of the summed squares of the slopes along each axis inside the wheel, without those of the noise.
@@ -602,9 +646,21 @@ RotationFit Search::Run()
 
     // Once more in full.
     PairModel full = Model(1);
-    full.leaning = true;
+    full.bent = true;
+    full.bendUsual = ExpectedBend(false);
+    full.bendAny = ExpectedBend(true);
     for (Pair& pair : widest)
         Fit(pair, Scale(frames, pair.first, box, 1), Scale(frames, pair.second, box, 1), full);
+    // Most pictures are not bent by more than a leaning axis, and the centre is surer without. What else does
+    // not fit, as the walls of a thick wheel, is not taken for a bend either.
+    Eigen::Vector2d need = Eigen::Vector2d::Zero();
+    double misfit = 0;
+    for (const Pair& pair : widest) {
+        need += pair.fit.need / std::sqrt(static_cast<double>(widest.size()));
+        misfit += pair.variance.sum() / pair.noise.sum() / static_cast<double>(widest.size());
+    }
+    if (!(need.cwiseAbs().maxCoeff() > 4 && misfit < 12))
+        for (Pair& pair : widest) Locate(pair, false);
     const Eigen::Vector2d centre = Agree(widest);
     std::erase_if(widest, [](const Pair& p) { return !p.agrees; });
     if (widest.empty()) return result;
@@ -616,7 +672,9 @@ RotationFit Search::Run()
     std::vector<double> rates;
     double angleSigma = 0, still = 0, moved = 0;
     for (const Pair& pair : widest) {
-        variance += pair.variance / (n * n);
+        // Noise differs from pair to pair; what else is not explained may be the same in all.
+        const Eigen::Vector2d noisy = pair.variance.cwiseMin(2.5 * pair.noise);
+        variance += noisy / (n * n) + (pair.variance - noisy) / n;
         scatter += (pair.centre - centre).cwiseAbs2() / std::max(1.0, (n - 1) * n);
         rates.push_back(pair.fit.motion.angle / result.gap);
         angleSigma = std::max(angleSigma, pair.fit.angleSigma);
