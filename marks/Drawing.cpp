@@ -15,9 +15,10 @@ namespace telvane {
 namespace {
 
 // A picture of 1280 pixels is 330 wide on a phone: letters of 44 are then 11 high. Where there is more room,
-// they are smaller, within the place that they have.
-const double narrowLetters = 29, wideLetters = 53; // of a picture's width
-const int digits = 2;                              // behind the point: a picture is enlarged now and then
+// they are smaller, within the place that they have; the rule is the same for every drawing of a page.
+const double narrowLetters = 29; // of a picture's width
+const char wideScreen[] = "@media (min-width:700px){.marked .labels,.marked .legend{font-size:0.55em}}";
+const int digits = 2; // behind the point: a picture is enlarged now and then
 
 std::string Pair(Place place) { return RoundedText(place.x, digits) + " " + RoundedText(place.y, digits); }
 
@@ -119,6 +120,8 @@ void Drawing::Dot(Place centre, double radius)
               Attribute("r", radius) + sharp;
 }
 
+void Drawing::KeepClear(Place place) { labels.AddLine(place, place, mark, true); }
+
 void Drawing::End() { marks += opening + shapes + closing + shapes + "</g>\n</g>\n"; }
 
 bool Drawing::Name(const std::string& words, int its, const Ink& ink, const std::string& name,
@@ -140,16 +143,18 @@ std::string Drawing::Svg(const std::string& below, double belowHeight) const
 {
     const std::string width = std::to_string(picture.width), height = std::to_string(picture.height);
     const std::string whole = RoundedText(picture.height + belowHeight, digits);
+    const double shown = picture.enlarged;
     std::string svg =
         "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"marked\" role=\"img\" viewBox=\"0 0 " + width +
-        " " + whole + "\" width=\"" + width + "\" height=\"" + whole + "\" font-family=\"sans-serif\"" +
+        " " + whole + "\"" + Attribute("width", shown * picture.width) +
+        Attribute("height", shown * (picture.height + belowHeight)) + " font-family=\"sans-serif\"" +
         Attribute("font-size", letters) + " style=\"max-width:100%;height:auto\">\n<title>" +
-        Escaped(picture.title) + "</title>\n<desc>" + Escaped(picture.description) +
-        "</desc>\n<style>@media (min-width:700px){.marked{font-size:" +
-        RoundedText(picture.width / wideLetters, digits) + "px}}</style>\n";
+        Escaped(picture.title) + "</title>\n<desc>" + Escaped(picture.description) + "</desc>\n<style>" +
+        wideScreen + "</style>\n";
     if (!picture.href.empty())
-        svg += "<image width=\"" + width + "\" height=\"" + height + "\" href=\"" + Escaped(picture.href) +
-               "\"/>\n";
+        svg += "<image width=\"" + width + "\" height=\"" + height +
+               (picture.enlarged > 1 ? "\" style=\"image-rendering:pixelated" : "") + "\" href=\"" +
+               Escaped(picture.href) + "\"/>\n";
     // The pixel at the top left reaches from 0 to 1, and its middle is the place (0, 0).
     svg += "<g transform=\"translate(0.5 0.5)\" fill=\"none\" stroke=\"currentColor\" "
            "stroke-linejoin=\"round\">\n" +

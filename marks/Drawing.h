@@ -25,6 +25,7 @@ struct MarkedPicture {
     std::string href;          ///< a data URI or a file's name; empty: there is nothing below the marks
     std::string title;         ///< what it is
     std::string description;   ///< what it shows, for those who do not see it
+    int enlarged = 1;          ///< above 1, its pixels are squares of this many pixels of the page
 };
 
 /// Coordinates are those of the picture's pixels: (x, y) is the middle of a pixel.
@@ -46,6 +47,8 @@ public:
     void ArrowHead(Place tip, double degrees);
     /// A filled circle.
     void Dot(Place centre, double radius);
+    /// Nobody's name may lie here.
+    void KeepClear(Place place);
     void End();
 
     /// Puts a name beside one of these places, as the mark that was begun last; after all marks are drawn.

@@ -1,6 +1,8 @@
 // Flow as colours.
 #include <report/Flow.h>
 
+#include <tools/Markup.h>
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -74,6 +76,31 @@ Canvas FlowLegend()
     canvas.label(middle - aside("left"), middle, "left", white, scale);
     canvas.label(middle + aside("right"), middle, "right", white, scale);
     return canvas;
+}
+
+std::string FlowWheel()
+{
+    const int radius = 90, side = 2 * radius;
+    Canvas canvas(side, side);
+    for (int y = 0; y < side; y++)
+        for (int x = 0; x < side; x++) {
+            const double dx = x + 0.5 - radius, dy = y + 0.5 - radius; // of the pixel's middle
+            canvas.set(x, y, FlowColour(Degrees(dx, dy), std::hypot(dx, dy) / radius));
+        }
+    const std::string png = canvas.png();
+    if (png.empty()) return {};
+    // The words stand outside; the corners of the picture are cut off.
+    const std::string words = "<text fill=\"currentColor\" ";
+    return "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" viewBox=\"0 0 300 230\" width=\"300\" "
+           "height=\"230\" font-family=\"sans-serif\" font-size=\"14\" "
+           "style=\"max-width:100%;height:auto\">\n"
+           "<title>Wheel of colours</title>\n<desc>Red to the right, yellow to green down, cyan to the left, "
+           "blue to violet up.</desc>\n<image x=\"60\" y=\"25\" width=\"180\" height=\"180\" "
+           "style=\"clip-path:circle(50%)\" href=\"data:image/png;base64," +
+           Base64(png) + "\"/>\n" + words + "text-anchor=\"middle\" x=\"150\" y=\"17\">up</text>\n" + words +
+           "text-anchor=\"middle\" x=\"150\" y=\"222\">down</text>\n" + words +
+           "text-anchor=\"end\" x=\"52\" y=\"120\">left</text>\n" + words +
+           "x=\"248\" y=\"120\">right</text>\n</svg>\n";
 }
 
 } // namespace telvane

@@ -6,6 +6,8 @@
 
 #include <tools/Canvas.h>
 
+#include <string>
+
 namespace telvane {
 
 /// The colour of a motion in degrees clockwise from the right, red to the right, then yellow, green (down and
@@ -25,6 +27,10 @@ MatByte StrengthPicture(const MatShort& u, const MatShort& v);
 
 /// A wheel of the colours with the directions in words: on its rim the strongest motion, in its middle none.
 Canvas FlowLegend();
+
+/// The same as an element <svg> of a page, with words that are sharp at every size; empty when there is not
+/// enough memory.
+std::string FlowWheel();
 
 } // namespace telvane
 

@@ -1,8 +1,13 @@
 // Summits of the votes, and the heat map.
 #include <report/Votes.h>
 
+#include <marks/Drawing.h>
+#include <tools/Markup.h>
+#include <tools/Numbers.h>
+
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -96,6 +101,12 @@ Summits FindSummits(const MatShort& votes, int apart)
     return found;
 }
 
+short MostVotes(const MatShort& votes)
+{
+    if (votes.dim1 < 3 || votes.dim2 < 3) return 0;
+    return Max(Max(votes(RNG(1, votes.dim1 - 2), RNG(1, votes.dim2 - 2))));
+}
+
 Colour HeatColour(double share)
 {
     const double t = 3 * std::sqrt(std::clamp(share, 0.0, 1.0));
@@ -107,7 +118,7 @@ Colour HeatColour(double share)
 
 Canvas VotePicture(const MatShort& votes, const Summits& summits)
 {
-    const short most = Max(Max(votes));
+    const short most = MostVotes(votes);
     Canvas canvas(votes.dim1, votes.dim2);
     for (int y = 0; y < votes.dim2; y++)
         for (int x = 0; x < votes.dim1; x++) canvas.set(x, y, HeatColour(Share(votes(x, y), most)));
@@ -119,7 +130,7 @@ Canvas VotePicture(const MatShort& votes, const Summits& summits)
 
 Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int scale)
 {
-    const short most = Max(Max(votes));
+    const short most = MostVotes(votes);
     const int side = (2 * reach + 1) * scale;
     Canvas canvas(side, side);
     for (int y = 0; y < side; y++) {
@@ -156,6 +167,106 @@ Canvas HeatLegend(int most)
         canvas.text(left, bar + 8, words, {255, 255, 255}, scale);
     }
     return canvas;
+}
+
+namespace {
+
+const Ink peakInk{"#56B4E9", "", 2}, nextInk{"#009E73", "6 3", 2};
+
+MarkedPicture PictureOf(const Canvas& canvas, const char* title, const char* description)
+{
+    const std::string png = canvas.png();
+    if (png.empty()) return {};
+    return {canvas.width(), canvas.height(), "data:image/png;base64," + Base64(png), title, description};
+}
+
+} // namespace
+
+std::string VoteDrawing(const MatShort& votes, const Summits& summits)
+{
+    const MarkedPicture picture = PictureOf(
+        VotePicture(votes, {}), "Heat map of the votes",
+        "Black where nobody voted, then red, yellow and white; the peak and the next best place are ringed.");
+    if (picture.width == 0) return {};
+    Drawing drawing(picture);
+    struct Ringed {
+        const Summit& summit;
+        const Ink& ink;
+        const char *name, *words;
+        int mark = 0;
+    };
+    Ringed all[] = {{summits.next, nextInk, "next-best", "next best"},
+                    {summits.peak, peakInk, "peak", "peak"}};
+    const double radius = 0.7 * drawing.Letters();
+    for (Ringed& r : all) {
+        if (r.summit.votes < 1) continue;
+        const Place at = {r.summit.x * 1.0, r.summit.y * 1.0};
+        drawing.Begin(r.name, r.ink);
+        drawing.Circle(at, radius);
+        drawing.KeepClear(at);
+        drawing.End();
+        r.mark = drawing.Mark();
+    }
+    for (const Ringed& r : all) {
+        if (r.summit.votes < 1) continue;
+        std::vector<LabelAnchor> round;
+        for (int degrees = 0; degrees < 360; degrees += 45) {
+            const double angle = degrees * std::numbers::pi / 180;
+            round.push_back({{r.summit.x + radius * std::cos(angle), r.summit.y + radius * std::sin(angle)},
+                             static_cast<double>(degrees)});
+        }
+        drawing.Name(r.words, r.mark, r.ink, r.name, round);
+    }
+    return drawing.Svg();
+}
+
+std::string PeakDrawing(const MatShort& votes, const Summit& peak, int reach)
+{
+    const short most = MostVotes(votes);
+    Canvas around(2 * reach + 1, 2 * reach + 1);
+    for (int y = 0; y < around.height(); y++)
+        for (int x = 0; x < around.width(); x++) {
+            const int vx = peak.x - reach + x, vy = peak.y - reach + y;
+            const bool inside = 0 <= vx && vx < votes.dim1 && 0 <= vy && vy < votes.dim2;
+            around.set(x, y, inside ? HeatColour(Share(votes(vx, vy), most)) : Colour{70, 70, 70});
+        }
+    MarkedPicture picture = PictureOf(around, "The peak, enlarged", "The votes around the peak, in a cross.");
+    if (picture.width == 0) return {};
+    picture.enlarged = 6;
+    Drawing drawing(picture);
+    drawing.Begin("peak", peakInk);
+    const double gap = 3, end = 10, middle = reach;
+    for (const int sign : {-1, 1}) {
+        drawing.Line({middle + sign * gap, middle}, {middle + sign * end, middle});
+        drawing.Line({middle, middle + sign * gap}, {middle, middle + sign * end});
+    }
+    drawing.End();
+    return drawing.Svg();
+}
+
+std::string HeatScale(int most)
+{
+    const double width = 360, bar = 20;
+    std::string svg =
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" viewBox=\"0 0 360 42\" width=\"360\" "
+        "height=\"42\" font-family=\"sans-serif\" font-size=\"12\" "
+        "style=\"max-width:100%;height:auto\">\n<title>Scale of the heat map</title>\n"
+        "<linearGradient id=\"heat-scale\">";
+    // The colours lie evenly along the square root of the share, by which the strip goes, too.
+    for (int i = 0; i <= 3; i++) {
+        const Colour c = HeatColour(i * i / 9.0);
+        svg += "<stop offset=\"" + RoundedText(i / 3.0, 4) + "\" stop-color=\"rgb(" + std::to_string(c.red) +
+               "," + std::to_string(c.green) + "," + std::to_string(c.blue) + ")\"/>";
+    }
+    svg += "</linearGradient>\n<rect width=\"360\" height=\"20\" fill=\"url(#heat-scale)\"/>\n";
+    for (const double share : {0.0, 0.01, 0.1, 0.25, 0.5, 1.0}) {
+        const double x = std::sqrt(share) * width;
+        const char* const anchor = share > 0 ? share < 1 ? "middle" : "end" : "start";
+        svg += "<path stroke=\"currentColor\" d=\"M" + RoundedText(x, 2) + " " + RoundedText(bar, 2) +
+               "v4\"/><text fill=\"currentColor\" text-anchor=\"" + anchor + "\"" + Attribute("x", x) +
+               " y=\"37\">" + std::to_string(std::lround(share * most)) + "</text>\n";
+    }
+    return svg + "</svg>\n";
 }
 
 } // namespace telvane

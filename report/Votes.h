@@ -6,6 +6,8 @@
 
 #include <tools/Canvas.h>
 
+#include <string>
+
 namespace telvane {
 
 /// A place in the vote picture. Its votes are 0 where there is no such place.
@@ -24,6 +26,9 @@ struct Summits {
 /// lies more than `apart` columns or rows from the peak, so that the peak's own slopes do not count.
 Summits FindSummits(const MatShort& votes, int apart);
 
+/// The most votes anywhere but on the outermost pixels, which the detection does not smooth.
+short MostVotes(const MatShort& votes);
+
 /// The colour of a share 0..1 of the most votes: from black over red and yellow to white, with the square
 /// root of the share, so that few votes show too.
 Colour HeatColour(double share);
@@ -36,6 +41,19 @@ Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int sca
 
 /// A strip of all colours with the votes that they stand for.
 Canvas HeatLegend(int most);
+
+// The same as elements <svg> of a page, with lines and words that are sharp at every size; empty when there
+// is not enough memory. Marks are groups of the classes "peak" and "next-best".
+
+/// The votes in their colours, with the summits ringed and named.
+std::string VoteDrawing(const MatShort& votes, const Summits& summits);
+
+/// What lies around the peak, up to `reach` pixels to each side, enlarged; a cross leaves the peak's pixel
+/// open.
+std::string PeakDrawing(const MatShort& votes, const Summit& peak, int reach);
+
+/// A strip of all colours with the votes that they stand for.
+std::string HeatScale(int most);
 
 } // namespace telvane
 

@@ -548,33 +548,17 @@ TEST(Marks, TextsAreEscaped)
     EXPECT_EQ(drawn.All().front().Text("xmlns"), "http://www.w3.org/2000/svg");
 }
 
-struct Box {
-    double left, top, right, bottom;
-};
-
-/// The room that a name takes with letters of a size: no usual typeface is wider than 0.6 of it on average.
-Box RoomOf(const svg::Shape& label, double size)
-{
-    std::size_t letters = 0;
-    for (const char c : label.text) letters += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    const double width = 0.6 * size * static_cast<double>(letters), x = label.Number("x");
-    const std::string& anchor = label.Text("text-anchor");
-    const double left = anchor == "start" ? x : anchor == "end" ? x - width : x - width / 2;
-    return {left, label.Number("y") - 0.5 * size, left + width, label.Number("y") + 0.5 * size};
-}
-
 void ExpectClearNames(const svg::Document& drawn, const std::string& of)
 {
     const double size = drawn.All().front().Number("font-size");
     const auto labels = drawn.Labels();
     for (std::size_t i = 0; i < labels.size(); i++) {
-        const Box a = RoomOf(labels[i], size);
+        const svg::Room a = svg::RoomOf(labels[i], size);
         EXPECT_TRUE(a.left > -0.5 && a.top > -0.5 && a.right < 1279.5 && a.bottom < 959.5)
             << labels[i].text << of;
         for (std::size_t k = i + 1; k < labels.size(); k++) {
-            const Box b = RoomOf(labels[k], size);
-            EXPECT_FALSE(a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom)
-                << labels[i].text << " and " << labels[k].text << of;
+            const svg::Room b = svg::RoomOf(labels[k], size);
+            EXPECT_FALSE(a.Overlaps(b)) << labels[i].text << " and " << labels[k].text << of;
         }
         // No name hides what it names, nor any arrow's head or centre.
         for (const char* key : {"head", "found-centre", "rotation-centre"}) {
@@ -584,8 +568,7 @@ void ExpectClearNames(const svg::Document& drawn, const std::string& of)
                 const auto places =
                     shape.name == "ellipse" ? std::vector<svg::Point>{shape.Middle()} : shape.Places();
                 for (const svg::Point& p : places)
-                    EXPECT_FALSE(p.x > a.left && p.x < a.right && p.y > a.top && p.y < a.bottom)
-                        << labels[i].text << " hides " << key << of;
+                    EXPECT_FALSE(a.Holds(p)) << labels[i].text << " hides " << key << of;
             }
         }
     }
@@ -637,12 +620,35 @@ TEST(Marks, LettersAreLargeEnoughForAPhoneAndSmallerOnlyWhereThereIsRoom)
     const svg::Document drawn(text);
     const double narrow = drawn.All().front().Number("font-size");
     EXPECT_GE(narrow * 328 / 1280, 11) << "on a screen of 360 pixels";
-    const std::string rule = "@media (min-width:700px){.marked{font-size:";
+    // In parts of the narrow size: drawings of several sizes may stand on a page, whose rules hold for all.
+    const std::string rule = "@media (min-width:700px){.marked .labels,.marked .legend{font-size:";
     const std::size_t at = text.find(rule);
     ASSERT_NE(at, text.npos);
-    const double wide = std::strtod(text.c_str() + at + rule.size(), nullptr);
-    EXPECT_LT(wide, narrow);
-    EXPECT_GE(wide * 668 / 1280, 11);
+    char* unit = nullptr;
+    const double share = std::strtod(text.c_str() + at + rule.size(), &unit);
+    EXPECT_EQ(std::string(unit, 4), "em}}");
+    EXPECT_LT(share, 0.9);
+    EXPECT_GE(share * narrow * 668 / 1280, 11);
+}
+
+TEST(Marks, AnEnlargedPictureKeepsItsPixels)
+{
+    MarkedPicture picture = Frame();
+    picture.width = 81;
+    picture.height = 61;
+    picture.enlarged = 6;
+    Marks marks;
+    marks.cross = Place{40, 30};
+    const svg::Document drawn(MarksSvg(marks, picture));
+    const svg::Shape& root = drawn.All().front();
+    EXPECT_EQ(root.Text("viewBox"), "0 0 81 61");
+    EXPECT_EQ(root.Number("width"), 486);
+    EXPECT_EQ(root.Number("height"), 366);
+    const auto image = std::find_if(drawn.All().begin(), drawn.All().end(),
+                                    [](const svg::Shape& shape) { return shape.name == "image"; });
+    ASSERT_NE(image, drawn.All().end());
+    EXPECT_EQ(image->Number("width"), 81);
+    EXPECT_EQ(image->Text("style"), "image-rendering:pixelated");
 }
 
 TEST(Marks, WhatLiesOutsideThePictureHasNoName)

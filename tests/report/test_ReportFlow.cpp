@@ -1,6 +1,9 @@
 // The motion in colours.
 #include <tests/support/Pictures.h>
 
+#include <tests/support/Decoded.h>
+#include <tests/support/Svg.h>
+
 #include <report/Flow.h>
 
 #include <gtest/gtest.h>
@@ -136,6 +139,41 @@ TEST(FlowLegend, IsAWheelOfTheSameColours)
             looked++;
         }
     EXPECT_EQ(looked, 216);
+}
+
+TEST(FlowWheel, ShowsTheColoursWithTheirDirectionsInWords)
+{
+    const svg::Document drawn(FlowWheel());
+    svg::Point middle;
+    double radius = 0;
+    decoded::Colours below;
+    std::map<std::string, svg::Point> words;
+    for (const svg::Shape& shape : drawn.All()) {
+        if (shape.name == "text") words[shape.text] = {shape.Number("x"), shape.Number("y")};
+        if (shape.name != "image") continue;
+        radius = shape.Number("width") / 2;
+        middle = {shape.Number("x") + radius, shape.Number("y") + radius};
+        EXPECT_EQ(shape.Number("height"), 2 * radius);
+        const std::string& href = shape.Text("href");
+        below = decoded::DecodePng(html::FromBase64(href.substr(href.find(',') + 1)));
+    }
+    ASSERT_EQ(below.width, 2 * radius);
+    ASSERT_EQ(below.height, 2 * radius);
+    for (int y = 0; y < below.height; y++)
+        for (int x = 0; x < below.width; x++) {
+            const double dx = x + 0.5 - radius, dy = y + 0.5 - radius;
+            const Colour wanted = PlainHsv(std::atan2(dy, dx) * 180 / std::numbers::pi,
+                                           std::sqrt(std::min(std::hypot(dx, dy) / radius, 1.0)));
+            const unsigned c = below.At(x, y);
+            const Colour shown = {static_cast<UBYTE>(c >> 16), static_cast<UBYTE>(c >> 8 & 255),
+                                  static_cast<UBYTE>(c & 255)};
+            ASSERT_TRUE(Near(shown, wanted)) << x << ", " << y;
+        }
+    ASSERT_EQ(words.size(), 4u);
+    EXPECT_LT(words.at("up").y, middle.y - radius);
+    EXPECT_GT(words.at("down").y, middle.y + radius);
+    EXPECT_LT(words.at("left").x, middle.x - radius);
+    EXPECT_GT(words.at("right").x, middle.x + radius);
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 // The peak of the votes, the next best one, and the heat map.
 #include <tests/support/Pictures.h>
 
+#include <tests/support/Decoded.h>
+#include <tests/support/Svg.h>
+
 #include <report/Votes.h>
 
 #include <gtest/gtest.h>
@@ -138,6 +141,19 @@ TEST(Summits, AreThoseOfTheDefinition)
     }
 }
 
+TEST(MostVotes, LeavesOutTheUnsmoothedBorder)
+{
+    Shorts votes(5, 4);
+    votes.At(2, 1) = 700;
+    EXPECT_EQ(MostVotes(ArrayOf(votes)), 700);
+    for (const auto& [x, y] : {std::pair{0, 2}, {4, 1}, {3, 0}, {1, 3}}) votes.At(x, y) = 2000;
+    EXPECT_EQ(MostVotes(ArrayOf(votes)), 700);
+    EXPECT_EQ(VotePicture(ArrayOf(votes), {}).at(2, 1), HeatColour(1));
+    votes.At(1, 2) = 701;
+    EXPECT_EQ(MostVotes(ArrayOf(votes)), 701);
+    for (const auto& [w, h] : {std::pair{2, 5}, {5, 2}}) EXPECT_EQ(MostVotes(ArrayOf(Shorts(w, h, 9))), 0);
+}
+
 TEST(HeatColour, RunsFromBlackOverRedAndYellowToWhite)
 {
     EXPECT_EQ(HeatColour(0), (Colour{0, 0, 0}));
@@ -212,6 +228,126 @@ TEST(HeatLegend, HasTheColoursInOrder)
         const Colour a = canvas.at(x - 1, 5), b = canvas.at(x, 5);
         EXPECT_GE(b.red + b.green + b.blue, a.red + a.green + a.blue) << x;
     }
+}
+
+/// The picture that a drawing lies over.
+decoded::Colours Below(const svg::Document& drawn)
+{
+    const std::string type = "data:image/png;base64,";
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "image" && shape.Text("href").rfind(type, 0) == 0)
+            return decoded::DecodePng(html::FromBase64(shape.Text("href").substr(type.size())));
+    return {};
+}
+
+unsigned Hex(Colour c) { return static_cast<unsigned>(c.red << 16 | c.green << 8 | c.blue); }
+
+TEST(VoteDrawing, RingsAndNamesTheSummitsOverThePlainVotes)
+{
+    Shorts votes(401, 301);
+    votes.At(100, 100) = 900;
+    votes.At(300, 200) = 225;
+    votes.At(20, 280) = 100;
+    const MatShort m = ArrayOf(votes);
+    const svg::Document drawn(VoteDrawing(m, FindSummits(m, 30)));
+    const decoded::Colours below = Below(drawn);
+    ASSERT_EQ(below.width, 401);
+    ASSERT_EQ(below.height, 301);
+    for (int y = 0; y < 301; y++)
+        for (int x = 0; x < 401; x++) ASSERT_EQ(below.At(x, y), Hex(HeatColour(votes.At(x, y) / 900.0)));
+    const auto peak = drawn.Shapes("peak", "circle"), next = drawn.Shapes("next-best", "circle");
+    ASSERT_EQ(peak.size(), 1u);
+    ASSERT_EQ(next.size(), 1u);
+    EXPECT_EQ(svg::Distance(peak[0].Middle(), {100, 100}), 0);
+    EXPECT_EQ(svg::Distance(next[0].Middle(), {300, 200}), 0);
+    const auto peakName = drawn.Labels("peak"), nextName = drawn.Labels("next-best");
+    ASSERT_EQ(peakName.size(), 1u);
+    ASSERT_EQ(nextName.size(), 1u);
+    EXPECT_EQ(peakName[0].text, "peak");
+    EXPECT_EQ(nextName[0].text, "next best");
+    EXPECT_LT(svg::Distance({peakName[0].Number("x"), peakName[0].Number("y")}, {100, 100}), 40);
+    EXPECT_LT(svg::Distance({nextName[0].Number("x"), nextName[0].Number("y")}, {300, 200}), 40);
+}
+
+TEST(VoteDrawing, NamesDoNotHideWhatTheyName)
+{
+    const int w = 701, h = 501;
+    for (const auto& [x, y] :
+         {std::pair{1, 1}, {w - 2, 1}, {1, h - 2}, {w - 2, h - 2}, {90, 250}, {600, 250}, {350, 5}})
+        for (const auto& [nextX, nextY] : {std::pair{350, 300}, {100, 100}, {620, 400}}) {
+            Shorts votes(w, h);
+            votes.At(x, y) = 900;
+            votes.At(nextX, nextY) = 400;
+            const MatShort m = ArrayOf(votes);
+            const svg::Document drawn(VoteDrawing(m, FindSummits(m, 30)));
+            const double size = drawn.All().front().Number("font-size");
+            const auto labels = drawn.Labels();
+            ASSERT_EQ(labels.size(), 2u) << x << ' ' << y;
+            for (const svg::Shape& label : labels) {
+                const svg::Room room = svg::RoomOf(label, size);
+                EXPECT_TRUE(room.left >= -0.5 && room.right <= w - 0.5 && room.top >= -0.5 &&
+                            room.bottom <= h - 0.5)
+                    << x << ' ' << y << label.text;
+                EXPECT_FALSE(room.Holds({x * 1.0, y * 1.0})) << x << ' ' << y << label.text;
+                EXPECT_FALSE(room.Holds({nextX * 1.0, nextY * 1.0})) << x << ' ' << y << label.text;
+            }
+            EXPECT_FALSE(svg::RoomOf(labels[0], size).Overlaps(svg::RoomOf(labels[1], size)))
+                << x << ' ' << y;
+        }
+}
+
+TEST(VoteDrawing, WithoutVotesThereIsNothingToRing)
+{
+    const MatShort none = ArrayOf(Shorts(50, 40));
+    const svg::Document drawn(VoteDrawing(none, FindSummits(none, 30)));
+    EXPECT_TRUE(drawn.Shapes("peak").empty());
+    EXPECT_TRUE(drawn.Shapes("next-best").empty());
+    EXPECT_TRUE(drawn.Labels().empty());
+}
+
+TEST(PeakDrawing, LeavesThePeakOpenInTheMiddleOfItsCross)
+{
+    Shorts votes(30, 20);
+    AddHill(votes, 3, 9, 700, 90);
+    const svg::Document drawn(PeakDrawing(ArrayOf(votes), {3, 9, 700}, 20));
+    const decoded::Colours below = Below(drawn);
+    ASSERT_EQ(below.width, 41);
+    ASSERT_EQ(below.height, 41);
+    EXPECT_EQ(below.At(20, 20), Hex(HeatColour(1)));
+    EXPECT_EQ(below.At(22, 21), Hex(HeatColour(votes.At(5, 10) / 700.0)));
+    EXPECT_GT(drawn.All().front().Number("width"), 200) << "enlarged";
+    const auto lines = drawn.Shapes("peak", "line");
+    ASSERT_EQ(lines.size(), 4u);
+    svg::Point sum;
+    for (const svg::Shape& line : lines) {
+        const auto ends = line.Places();
+        EXPECT_TRUE(ends[0].x == 20 ? ends[1].x == 20 : ends[0].y == 20 && ends[1].y == 20);
+        for (const svg::Point& end : ends) {
+            EXPECT_GE(svg::Distance(end, {20, 20}), 3);
+            EXPECT_LE(svg::Distance(end, {20, 20}), 10);
+            sum = {sum.x + end.x, sum.y + end.y};
+        }
+    }
+    EXPECT_EQ(svg::Distance(sum, {8 * 20, 8 * 20}), 0) << "in all four directions";
+}
+
+TEST(HeatScale, NamesTheVotesOfItsColours)
+{
+    const svg::Document drawn(HeatScale(3600));
+    std::vector<std::pair<std::string, double>> marks;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "text") marks.emplace_back(shape.text, shape.Number("x"));
+    // By the square root of the share, along 360 pixels.
+    const std::vector<std::pair<std::string, double>> wanted = {
+        {"0", 0}, {"36", 36}, {"360", 113.84}, {"900", 180}, {"1800", 254.56}, {"3600", 360}};
+    EXPECT_EQ(marks, wanted);
+    // The strip turns from black over red and yellow to white, in equal parts.
+    std::vector<std::pair<double, std::string>> stops;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "stop") stops.emplace_back(shape.Number("offset"), shape.Text("stop-color"));
+    const std::vector<std::pair<double, std::string>> colours = {
+        {0, "rgb(0,0,0)"}, {0.3333, "rgb(255,0,0)"}, {0.6667, "rgb(255,255,0)"}, {1, "rgb(255,255,255)"}};
+    EXPECT_EQ(stops, colours);
 }
 
 } // namespace

@@ -57,6 +57,27 @@ struct Shape : html::Element {
     Point Middle() const { return {Number("cx"), Number("cy")}; }
 };
 
+struct Room {
+    double left, top, right, bottom;
+
+    bool Holds(Point p) const { return p.x > left && p.x < right && p.y > top && p.y < bottom; }
+    bool Overlaps(const Room& b) const
+    {
+        return left < b.right && b.left < right && top < b.bottom && b.top < bottom;
+    }
+};
+
+/// The room that a name takes with letters of a size: few typefaces are wider than 0.6 of it on average.
+inline Room RoomOf(const Shape& label, double size)
+{
+    std::size_t letters = 0;
+    for (const char c : label.text) letters += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    const double width = 0.6 * size * static_cast<double>(letters), x = label.Number("x");
+    const std::string& anchor = label.Text("text-anchor");
+    const double left = anchor == "start" ? x : anchor == "end" ? x - width : x - width / 2;
+    return {left, label.Number("y") - 0.5 * size, left + width, label.Number("y") + 0.5 * size};
+}
+
 /// A document that begins with <svg>. Throws where it is not well-formed.
 class Document {
 public:
