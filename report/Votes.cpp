@@ -171,7 +171,7 @@ Canvas HeatLegend(int most)
 
 namespace {
 
-const Ink peakInk{"#56B4E9", "", 2}, nextInk{"#009E73", "6 3", 2};
+const Ink peakInk{"#56B4E9", "", 2}, nextInk{"#CC79A7", "6 3", 2};
 
 MarkedPicture PictureOf(const Canvas& canvas, const char* title, const char* description)
 {
@@ -258,7 +258,8 @@ std::string HeatScale(int most)
         svg += "<stop offset=\"" + RoundedText(i / 3.0, 4) + "\" stop-color=\"rgb(" + std::to_string(c.red) +
                "," + std::to_string(c.green) + "," + std::to_string(c.blue) + ")\"/>";
     }
-    svg += "</linearGradient>\n<rect width=\"360\" height=\"20\" fill=\"url(#heat-scale)\"/>\n";
+    svg +=
+        "</linearGradient>\n<rect width=\"360\" height=\"20\" stroke=\"#888\" fill=\"url(#heat-scale)\"/>\n";
     for (const double share : {0.0, 0.01, 0.1, 0.25, 0.5, 1.0}) {
         const double x = std::sqrt(share) * width;
         const char* const anchor = share > 0 ? share < 1 ? "middle" : "end" : "start";
