@@ -51,9 +51,9 @@ public:
     void KeepClear(Place place);
     void End();
 
-    /// Puts a name beside one of these places, as the mark that was begun last; after all marks are drawn.
+    /// Puts a name beside one of these places, when all marks are drawn. `its` is the mark's number.
     /// \return false where none of them lies in the picture
-    bool Name(const std::string& words, int mark, const Ink& ink, const std::string& name,
+    bool Name(const std::string& words, int its, const Ink& ink, const std::string& name,
               const std::vector<LabelAnchor>& anchors);
 
     bool InPicture(Place place) const { return labels.InPicture(place); }

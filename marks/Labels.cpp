@@ -63,8 +63,8 @@ double Middle(double from, double to) { return (from + to) / 2; }
 
 } // namespace
 
-Labels::Labels(Place corner, double width, double height, double size)
-    : picture{corner.x, corner.y, corner.x + width, corner.y + height}, letters(size)
+Labels::Labels(Place corner, double width, double height, double letterHeight)
+    : picture{corner.x, corner.y, corner.x + width, corner.y + height}, letters(letterHeight)
 {
 }
 
@@ -168,9 +168,13 @@ std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
     }
     if (!best || least >= acrossName) { // anywhere
         const Place from = seen.front().at;
-        for (double y = picture.top + halfHeight; y < picture.bottom; y += halfHeight)
-            for (double x = picture.left + halfWidth; x < picture.right; x += letters)
-                weigh(around({x, y}), from, x > from.x ? 1 : -1);
+        const int columns = static_cast<int>((picture.right - picture.left) / letters);
+        const int rows = static_cast<int>((picture.bottom - picture.top) / halfHeight);
+        for (int row = 1; row < rows; row++)
+            for (int column = 0; column < columns; column++) {
+                const double x = picture.left + halfWidth + column * letters;
+                weigh(around({x, picture.top + row * halfHeight}), from, x > from.x ? 1 : -1);
+            }
     }
     if (!best) return std::nullopt;
     if (best->leader) lines.push_back({best->anchor, *best->leader, -1, true});

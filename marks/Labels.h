@@ -37,8 +37,8 @@ struct PlacedLabel {
 class Labels {
 public:
     /// \param width, height  of the picture, which begins at `corner`
-    /// \param letters        height of the letters, in the picture's units
-    Labels(Place corner, double width, double height, double letters);
+    /// \param letterHeight   in the picture's units
+    Labels(Place corner, double width, double height, double letterHeight);
 
     /// What is drawn, and should stay clear of names. `mark` tells one mark from the next: a name lies rather
     /// over another mark than over its own, and the same goes for the lines that are a `key`.

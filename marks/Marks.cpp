@@ -52,12 +52,20 @@ bool RotationRadii(const RotationMark& rotation, const MarkedPicture& picture, P
     return radii.x > x || radii.y > y;
 }
 
+/// Directions all round, from the best to its opposite, to both sides in turn.
+const int directions = 24;
+double Fan(double best, int i)
+{
+    const int steps = (i + 1) / 2;
+    return best + 360.0 / directions * (i % 2 ? -steps : steps);
+}
+
 /// Names may stand all round a ring, best in this direction, on its far side.
 std::vector<LabelAnchor> Around(const RingMark& ring, bool outer, double best)
 {
     std::vector<LabelAnchor> anchors;
-    for (int i = 0; i < 24; i++) {
-        const double degrees = best + (i % 2 ? -15.0 : 15.0) * ((i + 1) / 2);
+    for (int i = 0; i < directions; i++) {
+        const double degrees = Fan(best, i);
         anchors.push_back({OnRing(ring, outer, degrees), outer ? degrees : degrees + 180});
     }
     return anchors;
@@ -240,8 +248,8 @@ private:
     /// head is seen.
     void Radius(const RingMark& ring, bool outer, double best, const std::string& words)
     {
-        for (int i = 0; i < 24; i++) {
-            const double degrees = best + (i % 2 ? -15.0 : 15.0) * ((i + 1) / 2);
+        for (int i = 0; i < directions; i++) {
+            const double degrees = Fan(best, i);
             const Place head = OnRing(ring, outer, degrees);
             if (!drawing.InPicture(head)) continue;
             drawing.Arrow(ring.centre, head);
@@ -372,8 +380,8 @@ private:
         for (const double factor : {1 + aside / ring->outer, 1 - 1.2 * aside / ring->outer, 0.7, 0.4}) {
             if (factor < 0.2) continue;
             const double span = std::clamp(5 * drawing.Letters() / (ring->outer * factor) * 57.3, 5.0, 120.0);
-            for (int i = 0; i < 24; i++) {
-                const double middle = 220 + (i % 2 ? -15.0 : 15.0) * ((i + 1) / 2);
+            for (int i = 0; i < directions; i++) {
+                const double middle = Fan(220, i);
                 std::vector<Place> arc;
                 const int steps = 24;
                 for (int k = 0; k <= steps; k++) {

@@ -235,11 +235,12 @@ TEST(Marks, TheRotationIsAnEllipseOfTwiceItsDeviation)
 TEST(Marks, MasksHaveTheCornersThatTheProgramCuts)
 {
     Marks marks;
-    marks.masks = {Region{100, 200, 70, 140}, Region{-35, 900, 70, 140}, Region{1280, 0, 10, 10}};
+    marks.masks = {Region{100, 200, 70, 140}, Region{-35, 900, 70, 140}, Region{1280, 0, 10, 10},
+                   Region{600, 100, 140, 70}};
     const svg::Document drawn = Drawn(marks);
-    EXPECT_EQ(drawn.Groups("mask").size(), 2u) << "the third lies outside";
+    EXPECT_EQ(drawn.Groups("mask").size(), 3u) << "the third of them lies outside";
     const auto masks = drawn.Shapes("mask", "path");
-    ASSERT_EQ(masks.size(), 2u);
+    ASSERT_EQ(masks.size(), 3u);
     // 2/7 of 70 is 20; pixels 100 to 169 and 200 to 339 reach from 99.5 to 169.5 and from 199.5 to 339.5.
     const std::vector<svg::Point> corners = {{119.5, 199.5}, {149.5, 199.5}, {169.5, 219.5}, {169.5, 319.5},
                                              {149.5, 339.5}, {119.5, 339.5}, {99.5, 319.5},  {99.5, 219.5}};
@@ -252,6 +253,7 @@ TEST(Marks, MasksHaveTheCornersThatTheProgramCuts)
     EXPECT_EQ(svg::Distance(held[2], {34.5, 909.5}), 0);
     EXPECT_EQ(svg::Distance(held[4], {24.5, 959.5}), 0);
     EXPECT_EQ(svg::Distance(held[6], {-0.5, 949.5}), 0);
+    EXPECT_EQ(svg::Distance(masks[2].Places()[0], {619.5, 99.5}), 0) << "by the shorter side";
 }
 
 TEST(Marks, RaysPointInTheDirectionsOfTheAngles)
@@ -366,6 +368,8 @@ TEST(Marks, ArgumentsOfTheRadiiHaveAnArrowFromTheCentre)
         ASSERT_EQ(lines.size(), 2u);
         const auto names = drawn.Labels("given-circles");
         ASSERT_EQ(names.size(), 2u);
+        EXPECT_EQ(std::min(names[0].text, names[1].text), "<innerR> 216");
+        EXPECT_EQ(std::max(names[0].text, names[1].text), "<outerR> 250");
         for (std::size_t i : {0u, 1u}) {
             const svg::Point tip = heads[i].Places()[0];
             EXPECT_NEAR(svg::Distance(tip, {x, 400}), i == 0 ? 216 : 250, 0.02);
