@@ -1,4 +1,5 @@
-// telvane-report: shows what a run has written, on one page.
+// telvane-report: judges a run and shows what it has written, on one page or as a document.
+#include <report/Document.h>
 #include <report/Report.h>
 
 #include <Telvane/Frames.h>
@@ -6,12 +7,15 @@
 #include <tools/Files.h>
 #include <tools/Text.h>
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace telvane {
 
@@ -20,56 +24,70 @@ namespace {
 const char tool[] = "telvane-report";
 
 const char description[] =
-    "telvane-report shows what a run of Telvane with -s has written: the marked picture, the votes\n"
-    "for the centre and how clear their peak is, the motion in colours, the first and the last\n"
-    "frame. It writes one HTML file that needs no other. Run it in the folder of the run.";
+    "telvane-report judges a run of Telvane: what really moved, whether the answer can be trusted, and what\n"
+    "to do if not. It writes one HTML page that needs no other file. Run it in the folder of the run.";
 
 const char footer[] =
-    "\nFiles that are missing, damaged or of another kind are left out; standard error names each in\n"
-    "a line of its own, and so does the page.\n"
+    "\nBehind -- may stand the command line of the run, as in\n"
+    "  telvane-report -- Telvane -l 15 560 560 280 280 216 250 -1 0 360 360 40 1 0 0 0 0\n"
+    "Then the answer is compared with it. Without it, verdicts that need it are left out.\n"
     "\n"
-    "Exit status: 0 the report was written; 1 nothing could be shown or the report could not be\n"
-    "written, and an old one stays; 2 an argument is wrong.";
+    "Files that are damaged, of another kind or of another run are named on standard error, each in a line\n"
+    "of its own, and so on the page.\n"
+    "\n"
+    "Exit status: 0 the report was written; 1 nothing could be shown or the report could not be written,\n"
+    "and an old one stays; 2 an argument is wrong.";
 
 /// What the command line asks for.
 struct Job {
     ReportOptions options;
     std::string out;
+    bool json = false;
 };
 
 Job ReadArguments(int argc, char** argv)
 {
     CommandLine line(tool, description, footer);
     std::optional<std::string> in, frames, count, apart, out;
+    std::optional<std::vector<std::string>> run;
+    Job job;
     line.Word("--in", "DIR",
               "folder of the run, with detected.jpg, hough.bmp, u_sum_sh.bmp and v_sum_sh.bmp (the current "
               "folder)",
               in);
     line.Word("--frames", "DIR", "folder of img1.bmp, img2.bmp, ... or img1.jpg, ... (the folder of the run)",
               frames);
-    line.Word(
-        "--count", "N",
-        "frames that the run took, 1 to 50: img1 and imgN are shown (as many as there are without a gap)",
-        count);
+    line.Word("--count", "N",
+              "frames of the run, 1 to 50 (those of its command line, or as many as there are without a gap)",
+              count);
     line.Word("--apart", "N",
               "how many columns or rows, 1 to 1000, the next best place must lie away from the peak of the "
               "votes (30)",
               apart);
     line.Word("--out", "FILE",
-              "the file to write; an old one is replaced when the new one is complete (report.html in the "
-              "folder of the run)",
+              "the page; an old one is replaced when the new one is complete (report.html in the folder of "
+              "the run)",
               out);
+    line.Flag("--json", "print the judgement as a JSON document instead of writing the page", job.json);
+    line.Rest(run);
     line.Read(argc, argv);
 
-    Job job;
     ReportOptions& options = job.options;
+    options.page = !job.json;
     if (in) options.folder = *in;
     if (frames) options.frames = *frames;
     if (count) options.count = line.Integer("--count", *count, 1, maxFrames);
     if (apart) options.apart = line.Integer("--apart", *apart, 1, 1000);
+    if (out && job.json) line.Refuse("--out does not go with --json, which writes no file");
     job.out = out                     ? *out
               : options.folder == "." ? "report.html"
                                       : (std::filesystem::path(options.folder) / "report.html").string();
+    if (run) {
+        if (run->empty()) line.Refuse("behind -- the command line of the run is missing");
+        const std::vector<std::string> words(run->begin() + 1, run->end());
+        const std::string problem = ReadRunArguments(words, options.arguments.emplace());
+        if (!problem.empty()) line.Refuse("the command line behind --: " + problem);
+    }
     return job;
 }
 
@@ -81,15 +99,12 @@ void NeedFolder(const std::string& name)
     std::exit(1);
 }
 
-int Run(int argc, char** argv)
+/// \return 0, or 1 after a message
+int WritePage(const Job& job, const Report& report)
 {
-    const Job job = ReadArguments(argc, argv);
-    NeedFolder(job.options.folder);
-    NeedFolder(job.options.frames);
-    const Report report = MakeReport(job.options);
-    for (const std::string& problem : report.problems) Complain(tool, problem);
-    if (report.html.empty()) {
-        Complain(tool, "nothing to show; expected the folder of a run with -s");
+    for (const std::string& input : report.inputs) {
+        if (!SameFile(job.out, input)) continue;
+        Complain(tool, "cannot write " + job.out + ": it is a file of the run, " + input);
         return 1;
     }
     if (const std::string problem = WriteWhole(job.out, report.html); !problem.empty()) {
@@ -97,6 +112,22 @@ int Run(int argc, char** argv)
         return 1;
     }
     std::printf("Wrote %s\n", Printable(job.out).c_str());
+    return 0;
+}
+
+int Run(int argc, char** argv)
+{
+    const Job job = ReadArguments(argc, argv);
+    NeedFolder(job.options.folder);
+    NeedFolder(job.options.frames);
+    const Report report = MakeReport(job.options);
+    for (const std::string& problem : report.problems) Complain(tool, problem);
+    if (!report.anything) {
+        Complain(tool, "nothing to show; expected the folder of a run");
+        return 1;
+    }
+    if (job.json) std::fputs(DocumentText(JudgementJson(report.diagnosis)).c_str(), stdout);
+    else if (WritePage(job, report) != 0) return 1;
     return FlushOutput(tool) ? 0 : 1;
 }
 

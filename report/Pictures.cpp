@@ -10,6 +10,8 @@
 
 #include <jpeglib.h>
 
+#include <jerror.h>
+
 using namespace kavrix::inner;
 
 namespace telvane {
@@ -21,10 +23,6 @@ const unsigned char* Bytes(const std::string& file)
     return reinterpret_cast<const unsigned char*>(file.data());
 }
 
-const int mostPixels = 16384; // of a side: no camera of this kind has more
-
-std::string TooLarge() { return "larger than " + std::to_string(mostPixels) + " pixels"; }
-
 /// The headers of both kinds of BMP files. Their pixels must lie inside the file.
 std::string ReadHeaders(const std::string& file, BmpHeaders& h)
 {
@@ -33,9 +31,14 @@ std::string ReadHeaders(const std::string& file, BmpHeaders& h)
     if (file.size() < BmpHeaders::size) return "cut short within its header";
     h = ParseBmpHeaders(p);
     if (h.headerSize != BmpHeaders::infoHeaderSize) return "a BMP file with another kind of header";
-    if (h.width > mostPixels || h.height > mostPixels) return TooLarge();
     if (h.width < 1 || h.height < 1) return "a BMP file without width or height, or stored top row first";
     return {};
+}
+
+std::string OtherSize(int width, int height, int wantedWidth, int wantedHeight)
+{
+    const auto text = [](int w, int h) { return std::to_string(w) + " x " + std::to_string(h); };
+    return "of " + text(width, height) + " pixels, not " + text(wantedWidth, wantedHeight);
 }
 
 std::uint64_t RowBytes(const BmpHeaders& h)
@@ -77,13 +80,14 @@ void TakeSeriously(j_common_ptr info, int level)
 
 } // namespace
 
-std::string ReadShortPicture(const std::string& file, MatShort& picture)
+std::string ReadShortPicture(const std::string& file, int width, int height, MatShort& picture)
 {
     const int masks = 12; // bytes between the headers and the pixels
     BmpHeaders h;
     if (std::string problem = ReadHeaders(file, h); !problem.empty()) return problem;
     if (h.bitsPerPixel != 16 || h.compression != BmpHeaders::bitFields) return OtherKind(h);
     if (h.dataOffset < BmpHeaders::size + masks) return "a BMP file whose pixels begin within its header";
+    if (h.width != width || h.height != height) return OtherSize(h.width, h.height, width, height);
     const std::uint64_t rowBytes = RowBytes(h);
     if (std::string problem = CheckLength(file, h, rowBytes); !problem.empty()) return problem;
 
@@ -95,11 +99,12 @@ std::string ReadShortPicture(const std::string& file, MatShort& picture)
     return {};
 }
 
-std::string ReadFrame(const std::string& file, MatByte& frame)
+std::string ReadFrame(const std::string& file, int width, int height, MatByte& frame)
 {
     BmpHeaders h;
     if (std::string problem = ReadHeaders(file, h); !problem.empty()) return problem;
     if (h.bitsPerPixel != 8 || h.compression != BmpHeaders::uncompressed) return OtherKind(h);
+    if (h.width != width || h.height != height) return OtherSize(h.width, h.height, width, height);
     // What follows a row is the file's affair; its pixels alone must be there.
     if (std::string problem = CheckLength(file, h, static_cast<std::uint64_t>(h.width)); !problem.empty())
         return problem;
@@ -109,7 +114,7 @@ std::string ReadFrame(const std::string& file, MatByte& frame)
     return loaded ? "" : "a BMP file that does not load";
 }
 
-std::string CheckJpeg(const std::string& file, int& width, int& height)
+std::string ReadJpegFrame(const std::string& file, int width, int height, MatByte& frame)
 {
     if (file.size() < 3 || file.compare(0, 3, "\xFF\xD8\xFF") != 0) return "not a JPEG file";
 
@@ -119,26 +124,31 @@ std::string CheckJpeg(const std::string& file, int& width, int& height)
     info.err = jpeg_std_error(&errors.manager);
     errors.manager.error_exit = LeaveJpeg;
     errors.manager.emit_message = TakeSeriously;
-    volatile bool whole = false, large = false; // written between the two returns of setjmp
-    if (setjmp(errors.back) == 0) {             // NOLINT(cert-err52-cpp): libjpeg's own way out of an error
+    volatile int seenWidth = width, seenHeight = height; // written between the two returns of setjmp
+    volatile bool whole = false;
+    if (setjmp(errors.back) == 0) { // NOLINT(cert-err52-cpp): libjpeg's own way out of an error
         jpeg_create_decompress(&info);
         jpeg_mem_src(&info, Bytes(file), file.size());
         jpeg_read_header(&info, TRUE);
-        large = info.image_width > mostPixels || info.image_height > mostPixels;
-        if (large) LeaveJpeg(reinterpret_cast<j_common_ptr>(&info));
-        jpeg_start_decompress(&info);
-        JSAMPARRAY row =
-            info.mem->alloc_sarray(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE,
-                                   info.output_width * static_cast<JDIMENSION>(info.output_components), 1);
-        while (info.output_scanline < info.output_height) jpeg_read_scanlines(&info, row, 1);
-        width = static_cast<int>(info.output_width);
-        height = static_cast<int>(info.output_height);
-        jpeg_finish_decompress(&info);
-        whole = true;
+        seenWidth = static_cast<int>(info.image_width);
+        seenHeight = static_cast<int>(info.image_height);
+        if (seenWidth == width && seenHeight == height) {
+            info.out_color_space = JCS_GRAYSCALE;
+            jpeg_start_decompress(&info);
+            frame.Resize(width, height);
+            while (info.output_scanline < info.output_height) {
+                JSAMPROW row = &frame(0, static_cast<int>(info.output_scanline));
+                jpeg_read_scanlines(&info, &row, 1);
+            }
+            jpeg_finish_decompress(&info);
+            whole = true;
+        }
     }
+    const bool withoutMemory = errors.manager.msg_code == JERR_OUT_OF_MEMORY;
     jpeg_destroy_decompress(&info);
-    if (large) return TooLarge();
-    return whole ? "" : "a JPEG file that is damaged or cut short";
+    if (seenWidth != width || seenHeight != height) return OtherSize(seenWidth, seenHeight, width, height);
+    if (whole) return {};
+    return withoutMemory ? "not enough memory to read it" : "a JPEG file that is damaged or cut short";
 }
 
 std::string GreyJpeg(const MatByte& picture)

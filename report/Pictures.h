@@ -10,17 +10,19 @@
 
 namespace telvane {
 
-/// A 16-bit picture as MatShort::WriteBMP makes it, of any width: rows of (2 * width + 3) & ~3 bytes from the
+/// A 16-bit picture as MatShort::WriteBMP makes it, of this size: rows of (2 * width + 3) & ~3 bytes from the
 /// data offset on, the bottom one first. MatShort::ReadBMP trusts the image size of the header, which counts
 /// the padding of odd widths twice; here nothing but the file's own length is trusted.
-std::string ReadShortPicture(const std::string& file, MatShort& picture);
+std::string ReadShortPicture(const std::string& file, int width, int height, MatShort& picture);
 
-/// A frame: an 8-bit BMP, by MatByte::ReadBMP. A header that promises more pixels than there are bytes is
-/// refused before it is given room.
-std::string ReadFrame(const std::string& file, MatByte& frame);
+/// A frame of this size: an 8-bit BMP, by MatByte::ReadBMP. A header that promises more pixels than there are
+/// bytes is refused before it is given room.
+std::string ReadFrame(const std::string& file, int width, int height, MatByte& frame);
 
-/// Whether it is a whole JPEG file that libjpeg can show; its size in pixels.
-std::string CheckJpeg(const std::string& file, int& width, int& height);
+/// A whole JPEG file of this size, grey or in colour, of which the brightness is taken. Its size is judged
+/// before anything is decoded.
+/// \param frame  may be partly filled where the file is refused
+std::string ReadJpegFrame(const std::string& file, int width, int height, MatByte& frame);
 
 /// A grey picture as the bytes of a JPEG file; empty when there is no memory for it.
 std::string GreyJpeg(const MatByte& picture);

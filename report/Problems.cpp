@@ -3,18 +3,27 @@
 
 namespace telvane {
 
-bool Problems::Accept(const std::string& name, const std::string& problem, const std::string& expected)
+bool Problems::Accept(Part part, const std::string& name, const std::string& problem,
+                      const std::string& expected)
 {
     if (problem.empty()) return true;
-    lines.push_back(name + ": " + problem + "; expected " + expected);
-    page.Verdict("fair", "Not shown: " + lines.back() + ".");
+    problems.push_back({part, name + ": " + problem + "; expected " + expected});
     return false;
 }
 
-void Problems::Doubt(const std::string& name, const std::string& doubt, const std::string& expected)
+std::vector<std::string> Problems::Of(Part part) const
 {
-    lines.push_back(name + ": " + doubt + "; expected " + expected);
-    page.Verdict("fair", "Of an earlier run? " + lines.back() + ".");
+    std::vector<std::string> lines;
+    for (const Problem& problem : problems)
+        if (problem.part == part) lines.push_back(problem.line);
+    return lines;
+}
+
+std::vector<std::string> Problems::Lines() const
+{
+    std::vector<std::string> lines = doubts;
+    for (const Problem& problem : problems) lines.push_back(problem.line);
+    return lines;
 }
 
 } // namespace telvane

@@ -2,31 +2,37 @@
 #ifndef REPORT_PROBLEMS_H
 #define REPORT_PROBLEMS_H
 
-#include <report/Page.h>
-
 #include <string>
 #include <vector>
 
 namespace telvane {
 
-/// Collects a line for each file that cannot be shown or may be another run's, and says it on the page too,
-/// at the place that the page has reached.
+/// Collects a line for each file that cannot be shown or may be another run's.
 class Problems {
 public:
-    explicit Problems(Page& p) : page(p) {}
+    /// Where the page says it.
+    enum class Part { marked, votes, motion, frames };
 
     /// \param problem  empty where nothing is wrong: then nothing is said
-    /// \return whether nothing is wrong and the file can be shown
-    bool Accept(const std::string& name, const std::string& problem, const std::string& expected);
+    /// \return whether nothing is wrong and the file can be used
+    bool Accept(Part part, const std::string& name, const std::string& problem, const std::string& expected);
 
-    /// The file is shown all the same.
-    void Doubt(const std::string& name, const std::string& doubt, const std::string& expected);
+    /// A file that looks like another run's.
+    void Doubt(const std::string& line) { doubts.push_back(line); }
 
-    const std::vector<std::string>& Lines() const { return lines; }
+    /// Of files that cannot be used.
+    std::vector<std::string> Of(Part part) const;
+    const std::vector<std::string>& Doubts() const { return doubts; }
+    /// All of them.
+    std::vector<std::string> Lines() const;
 
 private:
-    Page& page;
-    std::vector<std::string> lines;
+    struct Problem {
+        Part part;
+        std::string line;
+    };
+    std::vector<Problem> problems;
+    std::vector<std::string> doubts;
 };
 
 } // namespace telvane

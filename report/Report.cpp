@@ -1,7 +1,7 @@
-// The page, section after section.
+// The report, step after step.
 #include <report/Report.h>
 
-#include <report/Page.h>
+#include <report/Judged.h>
 #include <report/Problems.h>
 #include <report/RunFiles.h>
 #include <report/RunFolder.h>
@@ -12,17 +12,22 @@ namespace telvane {
 Report MakeReport(const ReportOptions& options)
 {
     const RunFolder folder(options.folder, options.frames);
-    Page page("Telvane: " + folder.Title());
-    Problems problems(page);
-    RunFiles files(folder, problems);
-    AddResult(page, files);
-    AddVotes(page, files, options.apart);
-    AddMotion(page, files);
-    AddFrames(page, files, folder.FirstAndLastFrame(options.count));
+    Problems problems;
+    const RunFiles files = LoadRun(folder, options.count, options.arguments, problems);
+    const bool framesNeeded = options.count > 0 || (options.arguments && options.arguments->files);
+    const Judged run = Judge(files, options.arguments, options.outcome, options.lost, framesNeeded);
 
     Report report;
+    report.diagnosis = run.diagnosis;
     report.problems = problems.Lines();
-    if (page.Figures() > 0) report.html = page.Html();
+    report.inputs = files.frameNames;
+    for (const char* name : {"detected.jpg", "hough.bmp", "u_sum_sh.bmp", "v_sum_sh.bmp"})
+        report.inputs.push_back(folder.Path(name));
+    const bool hasPicture = !files.marked.bytes.empty() || files.votes.dim1 > 0 || run.u.dim1 > 0;
+    report.anything = hasPicture || files.anyFrame || Known(run.outcome);
+    if (!report.anything || !options.page) return report;
+
+    report.html = ComposePage(run, problems, folder, options.apart);
     return report;
 }
 

@@ -19,13 +19,16 @@ struct ReportOptions {
     RunOutcome
         outcome; ///< what the program said; without any of it, it is computed from frames and arguments
     std::vector<int> lost; ///< see RunSeen::lost
+    bool page = true;      ///< whether the page is wanted
 };
 
 struct Report {
     Diagnosis diagnosis;
-    std::string html; ///< the page; empty where nothing could be shown
+    bool anything = false; ///< whether there is anything to show
+    std::string html;      ///< the page; empty where there is nothing to show, or it is not wanted
     /// A line for each file that cannot be shown or may be another run's.
     std::vector<std::string> problems;
+    std::vector<std::string> inputs; ///< names of all files that it is made of, there or not
 };
 
 Report MakeReport(const ReportOptions& options);

@@ -3,6 +3,7 @@
 
 #include <Telvane/Frames.h>
 
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
@@ -15,12 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool Exists(const std::string& name)
-{
-    std::error_code ignored;
-    return fs::exists(name, ignored);
-}
-
 std::string Join(const std::string& folder, const std::string& name)
 {
     return folder == "." ? name : (fs::path(folder) / name).string();
@@ -31,42 +26,26 @@ std::string FrameName(const std::string& folder, int number, const std::string& 
     return Join(folder, std::string("img") + std::to_string(number) + suffix);
 }
 
-/// Frames are BMP files, or JPEG files where the run was told so. Of both the younger first one counts.
+bool Older(const std::string& a, const std::string& b, fs::file_time_type::duration by)
+{
+    std::error_code noA, noB;
+    const fs::file_time_type timeA = fs::last_write_time(a, noA), timeB = fs::last_write_time(b, noB);
+    return !noA && !noB && timeA + by < timeB;
+}
+
 std::string FrameSuffix(const std::string& folder)
 {
     const std::string bmp = FrameName(folder, 1, ".bmp"), jpg = FrameName(folder, 1, ".jpg");
     if (!Exists(jpg)) return ".bmp";
-    return Exists(bmp) && !Older(bmp, jpg) ? ".bmp" : ".jpg";
+    return Exists(bmp) && !Older(bmp, jpg, {}) ? ".bmp" : ".jpg";
 }
 
 } // namespace
 
-RunFolder::RunFolder(const std::string& folder, const std::string& framesFolder)
-    : run(folder), frames(framesFolder.empty() ? folder : framesFolder)
-{
-}
-
-std::string RunFolder::Title() const
+bool Exists(const std::string& name)
 {
     std::error_code ignored;
-    std::string path = fs::absolute(run, ignored).lexically_normal().string();
-    if (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
-std::string RunFolder::Path(const std::string& name) const { return Join(run, name); }
-
-std::vector<std::string> RunFolder::FirstAndLastFrame(int count) const
-{
-    const std::string suffix = FrameSuffix(frames);
-    int last = count;
-    if (last == 0) {
-        last = 1;
-        while (last < maxFrames && Exists(FrameName(frames, last + 1, suffix))) last++;
-    }
-    std::vector<std::string> names = {FrameName(frames, 1, suffix)};
-    if (last > 1) names.push_back(FrameName(frames, last, suffix));
-    return names;
+    return fs::exists(name, ignored);
 }
 
 std::string LastWritten(const std::string& name)
@@ -80,11 +59,33 @@ std::string LastWritten(const std::string& name)
     return text;
 }
 
-bool Older(const std::string& a, const std::string& b)
+bool OfEarlierRun(const std::string& a, const std::string& b, std::chrono::seconds takes)
 {
-    std::error_code noA, noB;
-    const fs::file_time_type timeA = fs::last_write_time(a, noA), timeB = fs::last_write_time(b, noB);
-    return !noA && !noB && timeA < timeB;
+    return Older(a, b, takes);
+}
+
+RunFolder::RunFolder(const std::string& folder, const std::string& framesFolder)
+    : run(folder), frames(framesFolder.empty() ? folder : framesFolder), suffix(FrameSuffix(frames))
+{
+}
+
+std::string RunFolder::Title() const
+{
+    std::error_code ignored;
+    std::string path = fs::absolute(run, ignored).lexically_normal().string();
+    if (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+std::string RunFolder::Path(const std::string& name) const { return Join(run, name); }
+
+std::string RunFolder::Frame(int number) const { return FrameName(frames, number, suffix); }
+
+int RunFolder::FramesWithoutGap() const
+{
+    int count = 0;
+    while (count < maxFrames && Exists(Frame(count + 1))) count++;
+    return count;
 }
 
 } // namespace telvane

@@ -2,10 +2,20 @@
 #ifndef REPORT_RUNFOLDER_H
 #define REPORT_RUNFOLDER_H
 
+#include <chrono>
 #include <string>
-#include <vector>
 
 namespace telvane {
+
+bool Exists(const std::string& name);
+
+/// When a file was last written, in this machine's time.
+std::string LastWritten(const std::string& name);
+
+/// Whether `a` was last written before `b` by more than a run takes from one to the other. Not where one of
+/// them is not there.
+bool OfEarlierRun(const std::string& a, const std::string& b,
+                  std::chrono::seconds takes = std::chrono::seconds(2));
 
 /// The folder of a run and that of its frames. Names within the current folder stay bare.
 class RunFolder {
@@ -20,19 +30,20 @@ public:
     /// A file of the run.
     std::string Path(const std::string& name) const;
 
-    /// The first frame and the last one, or the first alone where there is no other.
-    /// \param count  frames of the run; 0: as many as there are without a gap
-    std::vector<std::string> FirstAndLastFrame(int count) const;
+    /// \param number  1, 2, 3, ...
+    std::string Frame(int number) const;
+
+    /// Whether frames are JPEG files. Where there are both kinds, the younger img1 counts.
+    bool FramesAreJpeg() const { return suffix == ".jpg"; }
+
+    bool FramesLieElsewhere() const { return run != frames; }
+
+    /// As many frames as there are from the first one on without a gap, at most maxFrames.
+    int FramesWithoutGap() const;
 
 private:
-    std::string run, frames;
+    std::string run, frames, suffix;
 };
-
-/// When a file was last written, in this machine's time.
-std::string LastWritten(const std::string& name);
-
-/// Whether `a` was last written before `b`. Not where one of them is not there.
-bool Older(const std::string& a, const std::string& b);
 
 } // namespace telvane
 

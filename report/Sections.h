@@ -1,27 +1,18 @@
-// The sections of the page: what each file of a run shows.
+// The page, section after section.
 #ifndef REPORT_SECTIONS_H
 #define REPORT_SECTIONS_H
 
-#include <report/Page.h>
-#include <report/RunFiles.h>
+#include <report/Judged.h>
+#include <report/Problems.h>
+#include <report/RunFolder.h>
 
 #include <string>
-#include <vector>
 
 namespace telvane {
 
-/// The marked picture.
-void AddResult(Page& page, RunFiles& files);
-
-/// The votes, and how clear their peak is.
+/// The whole page: the verdict first, then the command line to try, then the evidence.
 /// \param apart  see FindSummits
-void AddVotes(Page& page, RunFiles& files, int apart);
-
-/// The flow in colours.
-void AddMotion(Page& page, RunFiles& files);
-
-/// \param names  of the first and the last frame, or of the first alone
-void AddFrames(Page& page, RunFiles& files, const std::vector<std::string>& names);
+std::string ComposePage(const Judged& run, const Problems& problems, const RunFolder& folder, int apart);
 
 } // namespace telvane
 

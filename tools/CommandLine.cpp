@@ -52,6 +52,9 @@ void CommandLine::Read(int argc, char** argv)
 {
     char** const end = argv + argc;
     char** const stop = std::find(argv, end, std::string_view("--"));
+    for (char** word = argv; word != stop; word++)
+        for (const Switch& s : switches)
+            if (std::string_view(*word).rfind(s.name + "=", 0) == 0) Refuse(s.name + " takes no value");
     try {
         app->parse(static_cast<int>(stop - argv), argv);
     } catch (const CLI::CallForHelp&) {
@@ -62,10 +65,7 @@ void CommandLine::Read(int argc, char** argv)
         std::exit(FlushOutput(tool) ? 0 : 1);
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string said = error.what(); // "--count: 1 required N missing"
-        const std::string option = said.substr(0, said.find(':'));
-        const bool isFlag =
-            std::any_of(switches.begin(), switches.end(), [&](const Switch& s) { return s.name == option; });
-        Refuse(option + (isFlag ? " takes no value" : " needs a value"));
+        Refuse(said.substr(0, said.find(':')) + " needs a value");
     } catch (const CLI::ParseError& error) {
         Refuse(error.what());
     }

@@ -2,9 +2,11 @@
 #include <tests/support/Html.h>
 
 #include <report/Page.h>
+#include <tools/Markup.h>
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 namespace {
@@ -31,32 +33,52 @@ TEST(Base64, EveryByteComesBack)
         EXPECT_TRUE(html::FromBase64(Base64(bytes.substr(from))) == bytes.substr(from)) << from;
 }
 
-TEST(Page, TextsAreEscaped)
+TEST(Page, TextsOfAnyBytesAreShownAsText)
 {
-    const std::string nasty = "<b>&amp;\"'</p><script>x</script>";
+    const std::string nasty = "<b>&amp;\"'</p><script>x</script>\x1B[2J\xFF";
+    const std::string shown = "<b>&amp;\"'</p><script>x</script>\\x1B[2J\\xFF";
     Page page(nasty);
+    page.Verdict(nasty, nasty, nasty);
     page.Section(nasty);
     page.Paragraph(nasty);
-    page.Verdict("good", nasty);
+    page.Note("good", nasty);
+    page.List({nasty, nasty});
+    page.Facts({{nasty, nasty}});
+    page.Table({{nasty, nasty}, {nasty, nasty}});
+    page.Command(nasty);
     page.Figure({"image/png", "bytes", 4, 3}, nasty, nasty);
-    int paragraphs = 0, images = 0;
+    std::map<std::string, int> elements;
     for (const html::Element& e : html::Reader::Read(page.Html())) {
-        EXPECT_NE(e.name, "script");
-        EXPECT_NE(e.name, "b");
-        if (e.name == "title" || e.name == "h1" || e.name == "h2" || e.name == "p" ||
-            e.name == "figcaption") {
-            EXPECT_EQ(e.text, nasty) << e.name;
-        }
-        paragraphs += e.name == "p";
+        elements[e.name]++;
+        for (const char* name : {"title", "h1", "h2", "p", "li", "dt", "dd", "th", "td", "pre", "figcaption"})
+            if (e.name == name) {
+                EXPECT_EQ(e.text, shown) << e.name;
+            }
         if (e.name != "img") continue;
-        images++;
-        EXPECT_EQ(e.attributes.at("alt"), nasty);
+        EXPECT_EQ(e.attributes.at("alt"), shown);
         EXPECT_EQ(e.attributes.at("src"), "data:image/png;base64,Ynl0ZXM=");
         EXPECT_EQ(e.attributes.at("width"), "4");
         EXPECT_EQ(e.attributes.at("height"), "3");
     }
-    EXPECT_EQ(paragraphs, 2);
-    EXPECT_EQ(images, 1);
+    EXPECT_EQ(elements["script"] + elements["b"], 0);
+    EXPECT_EQ(elements["p"], 3);
+    EXPECT_EQ(elements["li"], 2);
+    EXPECT_EQ(elements["th"], 3);
+    EXPECT_EQ(elements["td"], 1);
+    for (const char* once : {"h1", "h2", "dt", "dd", "pre", "img"}) EXPECT_EQ(elements[once], 1) << once;
+    EXPECT_EQ(page.Figures(), 1);
+}
+
+TEST(Page, DrawingsStandAsTheyAre)
+{
+    Page page("title");
+    page.Drawing("<svg id=\"drawn\"/>", "<ul id=\"legend\"/>");
+    std::size_t found = 0;
+    for (const html::Element& e : html::Reader::Read(page.Html()))
+        found += e.attributes.count("id") &&
+                 (e.attributes.at("id") == "drawn" || e.attributes.at("id") == "legend");
+    EXPECT_EQ(found, 2u);
+    EXPECT_EQ(page.Figures(), 1);
 }
 
 TEST(Page, SuitsPhonesAndBothColourSchemes)
