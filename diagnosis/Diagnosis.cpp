@@ -18,14 +18,14 @@ namespace telvane {
 namespace {
 
 // An answer in whole pixels lies up to 0.7 px beside the centre, and both methods err by some 1.5 px more.
-const double closeEnough = 2.3; // pixels between the centre found and the rotation's
+const double closeEnough = 2.4; // pixels between the centre found and the rotation's
 // Light and lens shift what is seen by about this, in pixels. The smaller the angle, the more it moves the
 // centre.
-const double unseenShift = 0.005;
+const double unseenShift = 0.003;
 const double surest = 0.7;      // standard deviation of the rotation's centre that a verdict may rest on
 const double tooFastFrom = 0.4; // of a tooth from frame to frame: half a tooth has no sense
 const double darkest = 60;      // grey value that the brightest fiftieth of the picture should exceed
-const double worstFlicker = 0.05;
+const double worstFlicker = 0.15;
 const double otherFrom = 0.15; // share of the motion that can mislead
 const double mostClipped = 0.3;
 const double straightFrom = 0.75; // share of the motion in one direction; of half a wheel's it is 2 / pi

@@ -45,6 +45,7 @@ private:
 std::vector<Complex> Directions(int count)
 {
     std::vector<Complex> directions;
+    directions.reserve(Index(count));
     for (int i = 0; i < count; i++) directions.push_back(std::polar(1.0, turn * i / count));
     return directions;
 }
@@ -162,6 +163,7 @@ std::optional<Rim> FitRim(const std::vector<double>& radii, const std::vector<Co
     if (known.size() < 4) return {};
     const double median = Quantile(known, 0.5);
     std::vector<double> apart;
+    apart.reserve(known.size());
     for (const double r : known) apart.push_back(std::abs(r - median));
     const double most = std::max(3 * Quantile(apart, 0.5), 3.0);
     Eigen::Matrix3d square = Eigen::Matrix3d::Zero();
@@ -200,6 +202,7 @@ Rims FindRims(const CubByte& frames, const Place& centre, int teeth, const Ring&
     const int sectors = std::clamp(2 * teeth / 3, 4, 24), n = std::max(2048, 4 * teeth * 6);
     const std::vector<Complex> directions = Directions(n);
     std::vector<Complex> middles;
+    middles.reserve(Index(sectors));
     for (int k = 0; k < sectors; k++) middles.push_back(std::polar(1.0, turn * (k + 0.5) / sectors));
     const double width = rough.outer - rough.inner, reach = std::max(width, 12.0);
     const int quarter = static_cast<int>(width / 4);
