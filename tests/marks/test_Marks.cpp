@@ -399,7 +399,10 @@ TEST(Marks, TeethAreDotsUnlessTheyRunTogether)
         EXPECT_EQ(dots[i].Number("r"), 5);
     }
     EXPECT_EQ(drawn.Legend(), std::vector<std::string>{"<teethCnt> 3"});
-    marks.teeth = {{100, 100}, {105, 100}};
+    marks.teeth = {{100, 100}, {106, 100}};
+    EXPECT_EQ(Drawn(marks).Shapes("teeth", "circle").size(), 2u);
+    EXPECT_EQ(Drawn(marks).Shapes("teeth", "circle")[1].Number("r"), 1);
+    marks.teeth = {{100, 100}, {105.9, 100}};
     drawn = Drawn(marks, true);
     EXPECT_TRUE(drawn.Groups("teeth").empty());
     EXPECT_EQ(drawn.Legend(), std::vector<std::string>{"<teethCnt> 2"});
@@ -563,6 +566,16 @@ void ExpectClearNames(const svg::Document& drawn, const std::string& of)
         for (std::size_t k = i + 1; k < labels.size(); k++) {
             const svg::Room b = svg::RoomOf(labels[k], size);
             EXPECT_FALSE(a.Overlaps(b)) << labels[i].text << " and " << labels[k].text << of;
+        }
+        for (const svg::Shape& circle : drawn.Shapes(labels[i].Text("data-of"), "circle")) {
+            const svg::Point c = circle.Middle();
+            const double nearest =
+                std::hypot(std::clamp(c.x, a.left, a.right) - c.x, std::clamp(c.y, a.top, a.bottom) - c.y);
+            const double furthest =
+                std::hypot(std::max(c.x - a.left, a.right - c.x), std::max(c.y - a.top, a.bottom - c.y));
+            const double radius = circle.Number("r");
+            EXPECT_FALSE(nearest < radius && radius < furthest)
+                << labels[i].text << " lies on its line" << of;
         }
         // No name hides what it names, nor any arrow's head or centre.
         for (const char* key : {"head", "found-centre", "rotation-centre"}) {

@@ -655,6 +655,33 @@ TEST_F(Wheelsim, PreviewMarksWhatTheLensShows)
     }
 }
 
+TEST_F(Wheelsim, PreviewMarksAnEccentricRingAroundItsOwnCentre)
+{
+    ASSERT_EQ(Run("--preview p.svg --centre 600,500 --eccentric 20,90").status, 0);
+    const svg::Document drawn(folder.Read("p.svg"));
+    EXPECT_LT(svg::Distance(CrossOf(drawn), {600, 500}), 0.01);
+    EXPECT_LT(svg::Distance(drawn.Shapes("ring-centre", "circle").at(0).Middle(), {600, 520}), 0.01);
+    const auto circles = drawn.Shapes("given-circles", "circle");
+    ASSERT_EQ(circles.size(), 2u);
+    for (const svg::Shape& circle : circles) EXPECT_LT(svg::Distance(circle.Middle(), {600, 520}), 0.01);
+    EXPECT_TRUE(Explains(drawn, "ring's centre 600, 520"));
+}
+
+TEST_F(Wheelsim, PreviewBendsTheCirclesAsTheLensDoes)
+{
+    ASSERT_EQ(Run("--preview p.svg --lens 0.2 --centre 900,300").status, 0);
+    const svg::Document drawn(folder.Read("p.svg"));
+    WheelScene scene;
+    scene.centreX = 900;
+    scene.centreY = 300;
+    scene.lens = 0.2;
+    const auto lines = drawn.Shapes("given-circles", "path");
+    ASSERT_EQ(lines.size(), 2u);
+    const telvane::WheelPlace right = telvane::SeenAt(scene, 250, 0);
+    EXPECT_LT(svg::Distance(lines[1].Places()[0], {right.x, right.y}), 0.02);
+    EXPECT_GT(right.x, 1160) << "where a straight lens would show 1150";
+}
+
 TEST_F(Wheelsim, PreviewMarksTheRectangleThatHidesTheDisc)
 {
     const Finished run = Run("--preview p.svg --disc 110,120,40,4,5");
