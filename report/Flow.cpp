@@ -59,25 +59,6 @@ MatByte StrengthPicture(const MatShort& u, const MatShort& v)
     return grey;
 }
 
-Canvas FlowLegend()
-{
-    const int side = 330, middle = side / 2, radius = 90, scale = 2;
-    const Colour white{255, 255, 255};
-    Canvas canvas(side, side);
-    for (int y = 0; y < side; y++)
-        for (int x = 0; x < side; x++) {
-            const double dx = x - middle, dy = y - middle, r = std::hypot(dx, dy);
-            canvas.blend(x, y, FlowColour(Degrees(dx, dy), r / radius), radius + 0.5 - r);
-        }
-    const int beyond = radius + 20;
-    const auto aside = [=](const char* word) { return radius + 12 + TextWidth(word, scale) / 2; };
-    canvas.label(middle, middle - beyond, "up", white, scale);
-    canvas.label(middle, middle + beyond, "down", white, scale);
-    canvas.label(middle - aside("left"), middle, "left", white, scale);
-    canvas.label(middle + aside("right"), middle, "right", white, scale);
-    return canvas;
-}
-
 std::string FlowWheel()
 {
     const int radius = 90, side = 2 * radius;

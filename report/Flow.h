@@ -25,11 +25,8 @@ Canvas FlowPicture(const MatShort& u, const MatShort& v);
 /// The lengths of the vectors in grey, white the strongest.
 MatByte StrengthPicture(const MatShort& u, const MatShort& v);
 
-/// A wheel of the colours with the directions in words: on its rim the strongest motion, in its middle none.
-Canvas FlowLegend();
-
-/// The same as an element <svg> of a page, with words that are sharp at every size; empty when there is not
-/// enough memory.
+/// A wheel of the colours with the directions in words, an element <svg> of a page: on its rim the strongest
+/// motion, in its middle none. Empty when there is not enough memory.
 std::string FlowWheel();
 
 } // namespace telvane

@@ -9,6 +9,7 @@
 
 #include <Telvane/Frames.h>
 #include <marks/Marks.h>
+#include <tools/Markup.h>
 #include <tools/Numbers.h>
 
 #include <algorithm>
@@ -115,6 +116,13 @@ void Show(Page& page, const Picture& picture, const std::string& alternative, co
         return;
     }
     page.Figure(picture, alternative, caption);
+}
+
+/// \param svg  an element of the page; empty where there was not enough memory for it
+void Show(Page& page, const std::string& svg, const std::string& what, const std::string& caption)
+{
+    if (svg.empty()) page.Note("bad", what + " cannot be shown: not enough memory.");
+    else page.Drawing(svg, Escaped(caption));
 }
 
 void NotShown(Page& page, const std::vector<std::string>& problems)
@@ -288,15 +296,15 @@ void AddVotes(Page& page, const Judged& run, const Problems& problems, int apart
     const Summits summits = FindSummits(votes, apart);
     if (summits.peak.votes < 1) page.Note("bad", "Nobody voted: there is no peak.");
     else AddClearness(page, summits, apart);
-    Show(page, Png(VotePicture(votes, summits)), "Heat map of the votes",
+    Show(page, VoteDrawing(votes, summits), "Heat map of the votes",
          "Every strongly moving pixel votes for the point that lies at the wheel's mean radius across its "
          "motion. Where the votes of the whole ring meet there is one small bright spot.");
     page.BeginRow();
     if (summits.peak.votes > 0)
-        Show(page, Png(PeakPicture(votes, summits.peak, 40, 6)), "The peak, enlarged",
+        Show(page, PeakDrawing(votes, summits.peak, 40), "The peak, enlarged",
              "The surroundings of the peak, 81 x 81 pixels, enlarged. A round spot of about the width of the "
              "tooth ring is good.");
-    Show(page, Png(HeatLegend(MostVotes(votes))), "Scale of the heat map",
+    Show(page, HeatScale(MostVotes(votes)), "Scale of the heat map",
          "The colours of the votes, from none to the most.");
     page.EndRow();
 }
@@ -315,9 +323,7 @@ void AddMotion(Page& page, const Judged& run, const Problems& problems)
          "The colour is where the picture moves to, the brightness how strongly. Round a turning wheel all "
          "colours follow each other once.");
     page.BeginRow();
-    Show(page, Png(FlowLegend()),
-         "Wheel of colours: red to the right, yellow to green down, cyan to the left, blue to violet up",
-         "The direction of the motion, from the middle outwards.");
+    Show(page, FlowWheel(), "Wheel of colours", "The direction of the motion, from the middle outwards.");
     Show(page, GreyPicture(StrengthPicture(run.u, run.v)), "Strength of the motion in grey",
          "The strength alone: black none, white the strongest, " + RoundedText(strongest, 1) +
              " units of the files. Bright places off the ring of teeth move too.");

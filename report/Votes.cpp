@@ -15,10 +15,6 @@ namespace telvane {
 
 namespace {
 
-const Colour peakColour{0, 230, 255}, nextColour{120, 255, 60};
-// Of the marks, in pixels: on a phone the picture is shown at a quarter of its size.
-const int ringRadius = 32, ringThickness = 5, letters = 5;
-
 /// maxima[i] is the largest of the values up to `reach` places from i, read through get(i), i = 0..n-1.
 /// Every value is taken in and dropped once, whatever the reach.
 template <class Get, class Put> void RunningMaximum(int n, int reach, Get get, Put put)
@@ -53,30 +49,6 @@ MatShort LocalMaxima(const MatShort& m, int reach)
 }
 
 double Share(short votes, short most) { return most > 0 ? static_cast<double>(votes) / most : 0; }
-
-/// A ring round a summit, with its name beside it: on the side that looks away from the other summit, or else
-/// where it lies inside the picture and hides neither.
-void Mark(Canvas& canvas, const Summit& s, const Summit& other, Colour colour, const char* name)
-{
-    const double halfWidth = TextWidth(name, letters) / 2.0 + 20, halfHeight = 35;
-    const double aside = ringRadius + halfWidth, beyond = ringRadius + halfHeight;
-    const double away = s.x < other.x ? -aside : aside;
-    const double places[][2] = {{away, 0}, {-away, 0}, {0, -beyond}, {0, beyond}};
-    canvas.circle(s.x, s.y, ringRadius, colour, ringThickness);
-    for (const auto& place : places) {
-        const double x = s.x + place[0], y = s.y + place[1];
-        const bool inside = x >= halfWidth && x <= canvas.width() - halfWidth && y >= halfHeight &&
-                            y <= canvas.height() - halfHeight;
-        const bool hides = other.votes > 0 && std::abs(x - other.x) < halfWidth + ringRadius &&
-                           std::abs(y - other.y) < halfHeight + ringRadius;
-        if (inside && !hides) {
-            canvas.label(x, y, name, colour, letters);
-            return;
-        }
-    }
-    const double fromMiddle = s.y < canvas.height() / 2 ? 2 * beyond : -2 * beyond;
-    canvas.label(s.x, s.y + fromMiddle, name, colour, letters);
-}
 
 } // namespace
 
@@ -116,56 +88,12 @@ Colour HeatColour(double share)
     return {channel(0), channel(1), channel(2)};
 }
 
-Canvas VotePicture(const MatShort& votes, const Summits& summits)
+Canvas VotePicture(const MatShort& votes)
 {
     const short most = MostVotes(votes);
     Canvas canvas(votes.dim1, votes.dim2);
     for (int y = 0; y < votes.dim2; y++)
         for (int x = 0; x < votes.dim1; x++) canvas.set(x, y, HeatColour(Share(votes(x, y), most)));
-    const Summit &peak = summits.peak, &next = summits.next;
-    if (next.votes > 0) Mark(canvas, next, peak, nextColour, "next best");
-    if (peak.votes > 0) Mark(canvas, peak, next, peakColour, "peak");
-    return canvas;
-}
-
-Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int scale)
-{
-    const short most = MostVotes(votes);
-    const int side = (2 * reach + 1) * scale;
-    Canvas canvas(side, side);
-    for (int y = 0; y < side; y++) {
-        for (int x = 0; x < side; x++) {
-            const int vx = peak.x - reach + x / scale, vy = peak.y - reach + y / scale;
-            const bool inside = 0 <= vx && vx < votes.dim1 && 0 <= vy && vy < votes.dim2;
-            canvas.set(x, y, inside ? HeatColour(Share(votes(vx, vy), most)) : Colour{70, 70, 70});
-        }
-    }
-    // A cross with the peak's pixel left open.
-    const double middle = (side - 1) / 2.0, gap = 3 * scale, end = 10 * scale;
-    for (const int sign : {-1, 1}) {
-        canvas.line(middle + sign * gap, middle, middle + sign * end, middle, peakColour, 2);
-        canvas.line(middle, middle + sign * gap, middle, middle + sign * end, peakColour, 2);
-    }
-    return canvas;
-}
-
-Canvas HeatLegend(int most)
-{
-    const int w = 520, bar = 28, scale = 2;
-    Canvas canvas(w, bar + 26);
-    for (int y = 0; y < bar; y++)
-        for (int x = 0; x < w; x++) {
-            const double t = static_cast<double>(x) / (w - 1);
-            canvas.set(x, y, HeatColour(t * t)); // even steps of colour
-        }
-    for (const double share : {0.0, 0.01, 0.1, 0.25, 0.5, 1.0}) {
-        const double x = std::sqrt(share) * (w - 1);
-        canvas.line(x, bar, x, bar + 4, {255, 255, 255}, 2);
-        const std::string words = std::to_string(std::lround(share * most));
-        const int width = TextWidth(words, scale);
-        const int left = static_cast<int>(std::clamp(x - width / 2.0, 0.0, static_cast<double>(w - width)));
-        canvas.text(left, bar + 8, words, {255, 255, 255}, scale);
-    }
     return canvas;
 }
 
@@ -185,7 +113,7 @@ MarkedPicture PictureOf(const Canvas& canvas, const char* title, const char* des
 std::string VoteDrawing(const MatShort& votes, const Summits& summits)
 {
     const MarkedPicture picture = PictureOf(
-        VotePicture(votes, {}), "Heat map of the votes",
+        VotePicture(votes), "Heat map of the votes",
         "Black where nobody voted, then red, yellow and white; the peak and the next best place are ringed.");
     if (picture.width == 0) return {};
     Drawing drawing(picture);
@@ -246,20 +174,20 @@ std::string PeakDrawing(const MatShort& votes, const Summit& peak, int reach)
 
 std::string HeatScale(int most)
 {
-    const double width = 360, bar = 20;
+    const int width = 360, bar = 20;
+    Canvas strip(width, bar);
+    for (int x = 0; x < width; x++) {
+        const double t = static_cast<double>(x) / (width - 1);
+        for (int y = 0; y < bar; y++) strip.set(x, y, HeatColour(t * t)); // even steps of colour
+    }
+    const std::string png = strip.png();
+    if (png.empty()) return {};
     std::string svg =
         "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" viewBox=\"0 0 360 42\" width=\"360\" "
         "height=\"42\" font-family=\"sans-serif\" font-size=\"12\" "
         "style=\"max-width:100%;height:auto\">\n<title>Scale of the heat map</title>\n"
-        "<linearGradient id=\"heat-scale\">";
-    // The colours lie evenly along the square root of the share, by which the strip goes, too.
-    for (int i = 0; i <= 3; i++) {
-        const Colour c = HeatColour(i * i / 9.0);
-        svg += "<stop offset=\"" + RoundedText(i / 3.0, 4) + "\" stop-color=\"rgb(" + std::to_string(c.red) +
-               "," + std::to_string(c.green) + "," + std::to_string(c.blue) + ")\"/>";
-    }
-    svg +=
-        "</linearGradient>\n<rect width=\"360\" height=\"20\" stroke=\"#888\" fill=\"url(#heat-scale)\"/>\n";
+        "<image width=\"360\" height=\"20\" href=\"data:image/png;base64," +
+        Base64(png) + "\"/>\n<rect width=\"360\" height=\"20\" fill=\"none\" stroke=\"#888\"/>\n";
     for (const double share : {0.0, 0.01, 0.1, 0.25, 0.5, 1.0}) {
         const double x = std::sqrt(share) * width;
         const char* const anchor = share > 0 ? share < 1 ? "middle" : "end" : "start";

@@ -33,17 +33,11 @@ short MostVotes(const MatShort& votes);
 /// root of the share, so that few votes show too.
 Colour HeatColour(double share);
 
-/// The votes in these colours, with the summits ringed.
-Canvas VotePicture(const MatShort& votes, const Summits& summits);
+/// The votes in these colours.
+Canvas VotePicture(const MatShort& votes);
 
-/// What lies around the peak, up to `reach` pixels to each side, every pixel as a square of `scale` pixels.
-Canvas PeakPicture(const MatShort& votes, const Summit& peak, int reach, int scale);
-
-/// A strip of all colours with the votes that they stand for.
-Canvas HeatLegend(int most);
-
-// The same as elements <svg> of a page, with lines and words that are sharp at every size; empty when there
-// is not enough memory. Marks are groups of the classes "peak" and "next-best".
+// Elements <svg> of a page, with lines and words that are sharp at every size; empty when there is not enough
+// memory. Marks are groups of the classes "peak" and "next-best".
 
 /// The votes in their colours, with the summits ringed and named.
 std::string VoteDrawing(const MatShort& votes, const Summits& summits);

@@ -28,17 +28,23 @@ cp "$run/detected.jpg" "$pictures/marked.jpg"
 
 python3 - "$run/report.html" "$pictures" <<'END'
 import base64, re, sys
-names = {"Heat map of the votes": "votes.png", "The peak, enlarged": "peak.png",
-         "Direction and strength of the motion in colours": "motion.png", "Wheel of colours": "colours.png",
-         "Strength of the motion in grey": "strength.jpg", "The first frame": "frame.jpg"}
+pictures = {"Direction and strength of the motion in colours": "motion.png",
+            "Strength of the motion in grey": "strength.jpg", "The first frame": "frame.jpg"}
+drawings = {"Heat map of the votes": "votes.svg", "The peak, enlarged": "peak.svg", "Wheel of colours": "colours.svg"}
 page = open(sys.argv[1], encoding="utf-8").read()
 for tag in re.findall(r"<img[^>]*>", page):
     title = re.search(r'alt="([^":]*)', tag).group(1)
-    if title in names:
+    if title in pictures:
         data = base64.b64decode(re.search(r"base64,([^\"]*)", tag).group(1))
-        open(f"{sys.argv[2]}/{names.pop(title)}", "wb").write(data)
-if names:
-    sys.exit(f"Not in the report: {', '.join(names)}")
+        open(f"{sys.argv[2]}/{pictures.pop(title)}", "wb").write(data)
+for drawing in re.findall(r"<svg.*?</svg>", page, re.DOTALL):
+    title = re.search(r"<title>([^<]*)", drawing)
+    if title and title.group(1) in drawings:
+        # Alone they have no page whose colour the words could take.
+        text = drawing.replace("currentColor", "#888") if "Wheel" in title.group(1) else drawing
+        open(f"{sys.argv[2]}/{drawings.pop(title.group(1))}", "w", encoding="utf-8").write(text + "\n")
+if pictures or drawings:
+    sys.exit(f"Not in the report: {', '.join([*pictures, *drawings])}")
 END
 mkdir -p "$pictures/influences"
 python3 scripts/influences.py "$programs/simulator/wheelsim" "$pictures/influences"

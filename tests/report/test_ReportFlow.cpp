@@ -121,26 +121,6 @@ TEST(FlowPicture, AClockwiseWheelIsRedOnTop)
     EXPECT_TRUE(hue(0, middle).blue > 200 && hue(0, middle).green == 0);
 }
 
-TEST(FlowLegend, IsAWheelOfTheSameColours)
-{
-    const Canvas canvas = FlowLegend();
-    const double middle = canvas.width() / 2;
-    EXPECT_EQ(canvas.at(canvas.width() / 2, canvas.height() / 2), (Colour{0, 0, 0}));
-    int looked = 0;
-    for (int degrees = 0; degrees < 360; degrees += 5)
-        for (double r : {20.0, 50.0, 80.0}) {
-            const double angle = degrees * std::numbers::pi / 180;
-            const int x = static_cast<int>(std::lround(middle + r * std::cos(angle)));
-            const int y = static_cast<int>(std::lround(middle + r * std::sin(angle)));
-            const double dx = x - middle, dy = y - middle;
-            const double share = std::hypot(dx, dy) / 90; // the wheel's radius
-            const Colour wanted = PlainHsv(std::atan2(dy, dx) * 180 / std::numbers::pi, std::sqrt(share));
-            EXPECT_TRUE(Near(canvas.at(x, y), wanted)) << degrees << ' ' << r;
-            looked++;
-        }
-    EXPECT_EQ(looked, 216);
-}
-
 TEST(FlowWheel, ShowsTheColoursWithTheirDirectionsInWords)
 {
     const svg::Document drawn(FlowWheel());

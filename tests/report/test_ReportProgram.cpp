@@ -120,7 +120,7 @@ TEST(Report, ShowsEverythingOfARun)
 
     const Shown page = Page(folder);
     EXPECT_EQ(page.headings, allHeadings);
-    EXPECT_EQ(page.drawings, 1);
+    EXPECT_EQ(page.drawings, 3) << "over the frame, the votes and the peak";
     ASSERT_EQ(page.images.size(), allImages);
     const std::string first = AsText(reference::JpegGrey(WheelFrame(WheelScene(), 1), 85));
     EXPECT_TRUE(page.images[0].bytes == first) << "the unmarked frame, below the drawing";
