@@ -13,6 +13,7 @@
 #include <new>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace telvane {
 
@@ -31,11 +32,24 @@ CommandLine::~CommandLine() = default;
 void CommandLine::Word(const std::string& name, const std::string& unit, const std::string& meaning,
                        std::optional<std::string>& word, const std::string& group)
 {
-    options.push_back(std::make_unique<Option>(Option{name, "", &word}));
-    app->add_option(name, options.back()->word, Wrapped(meaning))
+    Add({name, {}, &word, nullptr}, unit, meaning, group);
+}
+
+void CommandLine::Words(const std::string& name, const std::string& unit, const std::string& meaning,
+                        std::vector<std::string>& words, const std::string& group)
+{
+    Add({name, {}, nullptr, &words}, unit, meaning, group);
+}
+
+void CommandLine::Add(Option option, const std::string& unit, const std::string& meaning,
+                      const std::string& group)
+{
+    options.push_back(std::make_unique<Option>(std::move(option)));
+    app->add_option(options.back()->name, options.back()->words, Wrapped(meaning))
         ->type_name(unit)
         ->group(group)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void CommandLine::Flag(const std::string& name, const std::string& meaning, bool& given,
@@ -77,8 +91,10 @@ void CommandLine::Read(int argc, char** argv)
     }
     for (const auto& option : options) {
         if (app->count(option->name) == 0) continue;
-        if (option->word.empty() || option->word.rfind("--", 0) == 0) Refuse(option->name + " needs a value");
-        *option->place = option->word;
+        for (const std::string& word : option->words)
+            if (word.empty() || word.rfind("--", 0) == 0) Refuse(option->name + " needs a value");
+        if (option->all != nullptr) *option->all = option->words;
+        else *option->last = option->words.back();
     }
     for (const Switch& s : switches) *s.place = app->count(s.name) > 0;
 }

@@ -35,6 +35,10 @@ public:
     void Word(const std::string& name, const std::string& unit, const std::string& meaning,
               std::optional<std::string>& word, const std::string& group = "Options");
 
+    /// The same for an option that is given several times: every word counts, in their order.
+    void Words(const std::string& name, const std::string& unit, const std::string& meaning,
+               std::vector<std::string>& words, const std::string& group = "Options");
+
     /// An option without a word.
     void Flag(const std::string& name, const std::string& meaning, bool& given,
               const std::string& group = "Options");
@@ -56,13 +60,16 @@ public:
 private:
     struct Option {
         std::string name;
-        std::string word;
-        std::optional<std::string>* place;
+        std::vector<std::string> words;
+        std::optional<std::string>* last; ///< either of these two is there
+        std::vector<std::string>* all;
     };
     struct Switch {
         std::string name;
         bool* place;
     };
+    void Add(Option option, const std::string& unit, const std::string& meaning, const std::string& group);
+
     const std::string tool;
     std::unique_ptr<CLI::App> app;
     std::vector<std::unique_ptr<Option>> options;
