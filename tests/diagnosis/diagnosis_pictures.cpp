@@ -99,7 +99,7 @@ std::string Difference(const CubByte& frames, int first, int second, const Place
             grey(x, y) =
                 static_cast<UBYTE>(255 - std::min(255.0, 4 * std::abs(frames(px, py, second) - before)));
         }
-    return Canvas(grey).png();
+    return GreyPng(grey);
 }
 
 } // namespace
