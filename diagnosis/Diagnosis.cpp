@@ -92,7 +92,17 @@ private:
 
         LocateRing();
         FindRotation(masks);
-        if (Trusted() && !ring.ring) LocateRing(fit.centre);
+        straight = Straight(cells);
+        if (!Trusted() && !ring.ring && straight.share >= straightFrom) {
+            // What goes straight on hides a wheel that moves more weakly.
+            masks.push_back(straight.box);
+            motion = Summarise(MotionCells(u, v, masks));
+            LocateRing();
+            FindRotation(masks);
+        }
+        if (Trusted()) LookAboutAxis();
+        if (ring.ring)
+            quality.bright = BrightnessOf(changes, ring.middle, ring.ring->inner, ring.ring->outer);
         LearnSense();
         LookElsewhere();
         if (!Trusted() && OtherMotionFound()) {
@@ -111,6 +121,28 @@ private:
         diagnosis.limit = std::max(fit.limit.x, fit.limit.y);
         diagnosis.degreesPerFrame = fit.degreesPerFrame;
         diagnosis.explained = fit.explained;
+    }
+
+    /// Teeth lie evenly about the axis where the camera stands askew, and about the ring's middle where that
+    /// is not the axis: they are counted where they are clearer.
+    void LookAboutAxis()
+    {
+        if (!ring.ring) {
+            LocateRing(fit.centre);
+        } else if (Distance(ring.middle, fit.centre) > Nearby(ring)) {
+            RingFound about = FindRing(run.frames, times, changes, fit.centre, masks);
+            if (!about.teeth || !(about.clear > ring.clear)) return;
+            about.ring = ring.ring;
+            about.middle = ring.middle;
+            about.oval = ring.oval;
+            ring = about;
+        }
+    }
+
+    /// From beside its middle a ring seems to have more teeth on one side than on the other.
+    static double Nearby(const RingFound& found)
+    {
+        return std::min(2.0, 0.5 * found.ring->outer / *found.teeth);
     }
 
     void LearnSense()
@@ -155,9 +187,7 @@ private:
     {
         ring = FindRing(run.frames, times, changes, centre, masks);
         if (!ring.ring) return false;
-        // From beside its middle a ring seems to have more teeth on one side than on the other.
-        const double near = std::min(2.0, 0.5 * ring.ring->outer / *ring.teeth);
-        if (Distance(ring.middle, centre) > near) {
+        if (Distance(ring.middle, centre) > Nearby(ring)) {
             const RingFound again = FindRing(run.frames, times, changes, ring.middle, masks);
             if (again.ring) ring = again;
         }
@@ -343,7 +373,6 @@ private:
                            NumberText(quality.noise, 1) + " grey levels.",
                        std::string(turn) + ", and run it again.");
         if (!HasFrames() || Trusted() || ring.teeth) return false;
-        const StraightMotion straight = Straight(cells);
         if (straight.share < straightFrom) return false;
         return Say(Verdict::still,
                    "Nothing turns: what moves goes straight on, around " + PlaceText(straight.where) + '.',
@@ -612,6 +641,7 @@ private:
     RingFound ring;
     std::vector<Push> pushes;
     int fittedFrom = 0; // the first frame of those that the fit saw
+    StraightMotion straight;
     MotionElsewhere elsewhere;
     Diagnosis diagnosis;
 };

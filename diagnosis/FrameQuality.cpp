@@ -83,6 +83,20 @@ double MovingShare(const Changes& changes)
 
 } // namespace
 
+double BrightnessOf(const Changes& changes, const Place& centre, double innerR, double outerR)
+{
+    std::vector<double> greys;
+    for (int y = 0; y < changes.height; y++)
+        for (int x = 0; x < changes.width; x++) {
+            const Place at = changes.Middle(x, y);
+            const double r = std::hypot(at.x - centre.x, at.y - centre.y);
+            if (r < innerR || r > outerR) continue;
+            const std::size_t place = changes.At(x, y);
+            greys.push_back(changes.mean[place] + std::sqrt(double(changes.variance[place])));
+        }
+    return Quantile(greys, 0.9);
+}
+
 std::vector<Push> PushesOf(const std::vector<std::optional<Place>>& places)
 {
     std::vector<Push> steps;

@@ -21,6 +21,9 @@ struct FrameQuality {
     double moving = 0;         ///< share of the picture that changes more than noise does
 };
 
+/// The grey value that the brightest parts between two circles reach.
+double BrightnessOf(const Changes& changes, const Place& centre, double innerR, double outerR);
+
 /// A jump of the whole picture between two frames.
 struct Push {
     int frame = 0; ///< the first one after it, from 0

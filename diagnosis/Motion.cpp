@@ -78,6 +78,17 @@ bool Crossing(const MotionCell& a, const MotionCell& b, Place& crossing)
     return true;
 }
 
+/// Where nearly all of the places lie, with some room around.
+Region BoxOf(const std::vector<double>& columns, const std::vector<double>& rows)
+{
+    const double few = 0.04, room = 12;
+    const double left = std::floor(Quantile(columns, few) - room),
+                 top = std::floor(Quantile(rows, few) - room);
+    return {static_cast<int>(left), static_cast<int>(top),
+            static_cast<int>(Quantile(columns, 1 - few) + room - left) + 1,
+            static_cast<int>(Quantile(rows, 1 - few) + room - top) + 1};
+}
+
 /// Numbers that are the same on every machine.
 class Dice {
 public:
@@ -139,9 +150,10 @@ std::vector<MotionCell> MotionCells(const MatShort& u, const MatShort& v, const 
             cell.strength = std::hypot(cell.x, cell.y);
             // Vector (i, j) lies half a pixel before pixel (i, j).
             if (weights > 0) cell.at = {atX / weights - 0.5, atY / weights - 0.5};
-            strengths.push_back(cell.strength);
             const double near = 3; // as far as the flow reaches from a mask's edge
-            if (cell.strength > 0 && !Masked(masks, cell.at.x, cell.at.y, near)) all.push_back(cell);
+            if (cell.strength > 0 && Masked(masks, cell.at.x, cell.at.y, near)) continue;
+            strengths.push_back(cell.strength);
+            if (cell.strength > 0) all.push_back(cell);
         }
     // Most of a picture stands still: there the flow is noise.
     const double noise = Quantile(strengths, 0.5), strongest = Quantile(strengths, 0.995);
@@ -248,12 +260,7 @@ MotionElsewhere Elsewhere(const std::vector<MotionCell>& cells, const Place& cen
     if (!(other > 0)) return elsewhere;
     elsewhere.share = other / all;
     elsewhere.where = {elsewhere.where.x / other, elsewhere.where.y / other};
-    const double few = 0.04, room = 12;
-    const double left = std::floor(Quantile(columns, few) - room),
-                 top = std::floor(Quantile(rows, few) - room);
-    elsewhere.box = {static_cast<int>(left), static_cast<int>(top),
-                     static_cast<int>(Quantile(columns, 1 - few) + room - left) + 1,
-                     static_cast<int>(Quantile(rows, 1 - few) + room - top) + 1};
+    elsewhere.box = BoxOf(columns, rows);
     return elsewhere;
 }
 
@@ -261,15 +268,18 @@ StraightMotion Straight(const std::vector<MotionCell>& cells)
 {
     double all = 0, sumX = 0, sumY = 0;
     Place where;
+    std::vector<double> columns, rows;
     for (const MotionCell& cell : cells) {
         all += cell.strength;
         sumX += cell.x;
         sumY += cell.y;
         where.x += cell.strength * cell.at.x;
         where.y += cell.strength * cell.at.y;
+        columns.push_back(cell.at.x);
+        rows.push_back(cell.at.y);
     }
     if (!(all > 0)) return {};
-    return {std::hypot(sumX, sumY) / all, {where.x / all, where.y / all}};
+    return {std::hypot(sumX, sumY) / all, {where.x / all, where.y / all}, BoxOf(columns, rows)};
 }
 
 } // namespace telvane

@@ -58,6 +58,7 @@ MotionElsewhere Elsewhere(const std::vector<MotionCell>& cells, const Place& cen
 struct StraightMotion {
     double share = 0; ///< of the motion that is left when all of it is added up: 1 where all goes one way
     Place where;      ///< the middle of the motion
+    Region box{0, 0, 0, 0}; ///< where nearly all of it lies, with some room
 };
 StraightMotion Straight(const std::vector<MotionCell>& cells);
 

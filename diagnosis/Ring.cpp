@@ -345,7 +345,12 @@ RingFound FindRing(const CubByte& frames, const std::vector<int>& times, const C
         parts.push_back(Harmonic(values, directions, *teeth));
     std::vector<Complex> pairs;
     Complex moved = 0;
-    double all = 0;
+    double all = 0, waves = 0, squares = 0;
+    for (std::size_t t = 0; t < parts.size(); t++) {
+        waves += std::norm(parts[t]);
+        for (const double grey : profile.frames[t]) squares += grey * grey;
+    }
+    if (squares > 0) found.clear = 2 * waves / (squares * profile.share * profile.count);
     for (std::size_t t = 0; t + 1 < parts.size(); t++) {
         if (times[t + 1] - times[t] != 1) continue;
         const Complex pair = std::conj(parts[t]) * parts[t + 1];

@@ -40,6 +40,7 @@ std::vector<double> TeethPower(const PolarProfile& profile, double radius);
 struct RingFound {
     std::optional<Ring> ring;
     std::optional<int> teeth;
+    double clear = 0;  ///< 0..1: what part of the grey values around the ring are waves of that number
     double step = 0;   ///< by which the teeth go on between compared frames, in teeth: -0.5..0.5, clockwise
                        ///< positive; more cannot be told from less
     double steady = 0; ///< 0..1: how far the steps of all pairs agree

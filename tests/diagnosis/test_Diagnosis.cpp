@@ -190,6 +190,17 @@ TEST(Diagnosis, AWheelIsStillWhereOnlyAnotherThingMoves)
     EXPECT_EQ(diagnosis.verdict, Verdict::still) << diagnosis.evidence;
 }
 
+TEST(Diagnosis, AWheelThatAnotherThingOutshinesIsNotStill)
+{
+    WheelScene scene = WithDisc(6);
+    scene.degreesPerFrame = 0.1;
+    const Diagnosis diagnosis = Judged(scene, Method::votes);
+    EXPECT_EQ(diagnosis.verdict, Verdict::otherMotion) << diagnosis.evidence;
+    EXPECT_EQ(diagnosis.sense, Sense::clockwise);
+    ASSERT_TRUE(diagnosis.proposal);
+    EXPECT_EQ(diagnosis.proposal->arguments.masks.size(), 1U);
+}
+
 TEST(Diagnosis, HalfAToothAFrameIsTooFast)
 {
     WheelScene scene = Scene();
