@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace telvane {
 
 namespace {
 
+constexpr double pi = std::numbers::pi;
 constexpr double gainExpected = 0.3;
 
 struct Turn {
@@ -238,7 +240,7 @@ template <int bends> PairFit Rounds<bends>::Run(const Motion& start)
         fit.motion.shift += step.template segment<2>(1);
         if constexpr (bends > 0) fit.motion.bend += step.template tail<bends>().cwiseQuotient(reaches);
 
-        if (count < model.rounds && (count < 3 || longest > model.enough)) continue;
+        if (count < model.rounds && (count < 2 || longest > model.enough)) continue;
         // What is expected of the bend counts as one more observation of it.
         Normal scatter = Normal::Zero();
         for (const Unknowns& p : pulls) scatter += p * p.transpose();
@@ -288,6 +290,34 @@ bool Sight::Masked(float x, float y) const
     });
 }
 
+void Points::Thin(int most)
+{
+    if (Count() <= most) return;
+    std::vector<float> steep;
+    for (std::size_t i = 0; i < x.size(); i++) steep.push_back(slopeX[i] * slopeX[i] + slopeY[i] * slopeY[i]);
+    float bound = 0;
+    if (Count() > 2 * most) {
+        std::vector<float> sorted = steep;
+        const auto last = sorted.end() - 2 * most;
+        std::nth_element(sorted.begin(), last, sorted.end());
+        bound = *last;
+    }
+    std::size_t kept = 0, seen = 0, from = 0;
+    std::vector<int> newEnds;
+    for (const int end : ends) {
+        const std::size_t before = kept;
+        for (; from < static_cast<std::size_t>(end); from++) {
+            if (steep[from] < bound || seen++ % 2 != 0 || kept == static_cast<std::size_t>(most)) continue;
+            for (auto* values : {&x, &y, &grey, &slopeX, &slopeY}) (*values)[kept] = (*values)[from];
+            at[kept++] = at[from];
+        }
+        if (kept > before) newEnds.push_back(static_cast<int>(kept));
+    }
+    for (auto* values : {&x, &y, &grey, &slopeX, &slopeY}) values->resize(kept);
+    at.resize(kept);
+    ends = newEnds;
+}
+
 PairFit FitPair(const Points& points, const Scaled& second, const Sight& sight, const Motion& start,
                 const PairModel& model)
 {
@@ -298,12 +328,14 @@ PairFit FitPair(const Points& points, const Scaled& second, const Sight& sight, 
 Differences Compare(const Points& points, const Scaled& second, const Sight& sight, const Motion& motion)
 {
     Differences differences;
-    differences.gain.assign(static_cast<std::size_t>(sight.radius / 4) + 2, 0.0);
+    for (auto& rings : differences.gain)
+        rings.assign(static_cast<std::size_t>(sight.radius / Differences::ringWidth) + 2, 0.0);
     const Turn turn(motion);
     const auto pivotX = static_cast<float>(sight.pivot.x()), pivotY = static_cast<float>(sight.pivot.y());
     // Of each block: what both frames hold, the second in its place and moved.
     struct Point {
-        double first, still, moved, distance;
+        double first, still, moved;
+        float x, y;
     };
     std::vector<Point> seen;
     int begin = 0;
@@ -317,7 +349,7 @@ Differences Compare(const Points& points, const Scaled& second, const Sight& sig
             if (!second.Holds(px, py) || sight.Masked(px, py)) continue;
             seen.push_back({static_cast<double>(points.grey[k]),
                             static_cast<double>(second.At(pivotX + x, pivotY + y).grey),
-                            static_cast<double>(second.At(px, py).grey), std::hypot(double{x}, double{y})});
+                            static_cast<double>(second.At(px, py).grey), x, y});
         }
         begin = end;
         if (seen.size() < 8) continue;
@@ -336,8 +368,13 @@ Differences Compare(const Points& points, const Scaled& second, const Sight& sig
             const double m = p.moved - moved - gainMoved * (p.first - first);
             differences.still += s * s;
             differences.moved += m * m;
-            const auto ring = static_cast<std::size_t>(p.distance / 4);
-            if (ring < differences.gain.size()) differences.gain[ring] += s * s - m * m;
+            const double turns =
+                std::atan2(static_cast<double>(p.y), static_cast<double>(p.x)) / (2 * pi) + 0.5;
+            auto& rings = differences.gain[static_cast<std::size_t>(turns * Differences::sectors) %
+                                           static_cast<std::size_t>(Differences::sectors)];
+            const auto ring =
+                static_cast<std::size_t>(std::sqrt(p.x * p.x + p.y * p.y) / Differences::ringWidth);
+            if (ring < rings.size()) rings[ring] += s * s - m * m;
         }
     }
     return differences;

@@ -6,6 +6,7 @@
 
 #include <Eigen/Dense>
 
+#include <array>
 #include <vector>
 
 namespace telvane {
@@ -45,6 +46,8 @@ struct Points {
     std::vector<int> at;   ///< index of the pixel
     std::vector<int> ends; ///< of the blocks: the number of the first point behind each
     int Count() const { return static_cast<int>(x.size()); }
+    /// Keeps at most so many: every second of those with the steepest slopes.
+    void Thin(int most);
 };
 
 /// How the frames of a pair are compared.
@@ -83,8 +86,11 @@ PairFit FitPair(const Points& points, const Scaled& second, const Sight& sight, 
 
 /// Sums of the squares that light alone leaves of the difference of two frames, and that the motion leaves.
 struct Differences {
+    static constexpr int sectors = 12, ringWidth = 4; ///< pixels
+
     double still = 0, moved = 0;
-    std::vector<double> gain; ///< still less moved by distance from the pivot, one entry each 4 pixels
+    /// Still less moved, by direction from the pivot and by distance.
+    std::array<std::vector<double>, sectors> gain;
 };
 Differences Compare(const Points& points, const Scaled& second, const Sight& sight, const Motion& motion);
 

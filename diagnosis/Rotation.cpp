@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <numbers>
 #include <optional>
 
@@ -84,7 +85,9 @@ public:
            const std::vector<Region>& masks)
         : frames(sequence), times(frameTimes), start(given), count(sequence.dim3)
     {
-        sight.pivot = {start.centre.x, start.centre.y};
+        origin = {start.centre.x, start.centre.y};
+        farthest = std::max(0.35 * start.outerR, 50.0);
+        sight.pivot = origin;
         sight.masks = masks;
         step = start.outerR >= 140 ? 4 : start.outerR >= 70 ? 2 : 1;
         sight.radius = 1.45 * start.outerR + std::min(40.0, start.outerR / 2);
@@ -115,6 +118,8 @@ private:
     const std::vector<int>& times;
     const RotationStart& start;
     int count;
+    Eigen::Vector2d origin;
+    double farthest; ///< from there, where the centre may be, pixels
     int step;
     Sight sight;
     Region box{0, 0, 0, 0};
@@ -132,6 +137,7 @@ private:
     std::vector<Eigen::Vector2d> pushed; ///< by which each frame is shifted against the first
     std::vector<bool> disturbed;         ///< the step does not turn about the centre: something jumped
     double perTime = 0;                  ///< angle per unit of time
+    double beside = 0; ///< distance of the middle of the wheel's outline from the pivot, pixels
 };
 
 bool Search::Prepare()
@@ -205,72 +211,48 @@ bool Search::Active(double x, double y) const
 /// Where the frame has edges among what changes.
 Points Search::Edges(const Scaled& first) const
 {
-    const double deviation = noise * Smoothing(first.step);
-    const auto slopeOf = [&](const float* p, int rows) {
-        const float x = (p[1] - p[-1]) * 0.5F, y = (p[rows] - p[-rows]) * 0.5F;
-        return Eigen::Vector2f(x, y);
+    const int scale = first.step, rows = first.grey.step2, coarseWidth = coarse[0].grey.dim1;
+    const double deviation = noise * Smoothing(scale), r = sight.radius;
+    const auto least =
+        static_cast<float>(std::max(4 * deviation * deviation, 0.5)); // of twice the slope, squared
+    const int block = std::max(static_cast<int>(start.outerR / 8 / scale), 8);
+    const auto within = [&](double v, int from, int size) {
+        return std::clamp(static_cast<int>(std::ceil((v - from) / scale)), 1, size - 2);
     };
-    const int rows = first.grey.step2;
-    const double size = std::max(start.outerR / 8, 8.0 * first.step);
-    const double r = sight.radius;
-    const float least = static_cast<float>(std::max(4 * deviation * deviation, 0.5));
-    const int most = first.step == 1 ? 60000 : 20000;
-
-    // What is too much is left out from the weakest edges on.
-    const auto each = [&](const auto& visit) {
-        const double left = std::max<double>(sight.pivot.x() - r, first.left + first.step);
-        const double top = std::max<double>(sight.pivot.y() - r, first.top + first.step);
-        const double right = std::min(sight.pivot.x() + r, first.left + first.step * (first.grey.dim1 - 2.0));
-        const double bottom = std::min(sight.pivot.y() + r, first.top + first.step * (first.grey.dim2 - 2.0));
-        for (double y0 = top; y0 < bottom; y0 += size) {
-            for (double x0 = left; x0 < right; x0 += size) {
-                const auto from = [&](double v, int o) {
-                    return static_cast<int>(std::ceil((v - o) / first.step));
-                };
-                for (int y = from(y0, first.top); y < from(std::min(y0 + size, bottom), first.top); y++) {
-                    const int endX = from(std::min(x0 + size, right), first.left);
-                    for (int x = from(x0, first.left); x < endX; x++) {
-                        const float* p = first.grey.p_f_data + y * rows + x;
-                        const Eigen::Vector2f slope = slopeOf(p, rows);
-                        if (slope.squaredNorm() < least) continue;
-                        visit(first.left + first.step * x, first.top + first.step * y, y * rows + x, slope,
-                              false);
-                    }
-                }
-                visit(0, 0, 0, Eigen::Vector2f(0, 0), true);
-            }
-        }
-    };
-    std::vector<int> histogram(1024);
-    const auto rank = [](float s2) { return std::min(1023, static_cast<int>(4 * std::sqrt(s2))); };
-    const auto wanted = [&](int x, int y) {
-        const double dx = x - sight.pivot.x(), dy = y - sight.pivot.y();
-        return dx * dx + dy * dy <= r * r && Active(x, y) &&
-               !sight.Masked(static_cast<float>(x), static_cast<float>(y));
-    };
-    each([&](int x, int y, int, const Eigen::Vector2f& slope, bool end) {
-        if (!end && wanted(x, y)) histogram[static_cast<std::size_t>(rank(slope.squaredNorm()))]++;
-    });
-    int lowest = 1023, sum = 0;
-    while (lowest > 0 && sum + histogram[static_cast<std::size_t>(lowest)] <= most)
-        sum += histogram[static_cast<std::size_t>(lowest--)];
+    const int left = within(sight.pivot.x() - r, first.left, first.grey.dim1);
+    const int top = within(sight.pivot.y() - r, first.top, first.grey.dim2);
+    const int right = within(sight.pivot.x() + r, first.left, first.grey.dim1);
+    const int bottom = within(sight.pivot.y() + r, first.top, first.grey.dim2);
 
     Points points;
-    const auto scale = 1 / static_cast<float>(first.step);
-    each([&](int x, int y, int at, const Eigen::Vector2f& slope, bool end) {
-        if (end) {
-            if (points.Count() > (points.ends.empty() ? 0 : points.ends.back()))
-                points.ends.push_back(points.Count());
-            return;
-        }
-        if (rank(slope.squaredNorm()) < lowest || !wanted(x, y)) return;
-        points.x.push_back(static_cast<float>(x - sight.pivot.x()));
-        points.y.push_back(static_cast<float>(y - sight.pivot.y()));
-        points.grey.push_back(first.grey.p_f_data[at]);
+    const auto add = [&](int x, int y) {
+        const int at = y * rows + x;
+        const float* p = first.grey.p_f_data + at;
+        const float sx = p[1] - p[-1], sy = p[rows] - p[-rows];
+        if (sx * sx + sy * sy < 4 * least) return;
+        const int nearest = (y * scale + step / 2) / step * coarseWidth + (x * scale + step / 2) / step;
+        if (active[static_cast<std::size_t>(nearest)] == 0) return;
+        const auto px = static_cast<float>(first.left + scale * x),
+                   py = static_cast<float>(first.top + scale * y);
+        const double dx = static_cast<double>(px) - sight.pivot.x(),
+                     dy = static_cast<double>(py) - sight.pivot.y();
+        if (dx * dx + dy * dy > r * r || sight.Masked(px, py)) return;
+        points.x.push_back(static_cast<float>(dx));
+        points.y.push_back(static_cast<float>(dy));
+        points.grey.push_back(*p);
+        points.slopeX.push_back(sx / static_cast<float>(2 * scale));
+        points.slopeY.push_back(sy / static_cast<float>(2 * scale));
         points.at.push_back(at);
-        points.slopeX.push_back(slope.x() * scale);
-        points.slopeY.push_back(slope.y() * scale);
-    });
+    };
+    for (int y0 = top; y0 < bottom; y0 += block) {
+        for (int x0 = left; x0 < right; x0 += block) {
+            const int before = points.Count();
+            for (int y = y0; y < std::min(y0 + block, bottom); y++)
+                for (int x = x0; x < std::min(x0 + block, right); x++) add(x, y);
+            if (points.Count() > before) points.ends.push_back(points.Count());
+        }
+    }
+    points.Thin(scale == 1 ? 45000 : 9000);
     return points;
 }
 
@@ -380,8 +362,8 @@ PairModel Search::Model(int resolution) const
         model.rounds = 6;
         model.enough = 0.002;
     } else {
-        model.rounds = 12;
-        model.enough = 0.01;
+        model.rounds = 9;
+        model.enough = 0.02;
     }
     return model;
 }
@@ -399,9 +381,11 @@ void Search::Locate(Pair& pair, bool any) const
     const Eigen::Matrix2d inverse = pair.fit.motion.UndoTurn();
     const PairFit::Shift& found = any ? pair.fit.any : pair.fit.usual;
     pair.centre = sight.pivot + inverse * found.shift;
-    if (!pushed.empty()) pair.centre -= pushed[static_cast<std::size_t>(pair.first)];
     pair.variance = (inverse * found.covariance * inverse.transpose()).diagonal();
     pair.noise = (inverse * found.noise * inverse.transpose()).diagonal();
+    if (pushed.empty() || pushed[static_cast<std::size_t>(pair.first)].isZero()) return;
+    pair.centre -= pushed[static_cast<std::size_t>(pair.first)];
+    pair.variance.array() += 0.06 * 0.06;
 }
 
 /// By which angle each frame follows the one before.
@@ -425,9 +409,10 @@ void Search::Follow()
             if ((time != base) != later) continue;
             pair.fit.motion.angle = later ? perTime * time : PolarAngle(k, k + 1);
             Fit(pair, coarse[static_cast<std::size_t>(k)], coarse[static_cast<std::size_t>(k) + 1], model);
-            rates.push_back(pair.fit.motion.angle / time);
+            if (std::abs(pair.fit.motion.angle) > 4 * pair.fit.angleSigma)
+                rates.push_back(pair.fit.motion.angle / time);
         }
-        if (!later) perTime = MedianOf(rates);
+        if (!later) perTime = MedianOf(rates); // of frames that are not repeated
     }
 }
 
@@ -441,6 +426,7 @@ void Search::Centre()
             centres.push_back(pair.centre - sight.pivot);
     disturbed.assign(steps.size(), false);
     angles.assign(static_cast<std::size_t>(count), 0);
+    pushed.assign(static_cast<std::size_t>(count), Eigen::Vector2d::Zero());
     for (std::size_t k = 0; k < steps.size(); k++) angles[k + 1] = angles[k] + steps[k].fit.motion.angle;
     if (centres.empty()) return;
     Eigen::Vector2d centre = MedianOf(centres);
@@ -471,7 +457,6 @@ void Search::Centre()
         centre = normal.inverse() * right;
     }
     // A single step that shifts the picture, and turns it as the others do, is a push.
-    pushed.assign(static_cast<std::size_t>(count), Eigen::Vector2d::Zero());
     if (std::count(disturbed.begin(), disturbed.end(), true) == 1) {
         const auto k =
             static_cast<std::size_t>(std::find(disturbed.begin(), disturbed.end(), true) - disturbed.begin());
@@ -482,8 +467,7 @@ void Search::Centre()
                       Eigen::Vector2d(motion.shift - turning(motion.angle) * centre));
     }
     // Never far out of sight.
-    const double most = 0.6 * start.outerR + 60;
-    if (centre.norm() > most) centre *= most / centre.norm();
+    if (centre.norm() > farthest) centre *= farthest / centre.norm();
     sight.pivot += centre;
 }
 
@@ -504,7 +488,19 @@ std::vector<Pair> Search::OfGap(int gap) const
             if (!jumps) quiet.push_back(pair);
         }
     }
-    const std::vector<Pair>& from = quiet.size() >= 2 || quiet.size() == all.size() ? quiet : all;
+    std::vector<Pair>& from = quiet.size() >= 2 || quiet.size() == all.size() ? quiet : all;
+    // What lies behind a push is known less well.
+    const auto later = [&](const Pair& pair) {
+        return !pushed[static_cast<std::size_t>(pair.second)].isZero();
+    };
+    if (from.size() - static_cast<std::size_t>(std::count_if(from.begin(), from.end(), later)) >= 2)
+        std::erase_if(from, later);
+    // Repeated frames tell less.
+    const auto turn = [](const Pair& pair) { return std::abs(pair.fit.motion.angle); };
+    double most = 0;
+    for (const Pair& pair : from) most = std::max(most, turn(pair));
+    if (std::count_if(from.begin(), from.end(), [&](const Pair& p) { return turn(p) > most / 2; }) >= 2)
+        std::erase_if(from, [&](const Pair& p) { return turn(p) <= most / 2; });
     if (from.size() <= pairsOfGap) return from;
     std::vector<Pair> spread;
     for (std::size_t n = 0; n < pairsOfGap; n++)
@@ -540,15 +536,53 @@ void Search::FindReach(const Pair& pair)
     const Differences differences =
         Compare(Everywhere(coarse[static_cast<std::size_t>(pair.first)]),
                 coarse[static_cast<std::size_t>(pair.second)], sight, pair.fit.motion);
-    std::vector<double> sums;
-    double sum = 0;
-    for (const double gain : differences.gain) sums.push_back(sum += gain);
-    const double most = *std::max_element(sums.begin(), sums.end());
-    for (std::size_t ring = 0; ring < sums.size(); ring++) {
-        if (sums[ring] < 0.99 * most) continue;
-        sight.radius = std::min(sight.radius, 4.0 * static_cast<double>(ring + 1) + 4 + step);
-        return;
+    // The distance within which so much of the gain lies.
+    const auto reaches = [](const std::vector<double>& gains, double share) {
+        std::vector<double> sums;
+        double sum = 0;
+        for (const double gain : gains) sums.push_back(sum += gain);
+        const double most = *std::max_element(sums.begin(), sums.end());
+        const auto found =
+            std::find_if(sums.begin(), sums.end(), [&](double s) { return s >= share * most; });
+        return std::pair(Differences::ringWidth * static_cast<double>(found - sums.begin() + 1), most);
+    };
+    std::vector<double> all(differences.gain[0].size()), strengths;
+    for (const auto& gains : differences.gain) {
+        std::transform(all.begin(), all.end(), gains.begin(), all.begin(), std::plus());
+        strengths.push_back(reaches(gains, 1).second);
     }
+
+    // Where the wheel's edge is not equally far in all directions, it turns about another place: a + b cos +
+    // c sin of the directions where there is much of it, least squares without what is far off.
+    const double usual = MedianOf(strengths);
+    std::vector<Eigen::Vector3d> rows;
+    std::vector<double> distances, weights;
+    for (std::size_t i = 0; i < differences.gain.size(); i++) {
+        if (strengths[i] < 0.3 * usual) continue;
+        const double angle = 2 * pi * ((static_cast<double>(i) + 0.5) / Differences::sectors - 0.5);
+        const Eigen::Vector2d edge =
+            sight.pivot + sight.radius * Eigen::Vector2d(std::cos(angle), std::sin(angle));
+        const double distance = reaches(differences.gain[i], 0.95).first;
+        const Eigen::Vector2d end = sight.pivot + (edge - sight.pivot) * ((distance + 8) / sight.radius);
+        if (end.x() < 0 || end.y() < 0 || end.x() >= frames.dim1 || end.y() >= frames.dim2) continue;
+        rows.emplace_back(1, std::cos(angle), std::sin(angle));
+        distances.push_back(distance);
+    }
+    beside = 0;
+    weights.assign(distances.size(), 1);
+    for (int round = 0; round < 5 && distances.size() >= 6; round++) {
+        Eigen::Matrix3d normal = 1e-9 * Eigen::Matrix3d::Identity();
+        Eigen::Vector3d right = Eigen::Vector3d::Zero();
+        for (std::size_t i = 0; i < distances.size(); i++) {
+            normal += weights[i] * rows[i] * rows[i].transpose();
+            right += weights[i] * distances[i] * rows[i];
+        }
+        const Eigen::Vector3d edge = normal.inverse() * right;
+        for (std::size_t i = 0; i < distances.size(); i++)
+            weights[i] = 1 / (1 + std::pow((distances[i] - rows[i].dot(edge)) / 8, 2));
+        beside = edge.tail<2>().norm();
+    }
+    sight.radius = std::min(sight.radius, reaches(all, 0.99).first + 4 + step);
 }
 
 /// What bends the picture of the wheel, as deviations: an axis that leans a few degrees, a lens, rows exposed
@@ -634,7 +668,8 @@ RotationFit Search::Run()
         for (Pair& pair : pairs) pair.fit.motion.shift = Eigen::Vector2d::Zero();
         widest = pairs;
         result.gap = gap;
-        if (away < 0.3 * start.outerR) sight.pivot = centre;
+        if ((centre - origin).norm() > farthest) return result;
+        sight.pivot = centre;
         const auto next = std::find_if(gaps.begin(), gaps.end(), [&](int g) {
             return g >= 2 * gap && have(g) >= 2 && g * std::abs(perTime) <= widestAngle;
         });
@@ -685,6 +720,7 @@ RotationFit Search::Run()
     }
     const double rate = MedianOf(rates), angle = std::abs(rate) * result.gap;
     result.degreesPerFrame = rate * 180 / pi;
+    result.push = {pushed.back().x(), pushed.back().y()};
     result.explained = still > 0 ? 1 - moved / still : 0;
     const double floor = 0.003;
     const auto sigma = [&](int axis) {
@@ -697,9 +733,10 @@ RotationFit Search::Run()
         result.limit = {std::numbers::sqrt2 * noise / (angle * gradients.x),
                         std::numbers::sqrt2 * noise / (angle * gradients.y)};
     }
-    const double away = std::hypot(result.centre.x - start.centre.x, result.centre.y - start.centre.y);
-    result.holds = result.explained > 0.4 && angle > 6 * angleSigma && away < 0.3 * start.outerR + 40 &&
-                   std::max(result.sigma.x, result.sigma.y) < 1.5;
+    // A single pair cannot tell a push from a rotation about another place; the wheel's outline can.
+    const bool about = result.pairs > 1 || beside < std::max(6.0, 0.07 * sight.radius);
+    result.holds = result.explained > 0.4 && angle > 6 * angleSigma && about &&
+                   (centre - origin).norm() < farthest && std::max(result.sigma.x, result.sigma.y) < 1.5;
     return result;
 }
 

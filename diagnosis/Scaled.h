@@ -32,7 +32,9 @@ struct Scaled {
 };
 
 /// Smooths by the binomial of three (step 1) or of five coefficients along each axis, the latter once for
-/// each halving. Beyond the frame its border goes on. \param step  1, 2 or 4 \param box   within the frame
+/// each halving. Beyond the frame its border goes on.
+/// \param box   within the frame
+/// \param step  1, 2 or 4
 Scaled Scale(const CubByte& frames, int frame, const Region& box, int step);
 
 inline Scaled::Sample Scaled::At(float x, float y) const

@@ -62,9 +62,9 @@ TEST(Rotation, CentreAndAngleOfADrawnWheel)
 TEST(Rotation, WrongStartsAndRadiiLeadToTheSameCentre)
 {
     const WheelScene scene = HalfWheel();
-    const CubByte frames = ToCube(WheelFrames(scene, 8));
+    const CubByte frames = ToCube(WheelFrames(scene, 10));
     for (const RotationStart& start : {StartAt(scene, 25, 0, 0.7), StartAt(scene, -14, 14, 1.3)}) {
-        const RotationFit fit = FitRotation(frames, Consecutive(8), start, {});
+        const RotationFit fit = FitRotation(frames, Consecutive(10), start, {});
         EXPECT_TRUE(fit.holds);
         EXPECT_LT(Away(fit, scene), 0.05);
     }
@@ -79,11 +79,196 @@ TEST(Rotation, CounterClockwiseIsNegative)
     EXPECT_NEAR(fit.degreesPerFrame, -1.1, 0.005);
 }
 
-TEST(Rotation, AStandingWheelDoesNotHold)
+TEST(Rotation, TeethThatMoveByAThirdOfTheirPitchAreFollowed)
 {
     WheelScene scene = HalfWheel();
-    scene.degreesPerFrame = 0;
-    EXPECT_FALSE(FitOf(scene, 5, StartAt(scene)).holds);
+    scene.spokes = 0;
+    scene.degreesPerFrame = 4.9;
+    const RotationFit fit = FitOf(scene, 6, StartAt(scene, -15, 10, 1.2));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.05);
+    EXPECT_NEAR(fit.degreesPerFrame, 4.9, 0.005);
+}
+
+TEST(Rotation, HalfOfTheWheelSuffices)
+{
+    WheelScene scene = HalfWheel();
+    scene.centreX = 15.3;
+    const RotationFit fit = FitOf(scene, 8, StartAt(scene, 10, 10));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.2);
+}
+
+TEST(Rotation, AWheelLargerThanThePictureHolds)
+{
+    WheelScene scene = HalfWheel();
+    scene.width = scene.height = 220;
+    scene.centreX = 104.6;
+    scene.centreY = 112.1;
+    const RotationFit fit = FitOf(scene, 8, StartAt(scene, 8, 0));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.1);
+}
+
+TEST(Rotation, TheAxisIsFoundAndNotTheMiddleOfTheRing)
+{
+    WheelScene scene = HalfWheel();
+    scene.eccentricity = 6;
+    const RotationFit fit = FitOf(scene, 8, StartAt(scene, 6, 0));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.05);
+}
+
+TEST(Rotation, ALeaningAxisIsAllowedFor)
+{
+    WheelScene scene = HalfWheel();
+    scene.tilt = 8;
+    scene.tiltDirection = 30;
+    scene.distance = 1250;
+    const RotationFit fit = FitOf(scene, 10, StartAt(scene, 6, 6));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.1);
+}
+
+TEST(Rotation, LightThatStaysAndLightThatFlickersDoNoHarm)
+{
+    WheelScene scene = HalfWheel();
+    scene.highlight = {scene.centreX + 60, scene.centreY, 62, 60};
+    scene.flicker = 0.2;
+    scene.flickerPeriod = 2.4;
+    const RotationFit fit = FitOf(scene, 10, StartAt(scene, 0, 15, 0.8));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.05);
+}
+
+TEST(Rotation, OnlyTheStepsThatAreComparedNeedToBeShort)
+{
+    // Camera frames 0, 3, 4, 7, 8, 11.
+    const WheelScene scene = HalfWheel();
+    const std::vector<int> times{0, 3, 4, 7, 8, 11};
+    Sequence frames(scene.width, scene.height, 6);
+    for (int i = 0; i < 6; i++) frames.SetFrame(i, WheelFrame(scene, times[static_cast<std::size_t>(i)]));
+    const RotationFit fit = FitRotation(ToCube(frames), times, StartAt(scene, 10, 0), {});
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.05);
+    EXPECT_NEAR(fit.degreesPerFrame, scene.degreesPerFrame, 0.002);
+}
+
+TEST(Rotation, RepeatedFramesTellNothingAndDoNoHarm)
+{
+    WheelScene scene = HalfWheel();
+    scene.repeated = {1, 3, 5, 7};
+    const RotationFit fit = FitOf(scene, 9, StartAt(scene));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.05);
+}
+
+TEST(Rotation, APushIsToldAndTakenBack)
+{
+    WheelScene scene = HalfWheel();
+    scene.push = {5, 2, -1};
+    const RotationFit fit = FitOf(scene, 12, StartAt(scene, 8, 8));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.15);
+    EXPECT_NEAR(fit.push.x, 2, 0.1);
+    EXPECT_NEAR(fit.push.y, -1, 0.1);
+}
+
+TEST(Rotation, WhatMovesInAMaskIsNotSeen)
+{
+    WheelScene scene = HalfWheel();
+    scene.disc = {scene.centreX + 60, scene.centreY - 60, 50, 3, 2, 20, 8};
+    const Region mask{int(scene.centreX) + 10, int(scene.centreY) - 115, 135, 120};
+    const RotationFit masked = FitOf(scene, 12, StartAt(scene, 5, 5), {mask});
+    EXPECT_TRUE(masked.holds);
+    EXPECT_LT(Away(masked, scene), 0.05);
+    EXPECT_GT(masked.explained, 0.95);
+    EXPECT_LT(FitOf(scene, 12, StartAt(scene, 5, 5)).explained, 0.9);
+}
+
+TEST(Rotation, TwoFramesSuffice)
+{
+    WheelScene scene = HalfWheel();
+    scene.degreesPerFrame = 1.5;
+    const RotationFit fit = FitOf(scene, 2, StartAt(scene, 10, 10));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_EQ(fit.pairs, 1);
+    EXPECT_LT(Away(fit, scene), 0.1);
+}
+
+TEST(Rotation, APushBetweenTwoFramesDoesNotPassForAnotherCentre)
+{
+    WheelScene scene = HalfWheel();
+    scene.push = {1, 0.4, 0};
+    EXPECT_FALSE(FitOf(scene, 2, StartAt(scene)).holds);
+}
+
+TEST(Rotation, DeviationsAreHonest)
+{
+    int within = 0, axes = 0;
+    for (int n = 0; n < 12; n++) {
+        WheelScene scene = HalfWheel();
+        scene.seed = static_cast<std::uint32_t>(n + 1);
+        scene.startAngle = 7.3 * n;
+        scene.noise = 1 + 0.4 * n;
+        scene.centreX += 0.37 * n;
+        const RotationFit fit = FitOf(scene, 4, StartAt(scene, 5, -5));
+        ASSERT_TRUE(fit.holds) << n;
+        within += std::abs(fit.centre.x - scene.centreX) < 2 * fit.sigma.x;
+        within += std::abs(fit.centre.y - scene.centreY) < 2 * fit.sigma.y;
+        axes += 2;
+        // No better than can be, and not much worse: of `pairs` pairs each.
+        EXPECT_GT(fit.sigma.x * std::sqrt(fit.pairs), 0.7 * fit.limit.x);
+        EXPECT_LT(fit.sigma.x, 2 * fit.limit.x);
+    }
+    EXPECT_GE(within, axes * 0.87);
+}
+
+TEST(Rotation, WhatDoesNotTurnDoesNotHold)
+{
+    WheelScene still = HalfWheel();
+    still.degreesPerFrame = 0;
+    const auto holds = [](const WheelScene& scene, int count) {
+        return FitOf(scene, count, StartAt(scene)).holds;
+    };
+    EXPECT_FALSE(holds(still, 5));
+    for (const int count : {2, 3, 6}) {
+        WheelScene pushed = still;
+        pushed.push = {1, 2, 1};
+        EXPECT_FALSE(holds(pushed, count)) << count << " frames";
+    }
+    WheelScene flickering = still;
+    flickering.flicker = 0.2;
+    EXPECT_FALSE(holds(flickering, 5));
+    WheelScene noisy = still;
+    noisy.noise = 8;
+    noisy.rowNoise = 3;
+    EXPECT_FALSE(holds(noisy, 5));
+    WheelScene crossed = still;
+    crossed.disc = {still.centreX + 40, still.centreY, 60, 4, 2, 20, 8};
+    for (const int count : {2, 8}) EXPECT_FALSE(holds(crossed, count)) << count << " frames";
+}
+
+TEST(Rotation, NoiseAloneDoesNotHold)
+{
+    for (const unsigned seed : {1U, 2U, 3U}) {
+        const CubByte frames = ToCube(NoiseFrames(400, 300, 5, seed));
+        EXPECT_FALSE(FitRotation(frames, Consecutive(5), {{200, 150}, 80, 100}, {}).holds);
+    }
+}
+
+TEST(Rotation, WhatCannotBeFittedIsRefused)
+{
+    const WheelScene scene = HalfWheel();
+    const CubByte frames = ToCube(WheelFrames(scene, 3));
+    EXPECT_FALSE(FitRotation(CubByte(), {}, StartAt(scene), {}).holds);
+    EXPECT_FALSE(FitRotation(ToCube(WheelFrames(scene, 1)), {0}, StartAt(scene), {}).holds);
+    EXPECT_FALSE(FitRotation(frames, Consecutive(2), StartAt(scene), {}).holds);
+    EXPECT_FALSE(FitRotation(frames, Consecutive(3), {{300, 200}, 0, 0}, {}).holds);
+    EXPECT_FALSE(FitRotation(frames, Consecutive(3), {{-3000, 200}, 80, 100}, {}).holds);
+    EXPECT_FALSE(FitRotation(frames, Consecutive(3), {{NAN, 200}, 80, 100}, {}).holds);
+    EXPECT_FALSE(FitRotation(frames, Consecutive(3), StartAt(scene), {{0, 0, 640, 480}}).holds);
+    EXPECT_FALSE(FitRotation(ToCube(NoiseFrames(3, 2, 3, 1)), Consecutive(3), {{1, 1}, 20, 30}, {}).holds);
 }
 
 } // namespace
