@@ -81,6 +81,9 @@ Judged Judge(const RunFiles& files, const std::optional<RunArguments>& arguments
     run.diagnosis = Diagnose(seen);
     if (run.diagnosis.verdict == Verdict::unclear && hasFrames && !run.arguments && run.diagnosis.centre)
         run.diagnosis.cure = "Give the command line of the run: telvane-report -- Telvane ...";
+    if (run.computed && !run.outcome.failure.empty())
+        run.diagnosis.cure =
+            "Give every mask, and the region, a width and a height of at least 1, then run it again.";
     return run;
 }
 

@@ -20,11 +20,13 @@ ul { margin: 0 0 .75rem; padding-left: 1.2rem; max-width: 44rem; }
 figure { margin: 0 0 1.25rem; break-inside: avoid; }
 figcaption { font-size: .9rem; max-width: 44rem; }
 img, figure > svg { display: block; max-width: 100%; height: auto; margin: 0 0 .4rem; }
-dl { display: grid; grid-template-columns: max-content 1fr; gap: .1rem .75rem; margin: 0 0 .75rem; }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: .1rem .75rem; margin: 0 0 .75rem;
+     font-size: .95rem; }
 dt { font-weight: 600; }
 dd { margin: 0; }
 table { border-collapse: collapse; margin: 0 0 .75rem; }
-th, td { text-align: left; vertical-align: top; padding: .15rem .75rem .15rem 0; font-weight: normal; }
+th, td { text-align: left; vertical-align: top; padding: .15rem .75rem .15rem 0; font-weight: normal;
+         overflow-wrap: break-word; }
 thead th { font-weight: 600; border-bottom: 1px solid GrayText; }
 pre { white-space: pre-wrap; padding: .5rem .75rem; border: 1px solid GrayText; border-radius: .3rem;
       font: .95rem/1.5 ui-monospace, monospace; user-select: all; }
@@ -32,11 +34,15 @@ pre { white-space: pre-wrap; padding: .5rem .75rem; border: 1px solid GrayText; 
        grid-template-columns: repeat(auto-fit, minmax(min(100%, 18rem), 1fr)); }
 .marks-legend { list-style: none; padding: 0; display: flex; flex-wrap: wrap; gap: .1rem 1rem; margin: 0;
                 font-size: .9rem; }
+.marks-legend li { display: flex; gap: .4rem; align-items: center; }
+.marks-legend svg { flex: none; }
 .good, .fair, .bad { padding: .5rem .75rem; border-left: .4rem solid; margin: 0 0 .75rem; }
 .good { border-color: #2a9d4a; background: #2a9d4a20; }
 .fair { border-color: #d99a00; background: #d99a0020; }
 .bad { border-color: #d0342c; background: #d0342c20; }
 .verdict p { margin: 0; }
+.evidence { font-size: .9rem; }
+.cure { font-weight: 600; }
 @media print {
   body { max-width: none; padding: 0; }
   h2 { break-after: avoid; }
@@ -55,10 +61,12 @@ std::string DataUri(const Picture& picture)
 
 Page::Page(std::string_view t) : title(Shown(t)) {}
 
-void Page::Verdict(std::string_view kind, std::string_view heading, std::string_view text)
+void Page::Verdict(std::string_view kind, std::string_view heading, std::string_view evidence,
+                   std::string_view cure)
 {
     body += "<div class=\"verdict " + Shown(kind) + "\">\n<h1>" + Shown(heading) + "</h1>\n";
-    if (!text.empty()) body += "<p>" + Shown(text) + "</p>\n";
+    if (!evidence.empty()) body += "<p class=\"evidence\">" + Shown(evidence) + "</p>\n";
+    if (!cure.empty()) body += "<p class=\"cure\">" + Shown(cure) + "</p>\n";
     body += "</div>\n";
 }
 

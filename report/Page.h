@@ -24,9 +24,10 @@ class Page {
 public:
     explicit Page(std::string_view title);
 
-    /// What the page says first, and beside it what to do.
+    /// What the page says first, why, and what to do; either may be empty.
     /// \param kind  "good", "fair" or "bad"
-    void Verdict(std::string_view kind, std::string_view heading, std::string_view text);
+    void Verdict(std::string_view kind, std::string_view heading, std::string_view evidence,
+                 std::string_view cure);
     void Section(std::string_view heading);
     void Paragraph(std::string_view text);
     /// A paragraph that stands out, by a coloured edge: "good", "fair" or "bad".

@@ -73,18 +73,16 @@ std::string ResultText(const Judged& run)
 {
     const RunOutcome& o = run.outcome;
     if (!o.failure.empty()) return "none: " + o.failure + (o.message.empty() ? "" : " (" + o.message + ")");
-    if (!o.result) return std::string(unknown) + "; it takes the command line of the run";
+    if (!o.result) return unknown;
     return "RESULT=" + std::to_string(*o.result) + (o.message.empty() ? "" : ", " + o.message) +
-           (run.computed ? ", computed from the frames" : "");
+           (run.computed ? ", computed here" : "");
 }
 
 std::string RegionText(const Judged& run)
 {
     if (!run.outcome.region) return run.outcome.result || !run.outcome.failure.empty() ? "none" : unknown;
     const Region& r = *run.outcome.region;
-    const std::optional<Place>& found = run.diagnosis.found;
-    return std::to_string(r.width) + " x " + std::to_string(r.height) + " at " + At(r.left, r.top, 0) +
-           (found ? ", for a centre at " + At(found->x, found->y, 1) : "");
+    return std::to_string(r.width) + " x " + std::to_string(r.height) + " at " + At(r.left, r.top, 0);
 }
 
 std::string CentreText(const Diagnosis& d)
@@ -92,7 +90,8 @@ std::string CentreText(const Diagnosis& d)
     if (!d.centre) return unknown;
     if (!d.sigma) return At(d.centre->x, d.centre->y, 2);
     const int digits = DigitsFor(*d.sigma);
-    return At(d.centre->x, d.centre->y, digits) + " \xC2\xB1 " + At(d.sigma->x, d.sigma->y, digits) + " px";
+    return At(d.centre->x, d.centre->y, digits) + " \xC2\xB1 " +
+           RoundedText(std::max(d.sigma->x, d.sigma->y), digits) + " px";
 }
 
 std::string RotationText(const Diagnosis& d)
@@ -204,7 +203,7 @@ void AddVerdict(Page& page, const Judged& run, const std::vector<std::string>& d
 {
     const Diagnosis& d = run.diagnosis;
     const VerdictWords words = WordsOf(d.verdict);
-    page.Verdict(words.kind, words.heading, d.cure.empty() ? d.evidence : d.cure);
+    page.Verdict(words.kind, words.heading, d.evidence, d.cure);
     if (!doubts.empty()) {
         page.Note("fair", "There are files of different runs here:");
         page.List(doubts);
@@ -239,7 +238,6 @@ void AddMeasured(Page& page, const Judged& run)
 {
     const Diagnosis& d = run.diagnosis;
     page.Section("What was measured");
-    if (!d.evidence.empty()) page.Paragraph(d.evidence);
     page.List(d.remarks);
 
     std::vector<std::vector<std::string>> rows = {{"", "measured"}};
@@ -257,13 +255,15 @@ void AddMeasured(Page& page, const Judged& run)
         run.arguments ? a.Told() ? InWords(*a.Told()) : "none" : "");
     row("Teeth", d.teeth.has_value(), d.teeth ? std::to_string(*d.teeth) : "",
         run.arguments ? std::to_string(a.teeth) : "");
+    if (d.found) row("Centre found", true, At(d.found->x, d.found->y, 1));
+    if (d.centre) row("Centre of the rotation", true, At(d.centre->x, d.centre->y, 3));
+    if (d.sigma)
+        row("Its deviation along x and y", true, Pixels(d.sigma->x, d.sigma->y, DigitsFor(*d.sigma) + 1));
+    if (d.limit) row("What noise allows", true, RoundedText(*d.limit, 4) + " px");
     if (d.explained)
         row("Explained by the rotation", true, RoundedText(100 * *d.explained, 1) + " % of what changes");
     if (d.elsewhere)
         row("Motion outside the ring", true, RoundedText(100 * *d.elsewhere, 1) + " % of all motion");
-    if (d.limit)
-        row("What noise allows the centre", true,
-            std::string("\xC2\xB1 ") + RoundedText(*d.limit, 4) + " px");
     if (rows.size() > 1) page.Table(rows);
     if (run.arguments) {
         page.Paragraph("The run:");

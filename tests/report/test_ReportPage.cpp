@@ -38,7 +38,7 @@ TEST(Page, TextsOfAnyBytesAreShownAsText)
     const std::string nasty = "<b>&amp;\"'</p><script>x</script>\x1B[2J\xFF";
     const std::string shown = "<b>&amp;\"'</p><script>x</script>\\x1B[2J\\xFF";
     Page page(nasty);
-    page.Verdict(nasty, nasty, nasty);
+    page.Verdict(nasty, nasty, nasty, nasty);
     page.Section(nasty);
     page.Paragraph(nasty);
     page.Note("good", nasty);
@@ -61,7 +61,7 @@ TEST(Page, TextsOfAnyBytesAreShownAsText)
         EXPECT_EQ(e.attributes.at("height"), "3");
     }
     EXPECT_EQ(elements["script"] + elements["b"], 0);
-    EXPECT_EQ(elements["p"], 3);
+    EXPECT_EQ(elements["p"], 4);
     EXPECT_EQ(elements["li"], 2);
     EXPECT_EQ(elements["th"], 3);
     EXPECT_EQ(elements["td"], 1);

@@ -25,7 +25,8 @@ struct Shown {
     std::vector<Image> images;
     std::vector<std::string> headings, captions, notes, commands;
     std::map<std::string, std::string> facts;
-    std::string verdict, kind, cure;  ///< the first heading, the kind of its box and what stands beside it
+    std::string verdict, kind;        ///< the first heading, and the kind of its box
+    std::string evidence, cure;       ///< what stands in it
     std::map<std::string, int> marks; ///< classes of the groups of the drawing
     int drawings = 0;
     std::string text; ///< of the whole body
@@ -34,7 +35,6 @@ struct Shown {
     explicit Shown(const std::string& p) : page(p)
     {
         std::string fact;
-        bool inVerdict = false;
         for (const html::Element& e : html::Reader::Read(page)) {
             const auto attribute = [&e](const char* name) {
                 const auto found = e.attributes.find(name);
@@ -44,20 +44,19 @@ struct Shown {
             EXPECT_NE(e.name, "link");
             if (e.name == "div" && attribute("class").rfind("verdict ", 0) == 0) {
                 kind = attribute("class").substr(8);
-                inVerdict = true;
             }
             if (e.name == "h1") {
                 EXPECT_TRUE(verdict.empty() && text.find(e.text) <= 3) << "the page begins with it";
                 verdict = e.text;
-            } else if (e.name == "p" && inVerdict) {
-                cure = e.text;
-                inVerdict = false;
             }
+            if (e.name == "p" && attribute("class") == "evidence") evidence = e.text;
+            if (e.name == "p" && attribute("class") == "cure") cure = e.text;
             if (e.name == "h2") headings.push_back(e.text);
             if (e.name == "body") text = e.text;
             if (e.name == "figcaption") captions.push_back(e.text);
             if (e.name == "pre") commands.push_back(e.text);
-            if (e.name == "p" && e.attributes.count("class")) notes.push_back(e.text);
+            for (const char* its : {"good", "fair", "bad"})
+                if (e.name == "p" && attribute("class") == its) notes.push_back(e.text);
             if (e.name == "dt") fact = e.text;
             if (e.name == "dd") facts[fact] = e.text;
             if (e.name == "g") marks[attribute("class")]++;
