@@ -1,6 +1,7 @@
 // Fail-stop, trace stack, pixel formats, index ranges, and the array base.
 #include <Kavrix/KXcommon.h>
 
+#include <Kavrix/HaltHook.h>
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/Resize.h>
@@ -62,6 +63,8 @@ bool kavrix::ComposeErrorLine(char (&line)[errorLineSize], int errorCode, const 
 
 namespace {
 
+kavrix::HaltHook haltHook = nullptr;
+
 // Sleeping, not spinning: the halted program must not burn the board's processor.
 [[noreturn]] void Halt()
 {
@@ -70,8 +73,11 @@ namespace {
 
 } // namespace
 
+void kavrix::SetHaltHook(HaltHook hook) { haltHook = hook; }
+
 void error(int errorCode, const char* message)
 {
+    if (haltHook != nullptr) haltHook(errorCode, message);
     char line[kavrix::errorLineSize];
     if (kavrix::ComposeErrorLine(line, errorCode, message)) std::fprintf(stderr, "%s\n", line);
     Halt();

@@ -1,6 +1,7 @@
 // CLI11 behind the tools' own words.
 #include <tools/CommandLine.h>
 
+#include <Kavrix/HaltHook.h>
 #include <tools/Numbers.h>
 #include <tools/Text.h>
 
@@ -49,6 +50,7 @@ void CommandLine::Add(Option option, const std::string& unit, const std::string&
         ->type_name(unit)
         ->group(group)
         ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
@@ -143,6 +145,8 @@ bool FlushOutput(const std::string& tool)
 int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
             int withoutMemory)
 {
+    // The library's fail-stop would sleep for ever. It meets a tool where an array gets no memory.
+    kavrix::SetHaltHook([](int, const char*) { throw std::bad_alloc(); });
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -1,4 +1,5 @@
 // The fail-stop line and its halt, the trace stack, pixel formats, index ranges.
+#include <Kavrix/HaltHook.h>
 #include <Kavrix/KXcommon.h>
 #include <Kavrix/KXubyte.h>
 
@@ -9,6 +10,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -509,6 +511,52 @@ TEST(VOI, InsideNeedsAllDirections)
     EXPECT_FALSE(VOI(1, 7, 4, 8, 1, 2).inside(outer));
     EXPECT_FALSE(VOI(3, 7, 2, 8, 1, 2).inside(outer));
     EXPECT_FALSE(VOI(3, 7, 4, 8, 1, 5).inside(outer));
+}
+
+// ---------------------------------------------------------------------------------- instead of halting
+
+/// No hook outlives its test.
+class Hooked {
+public:
+    explicit Hooked(kavrix::HaltHook hook) { kavrix::SetHaltHook(hook); }
+    ~Hooked() { kavrix::SetHaltHook(nullptr); }
+};
+
+TEST(HaltHook, IsCalledInPlaceOfTheLineAndMayLeaveByAnException)
+{
+    const Hooked hooked([](int code, const char* message) {
+        throw std::runtime_error(std::to_string(code) + " " + message);
+    });
+    testing::internal::CaptureStderr();
+    std::string said;
+    try {
+        RNG(2, 1);
+    } catch (const std::runtime_error& left) {
+        said = left.what();
+    }
+    EXPECT_EQ(said, "1 RNG: Invalid range selection");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(HaltHook, WhereItReturnsTheHaltFollows)
+{
+    const FailStop stop = RunUntilHalt([] {
+        kavrix::SetHaltHook([](int, const char*) { std::fputs("hook\n", stderr); });
+        RNG(2, 1);
+    });
+    EXPECT_TRUE(stop.halted) << stop.state;
+    EXPECT_EQ(stop.err, "hook\n" + ErrorLine("RNG: Invalid range selection") + "\n");
+}
+
+TEST(HaltHook, WithoutItTheHaltIsAsBefore)
+{
+    const FailStop stop = RunUntilHalt([] {
+        kavrix::SetHaltHook([](int, const char*) { _exit(3); });
+        kavrix::SetHaltHook(nullptr);
+        RNG(2, 1);
+    });
+    EXPECT_TRUE(stop.halted) << stop.state;
+    EXPECT_EQ(stop.err, ErrorLine("RNG: Invalid range selection") + "\n");
 }
 
 } // namespace

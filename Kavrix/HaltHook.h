@@ -1,0 +1,19 @@
+// What programs that embed the library may do instead of halting.
+#ifndef KAVRIX_HALTHOOK_H
+#define KAVRIX_HALTHOOK_H
+
+#include <Kavrix/KXexport.h>
+
+namespace kavrix {
+
+/// Called by the fail-stop in place of writing its line. It must not return: it ends the program, or leaves
+/// by an exception that the program catches. Where it returns, the line and the halt follow. \param message
+/// that `error` was given
+using HaltHook = void (*)(int errorCode, const char* message);
+
+/// From now on the fail-stop calls this hook; null, as at the start: none.
+KAVRIX_EXPORT void SetHaltHook(HaltHook hook);
+
+} // namespace kavrix
+
+#endif
