@@ -1,8 +1,10 @@
 // telvane-report: judges a run and shows what it has written, on one page or as a document.
 #include <report/Document.h>
 #include <report/Report.h>
+#include <report/RunFolder.h>
 
 #include <Telvane/Frames.h>
+#include <run/Document.h>
 #include <tools/CommandLine.h>
 #include <tools/Files.h>
 #include <tools/Text.h>
@@ -30,7 +32,9 @@ const char description[] =
 const char footer[] =
     "\nBehind -- may stand the command line of the run, as in\n"
     "  telvane-report -- Telvane -l 15 560 560 280 280 216 250 -1 0 360 360 40 1 0 0 0 0\n"
-    "Then the answer is compared with it. Without it, verdicts that need it are left out.\n"
+    "Then the answer is compared with it. Without it, run.json of the folder tells what was asked for, "
+    "where\n"
+    "telvane-run made it; without that, verdicts that need it are left out.\n"
     "\n"
     "Files that are damaged, of another kind or of another run are named on standard error, each in a line\n"
     "of its own, and so on the page.\n"
@@ -115,11 +119,29 @@ int WritePage(const Job& job, const Report& report)
     return 0;
 }
 
+/// What run.json in the folder of the run says, where no command line says it.
+void TakeRunDocument(ReportOptions& options)
+{
+    const std::string name = RunFolder(options.folder, "").Path(runDocumentName);
+    if (options.arguments || !Exists(name)) return;
+    std::string text;
+    RunDocument document;
+    std::string problem = ReadWhole(name, text);
+    if (problem.empty()) problem = ReadRunDocument(text, document);
+    if (!problem.empty()) {
+        Complain(tool, name + ": " + problem + "; expected what telvane-run writes");
+        return;
+    }
+    options.arguments = document.request.arguments;
+    options.outcome = document.outcome;
+}
+
 int Run(int argc, char** argv)
 {
-    const Job job = ReadArguments(argc, argv);
+    Job job = ReadArguments(argc, argv);
     NeedFolder(job.options.folder);
     NeedFolder(job.options.frames);
+    TakeRunDocument(job.options);
     const Report report = MakeReport(job.options);
     for (const std::string& problem : report.problems) Complain(tool, problem);
     if (!report.anything) {

@@ -11,7 +11,7 @@ namespace telvane {
 
 Report MakeReport(const ReportOptions& options)
 {
-    const RunFolder folder(options.folder, options.frames);
+    const RunFolder folder(options.folder, options.frames, options.called);
     Problems problems;
     const RunFiles files = LoadRun(folder, options.count, options.arguments, problems);
     const bool framesNeeded = options.count > 0 || (options.arguments && options.arguments->files);

@@ -12,6 +12,7 @@ namespace telvane {
 
 struct ReportOptions {
     std::string folder = "."; ///< of the run: detected.jpg and the 16-bit pictures
+    std::string called;       ///< the path that the page shows for it; empty: its own
     std::string frames;       ///< folder of img1.bmp or img1.jpg and so on; empty: that of the run
     int count = 0;            ///< frames of the run; 0: those of its arguments, or as many as are there
     int apart = 30;           ///< see FindSummits

@@ -64,15 +64,16 @@ bool OfEarlierRun(const std::string& a, const std::string& b, std::chrono::secon
     return Older(a, b, takes);
 }
 
-RunFolder::RunFolder(const std::string& folder, const std::string& framesFolder)
-    : run(folder), frames(framesFolder.empty() ? folder : framesFolder), suffix(FrameSuffix(frames))
+RunFolder::RunFolder(const std::string& folder, const std::string& framesFolder, const std::string& called)
+    : run(folder), frames(framesFolder.empty() ? folder : framesFolder), suffix(FrameSuffix(frames)),
+      shown(called.empty() ? folder : called)
 {
 }
 
 std::string RunFolder::Title() const
 {
     std::error_code ignored;
-    std::string path = fs::absolute(run, ignored).lexically_normal().string();
+    std::string path = fs::absolute(shown, ignored).lexically_normal().string();
     if (path.size() > 1 && path.back() == '/') path.pop_back();
     return path;
 }

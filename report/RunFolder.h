@@ -22,9 +22,10 @@ class RunFolder {
 public:
     /// \param folder        "." or the path of the run's folder
     /// \param framesFolder  folder of img1.bmp or img1.jpg and so on; empty: that of the run
-    RunFolder(const std::string& folder, const std::string& framesFolder);
+    /// \param called        the path that pages show for it; empty: its own
+    RunFolder(const std::string& folder, const std::string& framesFolder, const std::string& called = "");
 
-    /// The whole path of the run's folder.
+    /// The whole path of the run's folder, or of what it is called.
     std::string Title() const;
 
     /// A file of the run.
@@ -42,7 +43,7 @@ public:
     int FramesWithoutGap() const;
 
 private:
-    std::string run, frames, suffix;
+    std::string run, frames, suffix, shown;
 };
 
 } // namespace telvane
