@@ -229,7 +229,7 @@ const std::vector<RunOption>& OptionTable()
          {},
          [](const Request& r) -> std::optional<Value> {
              if (r.arguments.background == 0) return {};
-             return Numbers({-r.arguments.background});
+             return Numbers({-r.arguments.background}); // 1 to 99
          },
          [](Request& r, const Value& v) { r.arguments.background = -v.entries[0][0]; }},
 

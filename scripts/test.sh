@@ -9,7 +9,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 preset=${1:-release}
-packages=("${build_packages[@]}" libgtest-dev pkg-config) targets=(all) tests=()
+packages=("${build_packages[@]}" libgtest-dev pkg-config python3-jsonschema systemd) targets=(all) tests=()
 case $preset in
 asan*) for_sanitizers ;;&
 *-clang) packages+=(clang libclang-rt-14-dev) ;;
