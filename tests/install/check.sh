@@ -1,6 +1,6 @@
 #!/bin/sh
 # One check of what is installed:
-#     check.sh Install|FindPackage|PkgConfig|Programs|Symbols <working folder> [<emulator> <its option>...]
+#     check.sh Install|FindPackage|PkgConfig|Programs|Units|Symbols <working folder> [<emulator> <its option>...]
 # Install makes <working folder>/prefix, which the others use. The environment tells BUILD, CMAKE, CXX,
 # CXXFLAGS, LIBDIR, NM, PKG_CONFIG, and TOOLCHAIN where the programs are for another machine.
 set -eu
@@ -50,6 +50,27 @@ Programs)
     grep -qx 'RESULT=0' result.txt
     "$@" "$prefix/bin/telvane-report"
     grep -q 'data:image/jpeg' report.html
+    # It starts the program with the simulated camera by its place, which an emulator would have to do for it.
+    if [ $# -eq 0 ]; then
+        "$prefix/bin/telvane-run" --inner 216 --outer 250 --sense cw --region 300,260 --frames . | tee run.txt
+        grep -qx 'Verdict: good' run.txt
+        test -s runs/latest/run.json
+    fi
+    ;;
+Units)
+    if ! command -v systemd-analyze >/dev/null; then
+        echo "skipped: systemd-analyze is not installed (package systemd)"
+        exit 77
+    fi
+    enter units
+    DESTDIR=$PWD/root "$CMAKE" --install "$BUILD" --component telvane >/dev/null
+    units=$(find root -name '*.service' -o -name '*.timer')
+    test "$(echo "$units" | wc -l)" -eq 2
+    # It finds fault by words, not always by its status.
+    # shellcheck disable=SC2046 # a list of words
+    systemd-analyze verify --root="$PWD/root" --man=no --recursive-errors=no $(basename -a $units) >said.txt 2>&1
+    cat said.txt
+    test ! -s said.txt
     ;;
 Symbols)
     # The shared library exports what its headers declare, and nothing else.

@@ -26,7 +26,7 @@ told() {
 told_options() {
     local dashes=--
     [[ ${1##*/} != Telvane ]] || dashes=-
-    told "$1" | grep -oE -e "(^|[[ |])${dashes}[a-z][a-z0-9]*" | sed 's/^[[ |]//' | sort -u
+    told "$1" | grep -oE -e "(^|[[ |])${dashes}[a-z][a-z0-9-]*" | sed 's/^[[ |]//' | sort -u
 }
 
 # complete_line <word>...: what the shell offers for the last word.
