@@ -16,7 +16,9 @@ KAVRIX_CLONES void GreyRow(int n, const unsigned char* __restrict bytes, UBYTE* 
         grey[x] = static_cast<UBYTE>((bytes[3 * x] + 4 * bytes[3 * x + 1] + 3 * bytes[3 * x + 2]) >> 3);
 }
 
-void ConvertToGrey(const unsigned char* bytes, const MatByte& frame)
+} // namespace
+
+void telvane::ConvertToGrey(const unsigned char* bytes, const MatByte& frame)
 {
     VecByte grey(frame.dim1);
     for (int y = 0; y < frame.dim2; y++, bytes += std::ptrdiff_t{3} * frame.dim1) {
@@ -24,8 +26,6 @@ void ConvertToGrey(const unsigned char* bytes, const MatByte& frame)
         frame(RNG::All(), y) = grey;
     }
 }
-
-} // namespace
 
 int Grab(raspicam::RaspiCam* camera, CubByte seq, int period1, int period2)
 {
@@ -40,7 +40,7 @@ int Grab(raspicam::RaspiCam* camera, CubByte seq, int period1, int period2)
         for (int i = 0; i < period; i++) camera->grab();
         const unsigned char* const bytes = camera->getImageBufferData();
         camera->getImageBufferSize();
-        if (bytes) ConvertToGrey(bytes, seq(RNG::All(), RNG::All(), std::max(imgNr, 0)));
+        if (bytes) telvane::ConvertToGrey(bytes, seq(RNG::All(), RNG::All(), std::max(imgNr, 0)));
     }
     std::cout << std::endl;
     return 0;

@@ -16,4 +16,12 @@
 /// \return 0; -1 when the size is out of range, nothing is grabbed then
 int Grab(raspicam::RaspiCam* camera, CubByte seq, int period1, int period2);
 
+namespace telvane {
+
+/// A picture of the camera, 3 bytes per pixel and rows without padding, as a grey frame.
+/// \param frame  has the picture's size; written, through shared storage
+void ConvertToGrey(const unsigned char* bytes, const MatByte& frame);
+
+} // namespace telvane
+
 #endif
