@@ -216,6 +216,7 @@ public:
     }
 
     int Status() const { return status; }
+    pid_t Pid() const { return pid; }
 
     std::string out, err;
 

@@ -1,0 +1,213 @@
+// telvane-setup: serves the page until it is told to end or nobody looks on any more.
+#include <Telvane/Frames.h>
+#include <run/ConfigFile.h>
+#include <run/Process.h>
+#include <setup/Reply.h>
+#include <setup/Server.h>
+#include <tools/CommandLine.h>
+#include <tools/Numbers.h>
+#include <tools/Text.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <new>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <unistd.h>
+
+namespace telvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const char tool[] = "telvane-setup";
+
+const char description[] =
+    "Films with the camera and serves a page for setting it up: aim, read off the wheel's numbers, try\n"
+    "them, keep them. The page opens by the link that is printed, and by no other. Ctrl-C ends it.";
+
+const char footer[] = "\nExit status: 0 it was ended, or nobody was there any more; 1 the address cannot be "
+                      "listened at, or there is\n"
+                      "not enough memory; 2 an argument or the file is wrong.";
+
+struct Job {
+    Listening listening;
+    std::string config;
+    Wheel wheel;
+    std::chrono::duration<double> idle = std::chrono::minutes(60);
+};
+
+Job ReadArguments(int argc, char** argv)
+{
+    CommandLine line(tool, description, footer);
+    std::optional<std::string> listen, config, idle;
+    line.Word("--listen", "ADDRESS[:PORT]",
+              "where to serve: an address of this machine, IPv6 in brackets, 0.0.0.0 or [::] for all of "
+              "them; port 0 "
+              "for any that is free (127.0.0.1:8080, for this machine alone)",
+              listen);
+    line.Word("--config", "FILE",
+              "options of telvane-run as TOML: read at the start if it is there, written by Keep (none)",
+              config);
+    line.Word("--idle", "MINUTES", "ends after so long without a viewer, 0.01 to 10000 (60)", idle);
+    line.Read(argc, argv);
+
+    Job job;
+    if (listen)
+        if (const std::string problem = ReadListening(*listen, job.listening); !problem.empty())
+            line.Refuse("--listen: " + problem);
+    if (idle) {
+        double minutes = 0;
+        if (!ReadNumber(std::string_view(*idle), minutes) || !(minutes >= 0.01 && minutes <= 10000))
+            line.Refuse("--idle takes minutes from 0.01 to 10000, not '" + *idle + "'");
+        job.idle = std::chrono::duration<double>(60 * minutes);
+    }
+    if (config) {
+        job.config = *config;
+        std::error_code ignored;
+        if (std::filesystem::exists(*config, ignored))
+            if (const std::string problem = ReadConfig(*config, job.wheel.run); !problem.empty())
+                line.Refuse(problem);
+        // Options alone say how large the wheel is, and not where: the picture's middle is as good as any
+        // place.
+        if (job.wheel.Seen().Set() || job.wheel.run.given.count("outer") > 0)
+            job.wheel.centre = Place{frameWidth / 2.0, frameHeight / 2.0};
+    }
+    return job;
+}
+
+std::string MachineName()
+{
+    std::array<char, 256> name{};
+    return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+/// The addresses under which this machine is reached from others, of IPv4 or of IPv6.
+std::vector<std::string> OwnAddresses(bool version6)
+{
+    std::vector<std::string> addresses;
+    ifaddrs* all = nullptr;
+    if (getifaddrs(&all) != 0) return addresses;
+    for (const ifaddrs* one = all; one; one = one->ifa_next) {
+        if (!one->ifa_addr || (one->ifa_flags & IFF_LOOPBACK) != 0) continue;
+        if (one->ifa_addr->sa_family != (version6 ? AF_INET6 : AF_INET)) continue;
+        const auto* const v6 = reinterpret_cast<const sockaddr_in6*>(one->ifa_addr);
+        const auto* const v4 = reinterpret_cast<const sockaddr_in*>(one->ifa_addr);
+        if (version6 && IN6_IS_ADDR_LINKLOCAL(&v6->sin6_addr)) continue; // browsers do not take them
+        std::array<char, INET6_ADDRSTRLEN> text{};
+        const void* const from = version6 ? static_cast<const void*>(&v6->sin6_addr) : &v4->sin_addr;
+        if (inet_ntop(one->ifa_addr->sa_family, from, text.data(), text.size()))
+            addresses.emplace_back(text.data());
+    }
+    freeifaddrs(all);
+    return addresses;
+}
+
+void PrintLinks(const Listening& listening, const std::string& machine, const std::string& token)
+{
+    std::vector<Listening> places;
+    if (listening.address == "0.0.0.0" || listening.address == "::") {
+        if (KnownHost(machine, machine)) places.push_back({machine + ".local", listening.port});
+        for (const std::string& address : OwnAddresses(listening.Is6()))
+            places.push_back({address, listening.port});
+        places.push_back({"localhost", listening.port});
+    } else {
+        places.push_back(listening);
+    }
+    std::printf("Open this link in a browser; Ctrl-C ends the setup.\n");
+    for (const Listening& place : places)
+        std::printf("  http://%s/?token=%s\n", place.Text().c_str(), token.c_str());
+}
+
+/// telvane-run: beside this program where they are installed, in a folder beside this one's where they are
+/// built.
+std::string RunProgram()
+{
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const fs::path own = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+    const fs::path beside = own / "telvane-run", built = own / "../run/telvane-run";
+    return fs::is_regular_file(beside, ignored) || !fs::is_regular_file(built, ignored)
+               ? beside.string()
+               : built.lexically_normal().string();
+}
+
+[[noreturn]] void EndWithoutMemory()
+{
+    static const char words[] = "telvane-setup: not enough memory\n";
+    [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, words, sizeof words - 1);
+    _exit(1);
+}
+
+int Main(int argc, char** argv)
+{
+    Job job = ReadArguments(argc, argv);
+    CatchSignals();
+    Rights rights{RandomSecret(), "", RandomSecret(), MachineName()};
+    if (rights.token.empty() || rights.cookie.empty()) {
+        Complain(tool, "the system has no random numbers");
+        return 1;
+    }
+
+    Film film;
+    film.Look(job.wheel.Seen());
+    Session session(film, job.wheel, job.config, RunProgram());
+    std::atomic<Clock::rep> seen = Clock::now().time_since_epoch().count();
+    Site site;
+    site.film = &film;
+    site.refuse = [&rights](const HttpRequest& request, std::size_t length) {
+        return Refusal(request, length, rights);
+    };
+    site.answer = [&](const HttpRequest& request) {
+        seen = Clock::now().time_since_epoch().count();
+        return Reply(request, session);
+    };
+    Server server(site);
+    // The port is known when it listens, and nothing is asked for before the link is there.
+    const std::string problem = server.Start(
+        job.listening, [&] { rights.cookieName = "telvane-" + std::to_string(job.listening.port); });
+    if (!problem.empty()) {
+        Complain(tool, "cannot listen at " + job.listening.Text() + ": " + problem);
+        return 1;
+    }
+    film.Start();
+    PrintLinks(job.listening, rights.machineName, rights.token);
+    const bool told = FlushOutput(tool); // without the link nobody gets in
+
+    bool alone = false;
+    while (told && Caught() == 0 && !alone) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        server.Tick();
+        if (film.State().viewers > 0 || session.Busy()) seen = Clock::now().time_since_epoch().count();
+        alone = Clock::now() - Clock::time_point(Clock::duration(seen.load())) > job.idle;
+    }
+    if (alone) std::printf("Nobody has looked on for a while: this is the end.\n");
+    std::fflush(stdout);
+    if (!film.Stop())
+        _exit(told ? 0 : 1); // the camera's own code does not come back; the system takes the camera from it
+    server.Stop();
+    return told ? 0 : 1;
+}
+
+} // namespace
+
+} // namespace telvane
+
+int main(int argc, char** argv)
+{
+    std::set_new_handler(telvane::EndWithoutMemory); // in whatever thread
+    return telvane::RunTool(telvane::tool, telvane::Main, argc, argv);
+}

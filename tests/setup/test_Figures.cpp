@@ -1,0 +1,153 @@
+// The figures for aiming: sharpness, exposure, the teeth's speed.
+#include <setup/Figures.h>
+
+#include <setup/MotionPicture.h>
+#include <tests/support/Wheels.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+using namespace telvane;
+
+namespace {
+
+MatByte Frame(const WheelScene& scene, int number)
+{
+    MatByte frame(scene.width, scene.height);
+    RenderWheel(scene, number, &frame(0, 0));
+    return frame;
+}
+
+Circles CirclesOf(const WheelScene& scene)
+{
+    return {{scene.centreX, scene.centreY}, scene.innerR, scene.outerR, scene.teeth};
+}
+
+/// Pixels a frame half way between the circles.
+double TrueSpeed(const WheelScene& scene)
+{
+    return scene.degreesPerFrame * std::numbers::pi / 180 * (scene.innerR + scene.outerR) / 2;
+}
+
+} // namespace
+
+TEST(Figures, ASharperPictureHasTheLargerNumber)
+{
+    const WheelScene scene;
+    const MatByte sharp = Frame(scene, 0);
+    MatByte soft(scene.width, scene.height), softer(scene.width, scene.height);
+    const auto mean = [](const MatByte& from, MatByte& to) {
+        to.Fill(0);
+        for (int y = 1; y + 1 < from.dim2; y++)
+            for (int x = 1; x + 1 < from.dim1; x++)
+                to(x, y) = static_cast<UBYTE>(
+                    (from(x - 1, y) + from(x + 1, y) + from(x, y - 1) + from(x, y + 1)) / 4);
+    };
+    mean(sharp, soft);
+    mean(soft, softer);
+    for (const Circles& circles : {Circles(), CirclesOf(scene)}) {
+        EXPECT_GT(Sharpness(sharp, circles), 1.05 * Sharpness(soft, circles));
+        EXPECT_GT(Sharpness(soft, circles), 1.05 * Sharpness(softer, circles));
+    }
+    EXPECT_GT(Sharpness(sharp, CirclesOf(scene)), 1.5 * Sharpness(sharp, Circles()))
+        << "the wheel alone counts";
+    MatByte even(40, 30);
+    even.Fill(90);
+    EXPECT_EQ(Sharpness(even, Circles()), 0);
+    EXPECT_EQ(Sharpness(even, {{-500, -500}, 5, 10, 0}), 0) << "nothing of the circle is seen";
+    even(20, 10) = 190; // one pixel differs from four others by 100
+    EXPECT_NEAR(Sharpness(even, Circles()), std::sqrt(4 * 100.0 * 100 / (38 * 28)), 1e-9);
+}
+
+TEST(Figures, SharesOfExposureAreCounted)
+{
+    MatByte picture(10, 10);
+    picture.Fill(100);
+    picture(0, 0) = 255;
+    picture(1, 0) = 254;
+    picture(2, 0) = 15;
+    picture(3, 0) = 16;
+    picture(4, 0) = 0;
+    EXPECT_DOUBLE_EQ(ExposureOf(picture).clipped, 0.01);
+    EXPECT_DOUBLE_EQ(ExposureOf(picture).dark, 0.02);
+}
+
+TEST(Figures, TheTeethsSpeedIsThatOfTheWheel)
+{
+    for (const double degrees : {0.05, 0.4, -0.4, 0.9, -2.0, 3.0}) {
+        WheelScene scene;
+        scene.degreesPerFrame = degrees;
+        const MatByte first = Frame(scene, 3), second = Frame(scene, 4);
+        for (const int teeth : {scene.teeth, 0}) {
+            Circles circles = CirclesOf(scene);
+            circles.teeth = teeth;
+            const auto speed = SpeedOf(first, second, circles);
+            ASSERT_TRUE(speed) << degrees;
+            EXPECT_NEAR(speed->pixels, TrueSpeed(scene), 0.08)
+                << degrees << " degrees, " << teeth << " teeth told";
+            EXPECT_FALSE(speed->nearHalf) << degrees;
+        }
+    }
+}
+
+TEST(Figures, TheSpeedHoldsForCirclesThatAreALittleOff)
+{
+    const WheelScene scene;
+    Circles circles = CirclesOf(scene);
+    circles.centre.x += 6;
+    circles.centre.y -= 5;
+    circles.inner -= 5;
+    circles.outer += 6;
+    circles.teeth = 0;
+    const auto speed = SpeedOf(Frame(scene, 0), Frame(scene, 1), circles);
+    ASSERT_TRUE(speed);
+    EXPECT_NEAR(speed->pixels, TrueSpeed(scene), 0.25);
+}
+
+TEST(Figures, NearHalfAToothTheSpeedIsNotTold)
+{
+    for (const double degrees : {3.9, 4.5, 5.0, -4.3}) {
+        WheelScene scene; // a tooth and its gap are 9 degrees
+        scene.degreesPerFrame = degrees;
+        const auto speed = SpeedOf(Frame(scene, 0), Frame(scene, 1), CirclesOf(scene));
+        ASSERT_TRUE(speed) << degrees;
+        EXPECT_TRUE(speed->nearHalf) << degrees;
+    }
+}
+
+TEST(Figures, AStillWheelHasNoSpeedAndWithoutTeethThereIsNone)
+{
+    WheelScene still;
+    still.degreesPerFrame = 0;
+    const auto speed = SpeedOf(Frame(still, 0), Frame(still, 1), CirclesOf(still));
+    ASSERT_TRUE(speed);
+    EXPECT_NEAR(speed->pixels, 0, 0.03);
+
+    const WheelScene scene;
+    const MatByte first = Frame(scene, 0), second = Frame(scene, 1);
+    EXPECT_FALSE(SpeedOf(first, second, Circles())) << "nobody has said where the wheel is";
+    EXPECT_FALSE(SpeedOf(first, second, {{100, 100}, 40, 60, 0})) << "there is none at that place";
+    EXPECT_FALSE(SpeedOf(first, second, {{5000, 5000}, 40, 60, 10})) << "outside the picture";
+    EXPECT_FALSE(SpeedOf(first, second, {{640, 480}, 90000, 100000, 10}));
+    EXPECT_FALSE(SpeedOf(first, second, {{640, 480}, 250, 216, 40}))
+        << "the inner circle is not the inner one";
+}
+
+TEST(MotionPicture, IsAColourPictureOfHalfTheSize)
+{
+    const WheelScene scene;
+    const std::string jpeg = MotionJpeg(Frame(scene, 0), Frame(scene, 1));
+    ASSERT_GT(jpeg.size(), 1000u);
+    EXPECT_EQ(jpeg.substr(0, 3), "\xFF\xD8\xFF");
+    // The frame header: height, width, components.
+    const std::size_t at = jpeg.find("\xFF\xC0");
+    ASSERT_NE(at, jpeg.npos);
+    const auto two = [&](std::size_t i) {
+        return 256 * static_cast<unsigned char>(jpeg[at + i]) + static_cast<unsigned char>(jpeg[at + i + 1]);
+    };
+    EXPECT_EQ(two(5), 480);
+    EXPECT_EQ(two(7), 640);
+    EXPECT_EQ(jpeg[at + 9], 3);
+}
