@@ -9,7 +9,7 @@ unset CMAKE_GENERATOR
 
 # Debian's packages of the libraries that everything together needs, and what building takes.
 header_packages=(libcli11-dev libeigen3-dev nlohmann-json3-dev) # the same on every architecture
-library_packages=(libjpeg-dev libpng-dev libtomlplusplus-dev)
+library_packages=(libjpeg-dev libmicrohttpd-dev libpng-dev libtomlplusplus-dev)
 # shellcheck disable=SC2034 # by those who source this
 build_packages=(g++ make cmake "${header_packages[@]}" "${library_packages[@]}")
 

@@ -10,7 +10,7 @@ set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 exec </dev/null
 
-steps=(ci asan arm fuzz coverage vectors report packages verdicts)
+steps=(ci asan arm fuzz coverage vectors report setup packages verdicts)
 declare -A command=(
     [ci]=".ci/run"
     [asan]="scripts/test.sh asan" # the sanitizers of g++
@@ -19,6 +19,7 @@ declare -A command=(
     [coverage]="scripts/coverage.sh"
     [vectors]="scripts/vector-report.sh"
     [report]="scripts/check-report.sh"
+    [setup]="scripts/check-setup.sh --long"
     [packages]="scripts/check-packages.sh" # needs root
     [verdicts]="scripts/accuracy.sh --verdicts"
 )

@@ -4,7 +4,7 @@
 # Installs what is missing on Debian 12 (as root or through sudo), builds the preset, `release` unless another
 # is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, as
 # many at once as there are cores. Of the preset `shared` only what the shared library can change: its own tests, and
-# those of what is installed. The last line is their count. Exit status 0 when every test passed.
+# those of what is installed. Of the preset `tsan`, the thread sanitizer's, the tests of what has threads. The last line is their count. Exit status 0 when every test passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -13,12 +13,17 @@ packages=("${build_packages[@]}" libgtest-dev pkg-config python3-jsonschema syst
 case $preset in
 asan*) for_sanitizers ;;&
 *-clang) packages+=(clang libclang-rt-14-dev) ;;
+tsan)
+    for_sanitizers
+    packages+=(clang libclang-rt-14-dev)
+    targets=(setup_tests)
+    ;;
 shared) targets=(library_tests) tests=(--label-regex '^library$') ;;
 esac
 scripts/install-packages.sh "${packages[@]}"
 
 case $preset in
-shared) minutes=2 ;;
+shared | tsan) minutes=2 ;;
 asan*) minutes=7 ;;
 *) minutes=4 ;;
 esac

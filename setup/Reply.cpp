@@ -94,6 +94,7 @@ struct Route {
 };
 constexpr std::array routes = {
     Route{"GET", "/", ShowPage},
+    Route{"GET", "/favicon.ico", [](Session&, const HttpRequest&) { return Plain(204, ""); }}, // browsers ask for it
     Route{"GET", "/live", [](Session&, const HttpRequest&) { return Pictures(View::plain); }},
     Route{"GET", "/motion", [](Session&, const HttpRequest&) { return Pictures(View::motion); }},
     Route{"GET", "/state", [](Session& s, const HttpRequest&) { return Document(s.State()); }},

@@ -69,7 +69,11 @@ protected:
         program = std::make_unique<SetupProgram>(SETUP_PATH);
         ASSERT_TRUE(program->WaitForCamera("films"));
     }
-    static void TearDownTestSuite() { program.reset(); }
+    static void TearDownTestSuite()
+    {
+        EXPECT_EQ(program->End(SIGTERM), 0) << program->child->err; // a sanitizer's findings among it
+        program.reset();
+    }
     static std::unique_ptr<SetupProgram> program;
 };
 std::unique_ptr<SetupProgram> SetupPage::program;
