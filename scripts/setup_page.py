@@ -56,8 +56,9 @@ class Pass:
         self.own = tempfile.TemporaryDirectory()
         self.config = os.path.join(self.own.name, "wheel.toml")
         self.program = subprocess.Popen(
-            [program, "--listen", "127.0.0.1:0", "--config", self.config], stdout=subprocess.PIPE, text=True,
-            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.default_int_handler))
+            [os.path.abspath(program), "--listen", "127.0.0.1:0", "--config", "wheel.toml"], cwd=self.own.name,
+            stdout=subprocess.PIPE, text=True,
+            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
         self.link = next(m.group(0) for m in (re.search(r"http://\S+", line) for line in self.program.stdout) if m)
 
         options = webdriver.ChromeOptions()
@@ -195,7 +196,6 @@ class Pass:
         self.click("motion")
 
     def try_out(self):
-        # As large as the picture allows: the region has to lie inside it wherever the wheel is found.
         self.click("try")
         expect("trying ends", wait(lambda: self.run("return document.getElementById('tried').dataset.job !== 'on'"
                                                     " && document.querySelector('#tried .result') !== null"), 90))

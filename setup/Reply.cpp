@@ -81,8 +81,14 @@ Answer Download(Session& session, const HttpRequest&)
 
 Answer SetWheel(Session& session, const HttpRequest& request)
 {
-    const Json json = Json::parse(request.body, nullptr, false);
-    if (json.is_discarded()) return Document({{"problem", "this is no JSON"}}, 400);
+    // A wheel is four levels deep at most; what goes deeper would be followed as deep by whoever prints it.
+    bool deep = false;
+    const auto flat = [&deep](int depth, Json::parse_event_t, const Json&) {
+        deep = deep || depth > 8;
+        return depth <= 8;
+    };
+    const Json json = Json::parse(request.body, flat, false);
+    if (json.is_discarded() || deep) return Document({{"problem", "this is no JSON of a wheel"}}, 400);
     if (const std::string problem = session.SetWheel(json); !problem.empty())
         return Document({{"problem", problem}}, 400);
     return Document(session.WheelState());
@@ -94,7 +100,8 @@ struct Route {
 };
 constexpr std::array routes = {
     Route{"GET", "/", ShowPage},
-    Route{"GET", "/favicon.ico", [](Session&, const HttpRequest&) { return Plain(204, ""); }}, // browsers ask for it
+    Route{"GET", "/favicon.ico",
+          [](Session&, const HttpRequest&) { return Plain(204, ""); }}, // browsers ask for it
     Route{"GET", "/live", [](Session&, const HttpRequest&) { return Pictures(View::plain); }},
     Route{"GET", "/motion", [](Session&, const HttpRequest&) { return Pictures(View::motion); }},
     Route{"GET", "/state", [](Session& s, const HttpRequest&) { return Document(s.State()); }},

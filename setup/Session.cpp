@@ -257,6 +257,7 @@ std::string Session::Keep()
     if (config.empty()) return "There is no --config to write.";
     std::string toml;
     if (std::string missing = Toml(toml); !missing.empty()) return missing;
+    const std::lock_guard lock(keeping);
     const std::string problem = WriteWhole(config, toml);
     return problem.empty() ? "" : Printable(config + ": " + problem);
 }

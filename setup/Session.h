@@ -65,6 +65,7 @@ private:
 
     Film& film;
     const std::string config, program;
+    std::mutex keeping; // one file is written at a time
     mutable std::mutex mutex;
     // All below belongs to the mutex.
     Wheel wheel;

@@ -30,7 +30,7 @@
 #endif
 #endif
 #ifdef SANITIZED
-inline constexpr int slowness = 10;
+inline constexpr int slowness = 30;
 #else
 inline constexpr int slowness = emulationFactor;
 #endif

@@ -373,6 +373,11 @@ TEST_F(SetupPage, TheWheelIsReadCheckedAndWrittenAsCommandLines)
         EXPECT_TRUE(refused.Json()["problem"].is_string()) << wrong;
         EXPECT_EQ(program->Get("/wheel").Json(), told) << wrong;
     }
+    for (const char* name : {"centre", "mask", "inner", "none"}) {
+        const std::string nested = std::string(32000, '[') + std::string(32000, ']');
+        EXPECT_EQ(program->Post("/wheel", "{\"" + std::string(name) + "\":" + nested + "}").status, 400)
+            << name;
+    }
     EXPECT_EQ(program->Post("/wheel", "{\"inner\":9}").status, 200);
     EXPECT_EQ(program->Get("/wheel.toml").status, 409) << "not complete";
     EXPECT_EQ(program->Post("/try", "{}").status, 409);
