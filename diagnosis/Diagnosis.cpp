@@ -22,6 +22,7 @@ const double closeEnough = 2.4; // pixels between the centre found and the rotat
 // Light and lens shift what is seen by about this, in pixels. The smaller the angle, the more it moves the
 // centre.
 const double unseenShift = 0.003;
+const double mostDoubt = 1.2;   // pixels that doubt takes off it
 const double surest = 0.7;      // standard deviation of the rotation's centre that a verdict may rest on
 const double tooFastFrom = 0.4; // of a tooth from frame to frame: half a tooth has no sense
 const double darkest = 60;      // grey value that the brightest fiftieth of the picture should exceed
@@ -271,7 +272,7 @@ private:
     {
         const double angle = std::abs(fit.degreesPerFrame) * std::max(fit.gap, 1) * std::numbers::pi / 180;
         const double doubt = 2 * std::max(fit.sigma.x, fit.sigma.y) + unseenShift / std::max(angle, 1e-6);
-        return closeEnough - std::min(doubt, 0.5);
+        return closeEnough - std::min(doubt, mostDoubt);
     }
     /// How far the answer lies from the rotation's centre; of its places before and after pushes, the
     /// furthest.
