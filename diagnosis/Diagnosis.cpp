@@ -58,6 +58,8 @@ public:
     }
 
 private:
+    /// For the flow, and for anything to be seen.
+    bool LargeEnough() const { return run.frames.dim1 >= 32 && run.frames.dim2 >= 32; }
     bool HasFrames() const { return run.frames.p_data != nullptr && run.frames.dim3 >= 1; }
     int Count() const { return HasFrames() ? run.frames.dim3 : 0; }
     const RunArguments* Given() const { return run.arguments ? &*run.arguments : nullptr; }
@@ -81,12 +83,12 @@ private:
             times.push_back(times.empty() ? 0 : times.back() + 1);
         times.resize(static_cast<std::size_t>(Count()));
         if (Given()) masks = Given()->masks;
-        if (Count() < 2) return;
+        if (Count() < 2 || !LargeEnough()) return;
 
         changes = ChangesOf(run.frames);
         quality = QualityOf(run.frames, changes);
         MatShort u = run.u, v = run.v;
-        if (u.p_data == nullptr || v.p_data == nullptr) FlowOf(run.frames, times, u, v);
+        if (!IsFlow(u) || !IsFlow(v)) FlowOf(run.frames, times, u, v);
         cells = MotionCells(u, v, masks);
         motion = Summarise(cells);
         if (quality.moving <= 0) return;
@@ -176,7 +178,7 @@ private:
     {
         std::vector<Place> centres;
         if (motion.turns) centres.push_back(motion.centre);
-        if (diagnosis.found) centres.push_back(*diagnosis.found);
+        if (diagnosis.found && NearPicture(*diagnosis.found)) centres.push_back(*diagnosis.found);
         centres.push_back(MiddleOf(changes, masks));
         for (const Place& centre : centres)
             if (LocateRing(centre)) return;
@@ -196,6 +198,17 @@ private:
         return true;
     }
 
+    bool IsFlow(const MatShort& sums) const
+    {
+        return sums.p_data != nullptr && sums.dim1 == run.frames.dim1 + 1 && sums.dim2 == run.frames.dim2 + 1;
+    }
+
+    /// No further outside than the picture is wide: what a run answered may be of another picture.
+    bool NearPicture(const Place& place) const
+    {
+        return std::abs(place.x) <= 2 * run.frames.dim1 && std::abs(place.y) <= 2 * run.frames.dim2;
+    }
+
     /// From the ring's middle; or else from the flow's centre, and from what the run was told.
     void FindRotation(const std::vector<Region>& leftOut)
     {
@@ -205,7 +218,8 @@ private:
             const std::optional<Ring> rough = RoughRing(RadialProfile(changes, motion.centre, masks));
             if (rough) starts.push_back({motion.centre, rough->inner, rough->outer});
         }
-        if (diagnosis.found && !ring.ring && Given()->innerR < Given()->outerR && Given()->innerR >= 0)
+        if (diagnosis.found && NearPicture(*diagnosis.found) && !ring.ring &&
+            Given()->innerR < Given()->outerR && Given()->innerR >= 0)
             starts.push_back({*diagnosis.found, double(Given()->innerR), double(Given()->outerR)});
 
         // The longest part between pushes: across one the wheel seems to turn about another place.
@@ -363,7 +377,7 @@ private:
             "");
     }
 
-    bool FramesStill() const { return HasFrames() && !(quality.moving > 0); }
+    bool FramesStill() const { return HasFrames() && LargeEnough() && !(quality.moving > 0); }
 
     bool Still()
     {

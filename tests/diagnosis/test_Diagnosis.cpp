@@ -95,6 +95,40 @@ TEST(Diagnosis, WithoutTheSumsOfTheFlowTheyAreMadeFromTheFrames)
     EXPECT_TRUE(diagnosis.elsewhere.has_value());
 }
 
+TEST(Diagnosis, SumsOfAnotherSizeAreMadeAnew)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.u = MatShort(20, 10);
+    EXPECT_EQ(Diagnose(run).verdict, Verdict::good);
+}
+
+TEST(Diagnosis, FramesOfAFewPixelsAreUnclear)
+{
+    for (const int side : {1, 2, 8, 31}) {
+        RunSeen run;
+        run.frames = CubByte(side, side, 3);
+        run.frames.Fill(7);
+        EXPECT_EQ(Diagnose(run).verdict, Verdict::unclear) << side;
+    }
+}
+
+TEST(Diagnosis, AnAnswerFarOutsideOfThePictureDisagrees)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.outcome.region->left = 2000000000;
+    run.arguments->centreX = 2000000000;
+    EXPECT_EQ(Diagnose(run).verdict, Verdict::disagree);
+}
+
+TEST(Diagnosis, ArgumentsOfAnotherNumberOfFramesDoNotMatter)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    for (const int told : {1, 2, 50}) {
+        run.arguments->count = told;
+        EXPECT_EQ(Diagnose(run).verdict, Verdict::good) << told;
+    }
+}
+
 TEST(Diagnosis, ARunThatFailedSaysWhy)
 {
     RunSeen run;
