@@ -44,6 +44,7 @@ std::vector<double> BlockMeans(const Changes& changes, const float* picture)
 void MeasureLight(Changes& changes)
 {
     std::vector<std::vector<double>> blocks;
+    blocks.reserve(static_cast<std::size_t>(changes.count));
     for (int t = 0; t < changes.count; t++) blocks.push_back(BlockMeans(changes, changes.Frame(t)));
     changes.light.assign(blocks.size(), 1);
     const std::size_t n = blocks.empty() ? 0 : blocks[0].size();

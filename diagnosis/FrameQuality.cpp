@@ -131,6 +131,7 @@ FrameQuality QualityOf(const CubByte& frames, const Changes& changes)
         if (changes.Excess(i) > 0) moving.push_back(i);
     quality.moving = MovingShare(changes);
     std::vector<double> greys;
+    greys.reserve(moving.size());
     for (const std::size_t i : moving)
         greys.push_back(changes.mean[i] + std::sqrt(double(changes.variance[i])));
     quality.bright = Quantile(greys, 0.9);
