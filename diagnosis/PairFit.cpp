@@ -298,7 +298,7 @@ void Points::Thin(int most)
     float bound = 0;
     if (Count() > 2 * most) {
         std::vector<float> sorted = steep;
-        const auto last = sorted.end() - 2 * most;
+        const auto last = sorted.end() - std::ptrdiff_t{2} * most;
         std::nth_element(sorted.begin(), last, sorted.end());
         bound = *last;
     }

@@ -200,8 +200,8 @@ void Search::FindActive()
 
 bool Search::Active(double x, double y) const
 {
-    const int column = static_cast<int>((x - box.left) / step + 0.5);
-    const int row = static_cast<int>((y - box.top) / step + 0.5);
+    const int column = static_cast<int>(std::lround((x - box.left) / step));
+    const int row = static_cast<int>(std::lround((y - box.top) / step));
     const MatFloat& grey = coarse[0].grey;
     if (column < 0 || row < 0 || column >= grey.dim1 || row >= grey.dim2) return false;
     return active[static_cast<std::size_t>(row) * static_cast<std::size_t>(grey.dim1) +
@@ -256,17 +256,17 @@ Points Search::Edges(const Scaled& first) const
     return points;
 }
 
-/// The whole disc.
+/// The whole disc, but for the border that interpolation needs.
 Points Search::Everywhere(const Scaled& first) const
 {
     Points points;
     const double r = sight.radius;
     const int cell = std::max(8, static_cast<int>(r / (4 * first.step)));
     const int w = first.grey.dim1, h = first.grey.dim2;
-    for (int y0 = 1; y0 < h - 2; y0 += cell) {
-        for (int x0 = 1; x0 < w - 2; x0 += cell) {
-            for (int y = y0; y < std::min(y0 + cell, h - 2); y++) {
-                for (int x = x0; x < std::min(x0 + cell, w - 2); x++) {
+    for (int y0 = 2; y0 < h - 3; y0 += cell) {
+        for (int x0 = 2; x0 < w - 3; x0 += cell) {
+            for (int y = y0; y < std::min(y0 + cell, h - 3); y++) {
+                for (int x = x0; x < std::min(x0 + cell, w - 3); x++) {
                     const int px = first.left + first.step * x, py = first.top + first.step * y;
                     const double dx = px - sight.pivot.x(), dy = py - sight.pivot.y();
                     if (dx * dx + dy * dy > r * r) continue;
@@ -286,7 +286,7 @@ Points Search::Everywhere(const Scaled& first) const
 void Search::MakePolar()
 {
     const double inner = 0.3 * start.outerR, outer = 1.4 * start.outerR;
-    polarActive.assign(static_cast<std::size_t>(rings * directions), 0);
+    polarActive.assign(std::size_t{rings} * directions, 0);
     polar.assign(coarse.size(), std::vector<float>(polarActive.size()));
     for (int d = 0; d < directions; d++) {
         const double c = std::cos(2 * pi * d / directions), s = std::sin(2 * pi * d / directions);
@@ -294,7 +294,7 @@ void Search::MakePolar()
             const double r = inner + (outer - inner) * ring / (rings - 1);
             const double x = sight.pivot.x() + r * c, y = sight.pivot.y() + r * s;
             const auto px = static_cast<float>(x), py = static_cast<float>(y);
-            const auto at = static_cast<std::size_t>(ring * directions + d);
+            const std::size_t at = static_cast<std::size_t>(ring) * directions + static_cast<std::size_t>(d);
             if (!coarse[0].Holds(px, py) || sight.Masked(px, py)) continue;
             polarActive[at] = Active(x, y);
             const MatFloat& grey = coarse[0].grey;
@@ -302,7 +302,7 @@ void Search::MakePolar()
             const int column = static_cast<int>(u), row = static_cast<int>(v);
             const auto fx = static_cast<float>(u - column), fy = static_cast<float>(v - row);
             for (std::size_t k = 0; k < coarse.size(); k++) {
-                const float* p = coarse[k].grey.p_f_data + row * grey.step2 + column;
+                const float* p = coarse[k].grey.p_f_data + std::ptrdiff_t{row} * grey.step2 + column;
                 const float up = p[0] + fx * (p[1] - p[0]);
                 const float down = p[grey.step2] + fx * (p[grey.step2 + 1] - p[grey.step2]);
                 polar[k][at] = (up + fy * (down - up)) / static_cast<float>(light[k]);
@@ -328,22 +328,22 @@ double Search::PolarAngle(int one, int other) const
 {
     const int range = directions / 20;
     std::vector<double> cost(static_cast<std::size_t>(2 * range + 1));
-    std::vector<float> weights(directions), twice(2 * directions);
+    std::vector<float> weights(directions), twice(std::size_t{2} * directions);
     for (int ring = 0; ring < rings; ring++) {
-        const auto row = static_cast<std::size_t>(ring * directions);
+        const std::size_t row = static_cast<std::size_t>(ring) * directions;
         for (std::size_t d = 0; d < directions; d++) weights[d] = polarActive[row + d];
         const float* a = polar[static_cast<std::size_t>(one)].data() + row;
         const float* b = polar[static_cast<std::size_t>(other)].data() + row;
         std::copy(b, b + directions, twice.begin());
         std::copy(b, b + directions, twice.begin() + directions);
         for (int s = -range; s <= range; s++)
-            cost[static_cast<std::size_t>(s + range)] += static_cast<double>(
+            cost[static_cast<std::size_t>(std::ptrdiff_t{s} + range)] += static_cast<double>(
                 SumOfDifferences(directions, a, weights.data(), twice.data() + (s < 0 ? s + directions : s)));
     }
     const double best = *std::min_element(cost.begin(), cost.end()), usual = MedianOf(cost);
     for (int s = 0; s <= range; s++) {
         for (const int shift : {s, -s}) {
-            const auto at = static_cast<std::size_t>(shift + range);
+            const auto at = static_cast<std::size_t>(std::ptrdiff_t{shift} + range);
             if (cost[at] > usual - 0.7 * (usual - best)) continue;
             if ((at > 0 && cost[at - 1] < cost[at]) || (at + 1 < cost.size() && cost[at + 1] < cost[at]))
                 continue;
@@ -540,6 +540,7 @@ void Search::FindReach(const Pair& pair)
     const auto reaches = [](const std::vector<double>& gains, double share) {
         std::vector<double> sums;
         double sum = 0;
+        sums.reserve(gains.size());
         for (const double gain : gains) sums.push_back(sum += gain);
         const double most = *std::max_element(sums.begin(), sums.end());
         const auto found =
@@ -592,7 +593,7 @@ Eigen::Matrix<double, 6, 6> Search::ExpectedBend(bool any) const
     const double r = start.outerR;
     Bend leaning;
     leaning << 0.01, 0.01, 0.015 / r, 0.015 / r, 0.004 / (r * r), 0.004 / (r * r);
-    const Eigen::Matrix<double, 6, 6> usual = leaning.cwiseAbs2().asDiagonal();
+    Eigen::Matrix<double, 6, 6> usual = leaning.cwiseAbs2().asDiagonal();
     if (!any) return usual;
     // What lies x from the middle of the picture is seen at x (1 + k |x|^2 / d^2), d half the diagonal.
     const double across = sight.pivot.x() - frames.dim1 / 2.0, down = sight.pivot.y() - frames.dim2 / 2.0;
@@ -622,8 +623,8 @@ Place Search::Gradients(int frame) const
             if (!sight.masks.empty() && sight.Masked(static_cast<float>(x), static_cast<float>(y))) continue;
             const int dx = frames(x + 1, y, frame) - frames(x - 1, y, frame);
             const int dy = frames(x, y + 1, frame) - frames(x, y - 1, frame);
-            rowX += dx * dx;
-            rowY += dy * dy;
+            rowX += long{dx} * dx;
+            rowY += long{dy} * dy;
             n++;
         }
         sumX += static_cast<double>(rowX) / 4 - static_cast<double>(n) * noise * noise / 2;

@@ -6,6 +6,8 @@
 #include <Kavrix/KXubyte.h>
 #include <Telvane/Region.h>
 
+#include <cstddef>
+
 namespace telvane {
 
 /// Pixel (x, y) of `grey` lies at (left + step x, top + step y) of the frame.
@@ -43,7 +45,7 @@ inline Scaled::Sample Scaled::At(float x, float y) const
     const float u = (x - static_cast<float>(left)) * scale, v = (y - static_cast<float>(top)) * scale;
     const int column = static_cast<int>(u), row = static_cast<int>(v);
     const float s = u - static_cast<float>(column), t = v - static_cast<float>(row);
-    const float* p = grey.p_f_data + (row - 1) * grey.step2 + (column - 1);
+    const float* p = grey.p_f_data + std::ptrdiff_t{row - 1} * grey.step2 + (column - 1);
 
     // Weights of four neighbours, and what they change by along their axis.
     const float a0 = s * (-0.5F + s * (1 - 0.5F * s)), a1 = 1 + s * s * (-2.5F + 1.5F * s);
@@ -55,7 +57,8 @@ inline Scaled::Sample Scaled::At(float x, float y) const
     const float e0 = -0.5F + t * (2 - 1.5F * t), e1 = t * (-5 + 4.5F * t);
     const float e3 = t * (-1 + 1.5F * t), e2 = -e0 - e1 - e3;
 
-    const float* q[4] = {p, p + grey.step2, p + 2 * grey.step2, p + 3 * grey.step2};
+    const std::ptrdiff_t row2 = grey.step2;
+    const float* q[4] = {p, p + row2, p + 2 * row2, p + 3 * row2};
     float value[4], slope[4];
     for (int i = 0; i < 4; i++) {
         value[i] = a0 * q[i][0] + a1 * q[i][1] + a2 * q[i][2] + a3 * q[i][3];
