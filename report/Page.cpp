@@ -102,7 +102,8 @@ void Page::Table(const std::vector<std::vector<std::string>>& rows)
         for (std::size_t i = 0; i < cells.size(); i++) {
             const std::string name = head || i == 0 ? "th" : "td";
             const char* const scope = head ? " scope=\"col\"" : i == 0 ? " scope=\"row\"" : "";
-            text += "<" + name + scope + ">" + Shown(cells[i]) + "</" + name + ">";
+            text.append("<").append(name).append(scope).append(">").append(Shown(cells[i]));
+            text.append("</").append(name).append(">");
         }
         return text + "</tr>\n";
     };

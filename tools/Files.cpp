@@ -147,7 +147,7 @@ std::string Replace(const std::string& name, const std::string& bytes)
     const bool written = fchmod(file.Get(), 0666 & ~hidden) == 0 && WriteAll(file.Get(), bytes) &&
                          fsync(file.Get()) == 0 && rename(temporary.c_str(), name.c_str()) == 0;
     if (written) return {};
-    const std::string problem = Reason();
+    std::string problem = Reason();
     unlink(temporary.c_str());
     return problem;
 }
@@ -160,7 +160,7 @@ std::string WriteInto(const std::string& name, const std::string& bytes)
     const int flags = fcntl(file.Get(), F_GETFL);
     if (flags < 0 || fcntl(file.Get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return Reason();
     const auto before = std::signal(SIGPIPE, SIG_IGN); // a reader who goes away is said
-    const std::string problem = WriteAll(file.Get(), bytes) && file.Close() ? "" : Reason();
+    std::string problem = WriteAll(file.Get(), bytes) && file.Close() ? "" : Reason();
     std::signal(SIGPIPE, before);
     return problem;
 }
