@@ -26,9 +26,10 @@ namespace fs = std::filesystem;
 
 const char lockName[] = ".telvane-run.lock", latestName[] = "latest", asideEnd[] = ".partial";
 
-std::string Reason(const std::string& path)
+std::string Reason(const std::string& path, int error = errno)
 {
-    return path + ": " + (errno == ENOENT ? "not there" : std::generic_category().message(errno));
+    if (error == ENOMEM) return path + ": not enough memory";
+    return path + ": " + (error == ENOENT ? "not there" : std::generic_category().message(error));
 }
 
 /// The lock of a file; it is let go with this object.
@@ -74,13 +75,14 @@ std::string_view BesideOf(std::string_view name)
     return name.substr(1, name.size() - 1 - end.size());
 }
 
-std::vector<std::string> NamesIn(const std::string& folder)
+/// \return nothing, or why they cannot be told
+std::string ListNames(const std::string& folder, std::vector<std::string>& names)
 {
-    std::vector<std::string> names;
+    names.clear();
     std::error_code problem;
     for (fs::directory_iterator i(folder, problem), end; !problem && i != end; i.increment(problem))
         names.push_back(i->path().filename().string());
-    return names;
+    return problem ? Reason(folder, problem.value()) : "";
 }
 
 /// Sees to it that the bytes of a file, or the names in a folder, are on the disk. Links, pipes and the like
@@ -120,16 +122,18 @@ std::string OutFolder::Begin(const std::string& time)
 {
     std::error_code failure;
     fs::create_directories(out, failure);
-    if (failure) return out + ": " + failure.message();
+    if (failure) return Reason(out, failure.value());
     const Lock lock(Path(lockName));
     if (!lock.Held()) return Reason(Path(lockName));
     struct stat status;
     if (lstat(Path(latestName).c_str(), &status) == 0 && !S_ISLNK(status.st_mode))
         return Path(latestName) + ": must be a link to the newest run, and is something else";
 
-    Clear();
+    std::vector<std::string> entries;
+    if (std::string problem = ListNames(out, entries); !problem.empty()) return problem;
+    Clear(entries);
     int last = 0;
-    for (const std::string& entry : NamesIn(out))
+    for (const std::string& entry : entries)
         last = std::max({last, NumberOf(entry), NumberOf(BesideOf(entry))});
     name = time + '-' + std::to_string(last + 1);
     final = Path(name);
@@ -143,7 +147,9 @@ std::string OutFolder::Begin(const std::string& time)
 
 std::string OutFolder::Finish(int keep)
 {
-    for (const std::string& entry : NamesIn(aside))
+    std::vector<std::string> entries;
+    if (std::string problem = ListNames(aside, entries); !problem.empty()) return problem;
+    for (const std::string& entry : entries)
         if (const std::string file = (fs::path(aside) / entry).string(); !Settle(file)) return Reason(file);
     if (!Settle(aside)) return Reason(aside);
 
@@ -154,7 +160,8 @@ std::string OutFolder::Finish(int keep)
     hold = -1;
 
     std::vector<std::string> runs;
-    for (const std::string& entry : NamesIn(out))
+    if (std::string problem = ListNames(out, entries); !problem.empty()) return problem;
+    for (const std::string& entry : entries)
         if (NumberOf(entry) > 0 && IsFolder(Path(entry)) && HoldsRun(Path(entry))) runs.push_back(entry);
     std::sort(runs.begin(), runs.end(),
               [](const std::string& a, const std::string& b) { return NumberOf(a) < NumberOf(b); });
@@ -191,10 +198,10 @@ void OutFolder::Remove(const std::string& run) const
 }
 
 /// Removes what nobody works in any more.
-void OutFolder::Clear() const
+void OutFolder::Clear(const std::vector<std::string>& entries) const
 {
     unlink(Path(std::string(".") + latestName + asideEnd).c_str());
-    for (const std::string& entry : NamesIn(out)) {
+    for (const std::string& entry : entries) {
         if (NumberOf(BesideOf(entry)) == 0 || !IsFolder(Path(entry))) continue;
         const std::string left = Path(entry);
         const int file = open(left.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);

@@ -3,6 +3,7 @@
 #define RUN_OUTFOLDER_H
 
 #include <string>
+#include <vector>
 
 namespace telvane {
 
@@ -38,7 +39,7 @@ private:
     std::string Path(const std::string& name) const;
     std::string Point(const std::string& newest) const;
     void Remove(const std::string& name) const;
-    void Clear() const;
+    void Clear(const std::vector<std::string>& entries) const;
 
     std::string out, aside, final, name;
     int hold = -1; ///< an open file whose lock tells that somebody works in the folder aside
