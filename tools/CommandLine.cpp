@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <sstream>
 #include <string_view>
@@ -142,16 +143,44 @@ bool FlushOutput(const std::string& tool)
     return false;
 }
 
+namespace {
+
+// For those who have no memory for anything else.
+const char* toolName = "";
+int statusWithoutMemory = 1;
+
+int TellWithoutMemory()
+{
+    std::fprintf(stderr, "%s: not enough memory\n", toolName);
+    return statusWithoutMemory;
+}
+
+/// An exception for which there is no memory, or which may not leave where it was thrown, ends here.
+[[noreturn]] void EndWithoutMemory()
+{
+    try {
+        if (const std::exception_ptr thrown = std::current_exception()) std::rethrow_exception(thrown);
+    } catch (const std::bad_alloc&) { // as where there is none
+    } catch (...) {
+        std::abort();
+    }
+    std::_Exit(TellWithoutMemory());
+}
+
+} // namespace
+
 int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
             int withoutMemory)
 {
+    toolName = tool.c_str();
+    statusWithoutMemory = withoutMemory;
+    std::set_terminate(EndWithoutMemory);
     // The library's fail-stop would sleep for ever. It meets a tool where an array gets no memory.
     kavrix::SetHaltHook([](int, const char*) { throw std::bad_alloc(); });
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "%s: not enough memory\n", tool.c_str());
-        return withoutMemory;
+        return TellWithoutMemory();
     }
 }
 
