@@ -253,6 +253,29 @@ TEST(RunProgram, HelpAndVersionAreAnswered)
     EXPECT_EQ(RunIn(folder, TELVANE_RUN_PATH, {"--version"}).out.rfind("telvane-run 2.", 0), 0u);
 }
 
+TEST(RunProgram, TheReportOfItsFolderKnowsWhatWasAskedFor)
+{
+    TemporaryFolder folder;
+    RunWheel(folder, {"--frames", Recorded(), "--method", "votes", "--sense", "ccw"});
+    const Json written = Document(folder);
+    EXPECT_EQ(written["verdict"], "wrong-sense");
+    const auto report = [&folder] { return RunIn(folder, REPORT_PATH, {"--in", "runs/latest", "--json"}); };
+    const Finished again = report();
+    EXPECT_EQ(again.err, "");
+    const Json judged = Json::parse(again.out);
+    for (const auto& [key, value] : judged.items()) EXPECT_EQ(written[key], value) << key;
+
+    std::string other = folder.Read("runs/latest/run.json");
+    other.replace(other.find("telvane-run/1"), 13, "telvane-run/2");
+    folder.Write("runs/latest/run.json", other);
+    const Finished newer = report();
+    EXPECT_EQ(newer.status, 0);
+    EXPECT_EQ(newer.err,
+              "telvane-report: runs/latest/run.json: its schema is 'telvane-run/2', not 'telvane-run/1'; "
+              "expected what telvane-run writes\n");
+    EXPECT_NE(Json::parse(newer.out)["verdict"], "wrong-sense") << "what was asked for is not known then";
+}
+
 // ---------------------------------------------------------------------------------- frames that cannot be
 // taken
 
