@@ -7,6 +7,7 @@
 #include <setup/MotionPicture.h>
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace telvane {
@@ -63,10 +64,15 @@ private:
 
 Film::~Film() { Stop(); }
 
-void Film::Start()
+bool Film::Start()
 {
     ended = false;
-    thread = std::thread([this] { Run(); });
+    try {
+        thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+        ended = true;
+    }
+    return thread.joinable();
 }
 
 bool Film::Stop()

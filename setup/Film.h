@@ -59,7 +59,8 @@ public:
     Film& operator=(const Film&) = delete;
     ~Film(); ///< stops, see Stop
 
-    void Start();
+    /// \return false if there is no memory for the thread
+    bool Start();
     /// Ends the filming and gives the camera back.
     /// \return false if the camera has not come back from a call after some seconds; the thread is left to
     /// it, and

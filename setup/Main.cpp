@@ -1,4 +1,5 @@
 // telvane-setup: serves the page until it is told to end or nobody looks on any more.
+#include <Kavrix/HaltHook.h>
 #include <Telvane/Frames.h>
 #include <run/ConfigFile.h>
 #include <run/Process.h>
@@ -154,6 +155,9 @@ std::string RunProgram()
 
 int Main(int argc, char** argv)
 {
+    // Memory may be short in any thread, and an exception would end up nowhere in most of them.
+    std::set_new_handler(EndWithoutMemory);
+    kavrix::SetHaltHook([](int, const char*) { EndWithoutMemory(); });
     Job job = ReadArguments(argc, argv);
     CatchSignals();
     Rights rights{RandomSecret(), "", RandomSecret(), MachineName()};
@@ -183,7 +187,7 @@ int Main(int argc, char** argv)
         Complain(tool, "cannot listen at " + job.listening.Text() + ": " + problem);
         return 1;
     }
-    film.Start();
+    if (!film.Start()) EndWithoutMemory();
     PrintLinks(job.listening, rights.machineName, rights.token);
     const bool told = FlushOutput(tool); // without the link nobody gets in
 
@@ -206,8 +210,4 @@ int Main(int argc, char** argv)
 
 } // namespace telvane
 
-int main(int argc, char** argv)
-{
-    std::set_new_handler(telvane::EndWithoutMemory); // in whatever thread
-    return telvane::RunTool(telvane::tool, telvane::Main, argc, argv);
-}
+int main(int argc, char** argv) { return telvane::RunTool(telvane::tool, telvane::Main, argc, argv); }

@@ -179,7 +179,12 @@ std::string Session::Try()
     if (const std::string missing = CompleteRun(wheel, run); !missing.empty()) return Printable(missing);
     if (const std::string problem = Begin("try"); !problem.empty()) return problem;
     if (trial.joinable()) trial.join(); // it has ended, for there is no job
-    trial = std::thread([this, run, toml = TomlText(wheel)] { EndTrial(RunTrial(run, toml)); });
+    try {
+        trial = std::thread([this, run, toml = TomlText(wheel)] { EndTrial(RunTrial(run, toml)); });
+    } catch (const std::system_error&) {
+        job.clear();
+        return "There is not enough memory.";
+    }
     return {};
 }
 

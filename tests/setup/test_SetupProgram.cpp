@@ -541,6 +541,34 @@ TEST(SetupProgramRuns, WithoutSomewhereToPrintTheLinkItDoesNotStay)
     EXPECT_NE(run.err.find("cannot write to standard output"), std::string::npos) << run.err;
 }
 
+#ifndef SANITIZED // sanitizers keep more addresses for themselves than are left here
+TEST(SetupProgramRuns, WithTooLittleMemoryItSaysSoAndEnds)
+{
+    const TemporaryFolder folder;
+    int ended = 0;
+    for (const rlim_t megabytes : {12, 16, 20, 24, 28, 32, 40, 48, 64, 96}) {
+        SCOPED_TRACE(megabytes);
+        RunOptions options;
+        options.timeout = std::chrono::seconds(20);
+        options.before = [megabytes] {
+            const rlimit limit{megabytes << 20, megabytes << 20};
+            setrlimit(RLIMIT_AS, &limit);
+        };
+        // It ends by itself when it has come up and nobody looks on.
+        const Finished run =
+            ::Run({SETUP_PATH, "--listen", "127.0.0.1:0", "--idle", "0.01"}, folder.Path(), options);
+        EXPECT_FALSE(run.timedOut);
+        EXPECT_EQ(run.signal, 0) << run.err;
+        if (run.status == 0 || run.status == 127) continue; // enough, or too little for the loader
+        EXPECT_EQ(run.status, 1) << run.err;
+        EXPECT_NE(run.err.find("telvane-setup: "), std::string::npos) << run.err;
+        EXPECT_EQ(run.err.find("terminate"), std::string::npos) << run.err;
+        ended++;
+    }
+    EXPECT_GT(ended, 0);
+}
+#endif
+
 TEST(SetupProgramRuns, KeepWritesTheFileAndWhatItHeldBesideStays)
 {
     SetupProgram program(SETUP_PATH, {"--config", "wheel.toml"});
