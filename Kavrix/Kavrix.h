@@ -7,8 +7,8 @@
 #include <Kavrix/Convert_si.h>
 #include <Kavrix/Datablock.h>
 #include <Kavrix/FindSemiCircle.h>
-#include <Kavrix/Imgproc.h>
 #include <Kavrix/HaltHook.h>
+#include <Kavrix/Imgproc.h>
 #include <Kavrix/KXcommon.h>
 #include <Kavrix/KXfloat.h>
 #include <Kavrix/KXint.h>

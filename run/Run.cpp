@@ -217,7 +217,8 @@ int Making::Tell()
 {
     const RunOutcome& outcome = document.outcome;
     const bool failed = !outcome.failure.empty();
-    if (failed) Complain(tool, outcome.failure + (document.folder.empty() ? "" : " (" + document.folder + ")"));
+    if (failed)
+        Complain(tool, outcome.failure + (document.folder.empty() ? "" : " (" + document.folder + ")"));
     if (Asked().json) std::fputs(DocumentText(Json()).c_str(), stdout);
     else if (!failed) TellPeople();
     if (!FlushOutput(tool) || failed) return failedRun;
