@@ -22,10 +22,11 @@ const double closeEnough = 2.4; // pixels between the centre found and the rotat
 // Light and lens shift what is seen by about this, in pixels. The smaller the angle, the more it moves the
 // centre.
 const double unseenShift = 0.003;
+const double leastDoubt = 0.3;  // pixels that make a difference
 const double mostDoubt = 1.2;   // pixels that doubt takes off it
 const double surest = 0.7;      // standard deviation of the rotation's centre that a verdict may rest on
 const double tooFastFrom = 0.4; // of a tooth from frame to frame: half a tooth has no sense
-const double darkest = 60;      // grey value that the brightest fiftieth of the picture should exceed
+const double darkest = 60;      // grey value that the brightest of the ring should exceed
 const double worstFlicker = 0.15;
 const double otherFrom = 0.15; // share of the motion that can mislead
 const double mostClipped = 0.3;
@@ -264,7 +265,7 @@ private:
     void Decide()
     {
         if (Failed() || FramesUseless()) return;
-        if (Trusted() && diagnosis.found && Apart() <= Near()) {
+        if (Trusted() && diagnosis.found && Apart() <= closeEnough - Doubt()) {
             Good();
             return;
         }
@@ -272,7 +273,7 @@ private:
         // Poor frames are the cause only where nothing that the run was told is plainly wrong.
         const bool toldWrong = Trusted() && (RadiiWrong() || (Votes() && SenseWrong()));
         if (!toldWrong && !FramesStill() && FramesPoor()) return;
-        if (Still() || TooFast() || OtherMotion() || WrongRadii() || WrongSense()) return;
+        if (Still() || TooFast() || OtherMotion() || TooDoubtful() || WrongRadii() || WrongSense()) return;
         if (Refused()) {
             NoResult();
             return;
@@ -281,13 +282,26 @@ private:
         else Unclear();
     }
 
-    /// How far an answer may lie from the rotation's centre to be called good.
-    double Near() const
+    /// By how much the rotation's centre may be off, pixels.
+    double Doubt() const
     {
         const double angle = std::abs(fit.degreesPerFrame) * std::max(fit.gap, 1) * std::numbers::pi / 180;
         const double doubt = 2 * std::max(fit.sigma.x, fit.sigma.y) + unseenShift / std::max(angle, 1e-6);
-        return closeEnough - std::min(doubt, mostDoubt);
+        return std::min(doubt, mostDoubt);
     }
+
+    /// An answer that may lie near or not, as far as the rotation's centre is known.
+    bool TooDoubtful()
+    {
+        if (!Trusted() || !diagnosis.found || Doubt() < leastDoubt || Apart() > closeEnough + Doubt())
+            return false;
+        return Say(Verdict::unclear,
+                   "The centre of the rotation at " + PlaceText(fit.centre) + " is known to " +
+                       NumberText(Doubt(), 1) + " px only, and the centre found lies " +
+                       NumberText(Apart(), 1) + " px from it.",
+                   "Take more frames, or let the wheel turn further from frame to frame.");
+    }
+
     /// How far the answer lies from the rotation's centre; of its places before and after pushes, the
     /// furthest.
     double Apart() const

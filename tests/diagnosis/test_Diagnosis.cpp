@@ -316,6 +316,17 @@ TEST(Diagnosis, AnAnswerBesideTheRotationDisagreesByADistanceInADirection)
     EXPECT_TRUE(Says(diagnosis.evidence, "px up")) << diagnosis.evidence;
 }
 
+TEST(Diagnosis, ACentreThatIsHardlyKnownMakesItUnclear)
+{
+    WheelScene scene = Scene();
+    scene.degreesPerFrame = 0.1;
+    RunSeen run = DetectedRun(DrawnFrames(scene, 2), Fitting(scene, Method::ring));
+    run.outcome.region->left = static_cast<int>(std::lround(scene.centreX)) + 2 - run.arguments->centreX;
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::unclear) << diagnosis.evidence;
+    EXPECT_TRUE(Says(diagnosis.cure, "more frames")) << diagnosis.cure;
+}
+
 TEST(Diagnosis, WithoutTheCommandLineItIsUnclearAndSaysSo)
 {
     RunSeen run = RunOf(Scene(), Method::ring);
