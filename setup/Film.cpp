@@ -151,6 +151,8 @@ void Film::Run()
             fail(CameraState::away);
             continue;
         }
+        const bool motionWanted = ViewersOf(View::motion) > 0;
+        if (motionWanted) reel.before = reel.now;
         if (!reel.Grab(reel.now)) {
             fail(CameraState::silent);
             continue;
@@ -188,10 +190,10 @@ void Film::Run()
             continue;
         }
 
-        // Two pictures that follow each other, for what moves. The second comes at once: a back end that
+        // For the speed two pictures that surely follow each other. The second comes at once: a back end that
         // holds a few loses none between them.
-        const bool figuresWanted = Clock::now() >= figuresDue, motionWanted = ViewersOf(View::motion) > 0;
-        if (motionWanted || (figuresWanted && circlesNow.Set())) {
+        const bool figuresWanted = Clock::now() >= figuresDue;
+        if (figuresWanted && circlesNow.Set()) {
             reel.before = reel.now;
             if (!reel.Grab(reel.now)) {
                 fail(CameraState::silent);
