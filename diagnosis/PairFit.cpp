@@ -9,7 +9,7 @@ namespace telvane {
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 constexpr double gainExpected = 0.3;
 
 struct Turn {

@@ -21,7 +21,7 @@ namespace telvane {
 
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 constexpr double widestAngle = 0.5; ///< radians between the frames of a pair
 constexpr double quantum = 0.29;    ///< deviation that rounding to whole grey levels has
 constexpr int pairsOfGap = 3;

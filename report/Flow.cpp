@@ -45,7 +45,7 @@ Canvas FlowPicture(const MatShort& u, const MatShort& v)
     Canvas canvas(u.dim1, u.dim2);
     for (int y = 0; y < u.dim2; y++)
         for (int x = 0; x < u.dim1; x++)
-            canvas.set(x, y,
+            canvas.Set(x, y,
                        FlowColour(Degrees(-u(x, y), -v(x, y)), std::hypot(u(x, y), v(x, y)) / strongest));
     return canvas;
 }
@@ -66,9 +66,9 @@ std::string FlowWheel()
     for (int y = 0; y < side; y++)
         for (int x = 0; x < side; x++) {
             const double dx = x + 0.5 - radius, dy = y + 0.5 - radius; // of the pixel's middle
-            canvas.set(x, y, FlowColour(Degrees(dx, dy), std::hypot(dx, dy) / radius));
+            canvas.Set(x, y, FlowColour(Degrees(dx, dy), std::hypot(dx, dy) / radius));
         }
-    const std::string png = canvas.png();
+    const std::string png = canvas.Png();
     if (png.empty()) return {};
     // The words stand outside; the corners of the picture are cut off.
     const std::string words = "<text fill=\"currentColor\" ";

@@ -16,8 +16,6 @@ namespace telvane {
 
 namespace {
 
-using Part = Problems::Part;
-
 const char marked[] = "detected.jpg", votes[] = "hough.bmp", flowU[] = "u_sum_sh.bmp",
            flowV[] = "v_sum_sh.bmp";
 
@@ -89,7 +87,7 @@ private:
 
     void FrameProblem(const std::string& name, const std::string& problem, const std::string& expected)
     {
-        problems.Accept(Part::frames, name, problem, expected);
+        problems.Accept(Problems::Part::frames, name, problem, expected);
         files.frameProblems.push_back(name + ": " + problem);
     }
 
@@ -129,12 +127,12 @@ private:
         const bool expected = Has(votes) || Has(flowU) || Has(flowV);
         if (!Exists(name) && !expected) return; // the run ended before, or wrote nothing
         std::string file;
-        if (!problems.Accept(Part::marked, name, ReadWhole(name, file),
+        if (!problems.Accept(Problems::Part::marked, name, ReadWhole(name, file),
                              "the marked picture, which every detection writes"))
             return;
         MatByte picture;
-        if (problems.Accept(Part::marked, name, ReadJpegFrame(file, frameWidth, frameHeight, picture),
-                            "a whole JPEG file"))
+        if (problems.Accept(Problems::Part::marked, name,
+                            ReadJpegFrame(file, frameWidth, frameHeight, picture), "a whole JPEG file"))
             files.marked = {"image/jpeg", file, frameWidth, frameHeight};
     }
 
@@ -146,22 +144,24 @@ private:
             problems.Doubt(folder.Path(votes) + ": votes, which a ring search does not cast; left out");
             return;
         }
-        LoadNumbers(Part::votes, votes, "the votes, which flow voting writes with -s", files.votes);
+        LoadNumbers(Problems::Part::votes, votes, "the votes, which flow voting writes with -s", files.votes);
     }
 
     void LoadFlow()
     {
         if (!Has(flowU) && !Has(flowV)) return;
         MatShort u, v;
-        const bool hasU = LoadNumbers(Part::motion, flowU, "the flow along x, which a run with -s writes", u);
-        const bool hasV = LoadNumbers(Part::motion, flowV, "the flow along y, which a run with -s writes", v);
+        const bool hasU =
+            LoadNumbers(Problems::Part::motion, flowU, "the flow along x, which a run with -s writes", u);
+        const bool hasV =
+            LoadNumbers(Problems::Part::motion, flowV, "the flow along y, which a run with -s writes", v);
         if (!hasU || !hasV) return;
         files.u = u;
         files.v = v;
         files.flowIsOfThisRun = true;
     }
 
-    bool LoadNumbers(Part part, const char* bare, const std::string& expected, MatShort& numbers)
+    bool LoadNumbers(Problems::Part part, const char* bare, const std::string& expected, MatShort& numbers)
     {
         std::string file;
         const std::string name = folder.Path(bare);

@@ -21,8 +21,6 @@ namespace telvane {
 
 namespace {
 
-using Part = Problems::Part;
-
 const char unknown[] = "not known";
 
 // From these ratios of the peak to the next best place on it counts as clear, and as standing out. Drawn
@@ -101,7 +99,7 @@ std::string RotationText(const Diagnosis& d)
            (d.sense ? ", " + InWords(*d.sense) : "");
 }
 
-Picture Png(const Canvas& canvas) { return {"image/png", canvas.png(), canvas.width(), canvas.height()}; }
+Picture Png(const Canvas& canvas) { return {"image/png", canvas.Png(), canvas.Width(), canvas.Height()}; }
 
 Picture GreyPicture(const MatByte& picture)
 {
@@ -273,7 +271,7 @@ void AddMeasured(Page& page, const Judged& run)
 
 void AddMarked(Page& page, const Judged& run, const Problems& problems, const RunFolder& folder)
 {
-    const std::vector<std::string> notShown = problems.Of(Part::marked);
+    const std::vector<std::string> notShown = problems.Of(Problems::Part::marked);
     if (run.files.marked.bytes.empty() && notShown.empty()) return;
     page.Section("The picture that the program marked");
     NotShown(page, notShown);
@@ -288,7 +286,7 @@ void AddMarked(Page& page, const Judged& run, const Problems& problems, const Ru
 void AddVotes(Page& page, const Judged& run, const Problems& problems, int apart)
 {
     const MatShort& votes = run.files.votes;
-    const std::vector<std::string> notShown = problems.Of(Part::votes);
+    const std::vector<std::string> notShown = problems.Of(Problems::Part::votes);
     if (votes.dim1 == 0 && notShown.empty()) return;
     page.Section("The votes for the centre");
     NotShown(page, notShown);
@@ -311,7 +309,7 @@ void AddVotes(Page& page, const Judged& run, const Problems& problems, int apart
 
 void AddMotion(Page& page, const Judged& run, const Problems& problems)
 {
-    const std::vector<std::string> notShown = problems.Of(Part::motion);
+    const std::vector<std::string> notShown = problems.Of(Problems::Part::motion);
     if (run.u.dim1 == 0 && notShown.empty()) return;
     page.Section("The motion");
     NotShown(page, notShown);
@@ -334,7 +332,7 @@ void AddFrames(Page& page, const Judged& run, const Problems& problems)
 {
     const RunFiles& files = run.files;
     page.Section("The frames");
-    NotShown(page, problems.Of(Part::frames));
+    NotShown(page, problems.Of(Problems::Part::frames));
     page.BeginRow();
     const auto add = [&](std::size_t i, const std::string& which, const std::string& rest) {
         const std::string name = std::filesystem::path(files.frameNames[i]).filename().string();

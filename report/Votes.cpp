@@ -93,7 +93,7 @@ Canvas VotePicture(const MatShort& votes)
     const short most = MostVotes(votes);
     Canvas canvas(votes.dim1, votes.dim2);
     for (int y = 0; y < votes.dim2; y++)
-        for (int x = 0; x < votes.dim1; x++) canvas.set(x, y, HeatColour(Share(votes(x, y), most)));
+        for (int x = 0; x < votes.dim1; x++) canvas.Set(x, y, HeatColour(Share(votes(x, y), most)));
     return canvas;
 }
 
@@ -103,9 +103,9 @@ const Ink peakInk{"#56B4E9", "", 2}, nextInk{"#CC79A7", "6 3", 2};
 
 MarkedPicture PictureOf(const Canvas& canvas, const char* title, const char* description)
 {
-    const std::string png = canvas.png();
+    const std::string png = canvas.Png();
     if (png.empty()) return {};
-    return {canvas.width(), canvas.height(), "data:image/png;base64," + Base64(png), title, description};
+    return {canvas.Width(), canvas.Height(), "data:image/png;base64," + Base64(png), title, description};
 }
 
 } // namespace
@@ -152,11 +152,11 @@ std::string PeakDrawing(const MatShort& votes, const Summit& peak, int reach)
 {
     const short most = MostVotes(votes);
     Canvas around(2 * reach + 1, 2 * reach + 1);
-    for (int y = 0; y < around.height(); y++)
-        for (int x = 0; x < around.width(); x++) {
+    for (int y = 0; y < around.Height(); y++)
+        for (int x = 0; x < around.Width(); x++) {
             const int vx = peak.x - reach + x, vy = peak.y - reach + y;
             const bool inside = 0 <= vx && vx < votes.dim1 && 0 <= vy && vy < votes.dim2;
-            around.set(x, y, inside ? HeatColour(Share(votes(vx, vy), most)) : Colour{70, 70, 70});
+            around.Set(x, y, inside ? HeatColour(Share(votes(vx, vy), most)) : Colour{70, 70, 70});
         }
     MarkedPicture picture = PictureOf(around, "The peak, enlarged", "The votes around the peak, in a cross.");
     if (picture.width == 0) return {};
@@ -178,9 +178,9 @@ std::string HeatScale(int most)
     Canvas strip(width, bar);
     for (int x = 0; x < width; x++) {
         const double t = static_cast<double>(x) / (width - 1);
-        for (int y = 0; y < bar; y++) strip.set(x, y, HeatColour(t * t)); // even steps of colour
+        for (int y = 0; y < bar; y++) strip.Set(x, y, HeatColour(t * t)); // even steps of colour
     }
-    const std::string png = strip.png();
+    const std::string png = strip.Png();
     if (png.empty()) return {};
     std::string svg =
         "<svg xmlns=\"http://www.w3.org/2000/svg\" role=\"img\" viewBox=\"0 0 360 42\" width=\"360\" "

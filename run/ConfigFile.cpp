@@ -86,7 +86,7 @@ std::string ReadConfigText(const std::string& file, const std::string& text, Req
         if (node->is_date() || node->is_time() || node->is_date_time() || node->is_table())
             return where + ": a table, a date or a time is not " + option->Allowed();
         if (const std::string problem = ReadJson(*option, AsJson(*node), value); !problem.empty())
-            return where + ": " + problem;
+            return std::string(where).append(": ").append(problem);
         if (!request.given.emplace(name, where).second) continue;
         option->store(request, value);
     }

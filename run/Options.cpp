@@ -420,7 +420,7 @@ std::string ReadJson(const RunOption& option, const nlohmann::ordered_json& json
     if (!json.is_array()) return Dumped(json) + " is not a list of " + option.Allowed();
     if (json.size() > option.most) return TooOften(option);
     for (const auto& entry : json)
-        if (const std::string problem = read(entry); !problem.empty()) return problem;
+        if (std::string problem = read(entry); !problem.empty()) return problem;
     return {};
 }
 

@@ -167,7 +167,7 @@ std::string OutFolder::Finish(int keep)
               [](const std::string& a, const std::string& b) { return NumberOf(a) < NumberOf(b); });
     if (runs.empty()) return {};
     const std::string newest = runs.back();
-    if (const std::string problem = Point(newest); !problem.empty()) return problem;
+    if (std::string problem = Point(newest); !problem.empty()) return problem;
     Settle(out);
     std::size_t surplus = runs.size() - std::min(runs.size(), static_cast<std::size_t>(keep));
     for (const std::string& run : runs) {

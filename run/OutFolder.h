@@ -36,9 +36,9 @@ public:
     std::string Finish(int keep);
 
 private:
-    std::string Path(const std::string& name) const;
+    std::string Path(const std::string& entry) const;
     std::string Point(const std::string& newest) const;
-    void Remove(const std::string& name) const;
+    void Remove(const std::string& run) const;
     void Clear(const std::vector<std::string>& entries) const;
 
     std::string out, aside, final, name;

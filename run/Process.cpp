@@ -108,12 +108,12 @@ Ending Watch(pid_t child, Clock::time_point deadline, Pipe& out, Pipe& err, Ende
         std::array<pollfd, 2> ends = {{{out.read, POLLIN, 0}, {err.read, POLLIN, 0}}};
         poll(ends.data(), ends.size(), tick);
         // Read one at a time and only what is there: a program that never stops writing is ended, too.
-        const bool came = (ends[0].revents != 0 && Take(out.read, ended.out)) |
-                          (ends[1].revents != 0 && Take(err.read, ended.err));
+        const bool outCame = ends[0].revents != 0 && Take(out.read, ended.out);
+        const bool errCame = ends[1].revents != 0 && Take(err.read, ended.err);
         const auto now = Clock::now();
-        if (came) heard = now;
+        if (outCame || errCame) heard = now;
         if (Caught() != 0) return Ending::interrupted;
-        if (!came && HasEnded(child)) return Ending::exited;
+        if (!outCame && !errCame && HasEnded(child)) return Ending::exited;
         if (now >= deadline) return Ending::tooLong;
         if (now - heard >= patience && IsHaltLine(ended.err.LastLine())) return Ending::halted;
     }
@@ -206,8 +206,9 @@ Ended RunProcess(const Command& command)
 bool IsHaltLine(std::string_view line)
 {
     // Its time stamp is fixed in length: "01/01 00:00:00.000 > -999 Err1 in 0:OF_Norm: RNG: ..."
-    const std::string_view stamp = "##/## ##:##:##.### > -999 Err";
+    constexpr std::string_view stamp = "##/## ##:##:##.### > -999 Err";
     if (line.size() <= stamp.size()) return false;
+    // cppcheck-suppress danglingTemporaryLifetime ; a view of text that outlives it
     return std::equal(stamp.begin(), stamp.end(), line.begin(),
                       [](char s, char c) { return s == '#' ? c >= '0' && c <= '9' : s == c; });
 }

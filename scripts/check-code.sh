@@ -1,7 +1,10 @@
 #!/bin/bash
-# Static checks; a finding is an error. clang-tidy, which tells clang++'s own warnings as well, and cppcheck read the
-# program, the library, the cameras and the tools around them. Of the tests clang-tidy looks at the names alone, and
-# scripts/test.sh asan-clang compiles them with clang++; their macros stop cppcheck.
+# Static checks; a finding is an error: scripts/check-code.sh [--all]
+#
+# clang-tidy, which tells clang++'s own warnings as well, and cppcheck read the program, the library, the cameras and the
+# tools around them. clang-tidy reads each room as one file: the headers of the system, which take most of its time, then
+# come once. --all is for releases and takes five times as long: every file by itself with the analysis of its paths, and
+# of the tests the names. scripts/test.sh asan-clang compiles those with clang++; their macros stop cppcheck.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -12,21 +15,29 @@ jobs=$(jobs_at_once)
 folder=build/clang
 
 echo "clang-tidy"
-# Only configured. libcamera is the back end with the most code.
-configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON \
-    -DTELVANE_CAMERA=libcamera -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
-configure fuzz # built and run by fuzz.sh
-# tidy <build folder>: those of the files on standard input that the folder knows; some need libraries that are
-# not everywhere.
+# tidy <build folder> [<option>...]: those of the files on standard input that the folder knows; some need libraries
+# that are not everywhere.
 tidy() {
     while read -r file; do
-        if grep -qF "\"file\": \"$PWD/$file\"" "$1/compile_commands.json"; then echo "$file"; fi
+        if grep -qF "\"file\": \"$file\"" "$1/compile_commands.json"; then echo "$file"; fi
     done |
-        xargs --max-procs="$jobs" --max-args=1 clang-tidy -p "$1" --quiet --checks='clang-diagnostic-*' 2>&1 |
+        xargs --max-procs="$jobs" --max-args=1 clang-tidy -p "$1" --quiet "${@:2}" 2>&1 |
         sed '/warnings generated\.$/d' # of the system's headers
 }
-cpp_files | grep '\.cpp$' | grep -v '^fuzz/' | tidy "$folder"
-cpp_files | grep '^fuzz/.*\.cpp$' | tidy build/fuzz
+# Only configured. libcamera is the back end with the most code.
+configure fuzz # built and run by fuzz.sh
+if [[ ${1:-} == --all ]]; then
+    configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON \
+        -DTELVANE_CAMERA=libcamera -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+    cpp_files | grep '\.cpp$' | grep -v '^fuzz/' | sed "s|^|$PWD/|" | tidy "$folder" --checks='clang-diagnostic-*'
+    cpp_files | grep '^fuzz/.*\.cpp$' | sed "s|^|$PWD/|" | tidy build/fuzz --checks='clang-diagnostic-*'
+else
+    configure debug -B "$folder-rooms" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=OFF \
+        -DTELVANE_CAMERA=libcamera -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0
+    # What shadows a name of another file is no fault.
+    find "$PWD/$folder-rooms" -name 'unity_*.cxx' |
+        tidy "$folder-rooms" --checks='clang-diagnostic-*,-clang-analyzer-*,-bugprone-suspicious-include,-clang-diagnostic-shadow'
+fi
 
 echo "private headers"
 # What is installed, and the examples, which are built against that, cannot include what is not.
@@ -40,7 +51,7 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --enable=warning,performance,portability --suppressions-list=.cppcheck-suppressions \
     --library=posix -I. -Icamera/simulated -U__GNUC__ \
     --template='{file}:{line}: {severity}: {message} [{id}]' \
-    Kavrix Telvane camera simulator tools diagnosis report examples
+    Kavrix Telvane camera simulator tools diagnosis marks report run setup examples
 echo "shellcheck"
 shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh packaging/*.sh tests/packaging/*.sh .ci/run
 

@@ -99,7 +99,7 @@ public:
         std::function<void(CubByte* frames)> work;
     };
     /// \return false while another order is not done
-    bool Take(Order order);
+    bool Take(Order wanted);
 
 private:
     class Reel; // what lives on the thread that films

@@ -127,7 +127,7 @@ struct Server::Parts {
             auto stream = std::make_unique<Stream>(std::move(viewer));
             response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, std::size_t{64} << 10, ReadStream,
                                                          stream.get(), EndStream);
-            if (response) stream.release(); // EndStream takes care of it
+            if (response) static_cast<void>(stream.release()); // EndStream takes care of it
         } else {
             response = MHD_create_response_from_buffer(
                 answer.body.size(), const_cast<char*>(answer.body.data()), MHD_RESPMEM_MUST_COPY);
@@ -252,7 +252,7 @@ Server::~Server() { Stop(); }
 std::string Server::Start(Listening& listening, const std::function<void()>& listens)
 {
     const auto failed = [this] {
-        const std::string reason = std::generic_category().message(errno);
+        std::string reason = std::generic_category().message(errno);
         if (parts->socket >= 0) close(parts->socket);
         parts->socket = -1;
         return reason;

@@ -127,7 +127,7 @@ Json Session::WheelState() const
 std::string Session::SetWheel(const Json& json)
 {
     const std::lock_guard lock(mutex);
-    const std::string problem = ReadWheel(json, wheel);
+    std::string problem = ReadWheel(json, wheel);
     if (problem.empty()) film.Look(wheel.Seen());
     return problem;
 }
@@ -143,7 +143,7 @@ std::string Session::Begin(const char* what)
 std::string Session::Measure()
 {
     const std::lock_guard lock(mutex);
-    if (const std::string problem = Begin("measure"); !problem.empty()) return problem;
+    if (std::string problem = Begin("measure"); !problem.empty()) return problem;
     Request run;
     const bool known = CompleteRun(wheel, run).empty();
     run.arguments.count = measuredFrames;
@@ -177,7 +177,7 @@ std::string Session::Try()
     const std::lock_guard lock(mutex);
     Request run;
     if (const std::string missing = CompleteRun(wheel, run); !missing.empty()) return Printable(missing);
-    if (const std::string problem = Begin("try"); !problem.empty()) return problem;
+    if (std::string problem = Begin("try"); !problem.empty()) return problem;
     if (trial.joinable()) trial.join(); // it has ended, for there is no job
     try {
         trial = std::thread([this, run, toml = TomlText(wheel)] { EndTrial(RunTrial(run, toml)); });

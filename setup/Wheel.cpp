@@ -106,7 +106,7 @@ std::string ReadWheel(const Json& json, Wheel& wheel)
         if (!OnPage(name) || !option) return "there is no option " + Dumped(name);
         Value given;
         if (const std::string problem = ReadJson(*option, value, given); !problem.empty())
-            return name + ": " + problem;
+            return std::string(name).append(": ").append(problem);
         option->store(read.run, given);
         read.run.given[name] = name;
     }

@@ -3,10 +3,12 @@
 
 #include <png.h>
 
+namespace telvane {
+
 namespace {
 
 /// Rows of samples as a PNG file.
-std::string Png(const MatByte& samples, int width, png_uint_32 format)
+std::string PngOf(const MatByte& samples, int width, png_uint_32 format)
 {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -25,18 +27,20 @@ std::string Png(const MatByte& samples, int width, png_uint_32 format)
 
 Canvas::Canvas(int width, int height) : samples(3 * width, height) { samples.Fill(0); }
 
-Colour Canvas::at(int x, int y) const
+Colour Canvas::At(int x, int y) const
 {
     return {samples(3 * x, y), samples(3 * x + 1, y), samples(3 * x + 2, y)};
 }
 
-void Canvas::set(int x, int y, Colour colour)
+void Canvas::Set(int x, int y, Colour colour)
 {
     samples(3 * x, y) = colour.red;
     samples(3 * x + 1, y) = colour.green;
     samples(3 * x + 2, y) = colour.blue;
 }
 
-std::string Canvas::png() const { return Png(samples, width(), PNG_FORMAT_RGB); }
+std::string Canvas::Png() const { return PngOf(samples, Width(), PNG_FORMAT_RGB); }
 
-std::string GreyPng(const MatByte& grey) { return Png(grey, grey.dim1, PNG_FORMAT_GRAY); }
+std::string GreyPng(const MatByte& grey) { return PngOf(grey, grey.dim1, PNG_FORMAT_GRAY); }
+
+} // namespace telvane

@@ -6,6 +6,8 @@
 
 #include <string>
 
+namespace telvane {
+
 /// Red, green and blue, 0 to 255 each.
 struct Colour {
     UBYTE red = 0, green = 0, blue = 0;
@@ -17,14 +19,14 @@ class Canvas {
 public:
     Canvas(int width, int height);
 
-    int width() const { return samples.dim1 / 3; }
-    int height() const { return samples.dim2; }
+    int Width() const { return samples.dim1 / 3; }
+    int Height() const { return samples.dim2; }
     /// A pixel inside the picture.
-    Colour at(int x, int y) const;
-    void set(int x, int y, Colour colour);
+    Colour At(int x, int y) const;
+    void Set(int x, int y, Colour colour);
 
     /// The picture as a PNG file; empty when there is not enough memory for it.
-    std::string png() const;
+    std::string Png() const;
 
 private:
     MatByte samples; // red, green and blue side by side
@@ -32,5 +34,7 @@ private:
 
 /// A grey picture as a PNG file; empty when there is not enough memory for it.
 std::string GreyPng(const MatByte& grey);
+
+} // namespace telvane
 
 #endif

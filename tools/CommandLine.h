@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
+namespace CLI { // NOLINT(readability-identifier-naming): CLI11's name
 class App;
 }
 
@@ -17,10 +17,10 @@ namespace telvane {
 /// Options are told to it, with the places that they are read into; then it reads a command line.
 class CommandLine {
 public:
-    /// \param tool         its name, for messages
+    /// \param name         the tool's, for messages
     /// \param description  stands above the options in what --help prints
     /// \param footer       stands below them
-    CommandLine(const std::string& tool, const std::string& description, const std::string& footer);
+    CommandLine(const std::string& name, const std::string& description, const std::string& footer);
     ~CommandLine();
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;

@@ -13,10 +13,12 @@
 #include <numbers>
 #include <ostream>
 
+namespace telvane {
 void PrintTo(const Colour& c, std::ostream* out)
 {
     *out << '(' << +c.red << ", " << +c.green << ", " << +c.blue << ')';
 }
+} // namespace telvane
 
 namespace {
 
@@ -52,7 +54,7 @@ bool Near(const Colour& a, const Colour& b)
 Colour ColourOf(int u, int v)
 {
     const auto one = [](int value) { return ArrayOf(Shorts(1, 1, static_cast<std::int16_t>(value))); };
-    return FlowPicture(one(u), one(v)).at(0, 0);
+    return FlowPicture(one(u), one(v)).At(0, 0);
 }
 
 TEST(FlowColour, FollowsThePlainFormula)
@@ -82,7 +84,7 @@ TEST(FlowPicture, BrightnessIsTheStrength)
     for (int x = 0; x < 5; x++) u.At(x, 0) = static_cast<std::int16_t>(-strengths[x]);
     const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
     const int bright[] = {0, 85, 128, 170, 255};
-    for (int x = 0; x < 5; x++) EXPECT_EQ(canvas.at(x, 0).red, bright[x]) << x;
+    for (int x = 0; x < 5; x++) EXPECT_EQ(canvas.At(x, 0).red, bright[x]) << x;
     const Bytes strength = PictureOf<UBYTE>(StrengthPicture(ArrayOf(u), ArrayOf(v)));
     const int linear[] = {0, 28, 64, 113, 255};
     for (int x = 0; x < 5; x++) EXPECT_EQ(strength.At(x, 0), linear[x]) << x;
@@ -93,7 +95,7 @@ TEST(FlowPicture, NoMotionIsBlack)
     const MatShort none = ArrayOf(Shorts(6, 4));
     EXPECT_EQ(StrongestFlow(none, none), 0);
     const Canvas canvas = FlowPicture(none, none);
-    for (int x = 0; x < 6; x++) EXPECT_EQ(canvas.at(x, 3), (Colour{0, 0, 0}));
+    for (int x = 0; x < 6; x++) EXPECT_EQ(canvas.At(x, 3), (Colour{0, 0, 0}));
     EXPECT_TRUE(Same(StrengthPicture(none, none), Bytes(6, 4)));
 }
 
@@ -114,7 +116,7 @@ TEST(FlowPicture, AClockwiseWheelIsRedOnTop)
             v.At(x, y) = static_cast<std::int16_t>(-10 * (x - middle));
         }
     const Canvas canvas = FlowPicture(ArrayOf(u), ArrayOf(v));
-    const auto hue = [&](int x, int y) { return canvas.at(x, y); };
+    const auto hue = [&](int x, int y) { return canvas.At(x, y); };
     EXPECT_TRUE(hue(middle, 0).red > 200 && hue(middle, 0).green < 5 && hue(middle, 0).blue < 5);
     EXPECT_TRUE(hue(size - 1, middle).green > 200 && hue(size - 1, middle).blue == 0);
     EXPECT_TRUE(hue(middle, size - 1).red < 5 && hue(middle, size - 1).green > 200);

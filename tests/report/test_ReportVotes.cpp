@@ -22,10 +22,12 @@ void PrintTo(const Summit& s, std::ostream* out) { *out << s.votes << " at (" <<
 
 } // namespace telvane
 
+namespace telvane {
 void PrintTo(const Colour& c, std::ostream* out)
 {
     *out << '(' << +c.red << ", " << +c.green << ", " << +c.blue << ')';
 }
+} // namespace telvane
 
 namespace {
 
@@ -148,7 +150,7 @@ TEST(MostVotes, LeavesOutTheUnsmoothedBorder)
     EXPECT_EQ(MostVotes(ArrayOf(votes)), 700);
     for (const auto& [x, y] : {std::pair{0, 2}, {4, 1}, {3, 0}, {1, 3}}) votes.At(x, y) = 2000;
     EXPECT_EQ(MostVotes(ArrayOf(votes)), 700);
-    EXPECT_EQ(VotePicture(ArrayOf(votes)).at(2, 1), HeatColour(1));
+    EXPECT_EQ(VotePicture(ArrayOf(votes)).At(2, 1), HeatColour(1));
     votes.At(1, 2) = 701;
     EXPECT_EQ(MostVotes(ArrayOf(votes)), 701);
     for (const auto& [w, h] : {std::pair{2, 5}, {5, 2}}) EXPECT_EQ(MostVotes(ArrayOf(Shorts(w, h, 9))), 0);

@@ -9,22 +9,26 @@
 #include <cstdint>
 #include <ostream>
 
+namespace telvane {
 void PrintTo(const Colour& c, std::ostream* out)
 {
     *out << '(' << +c.red << ", " << +c.green << ", " << +c.blue << ')';
 }
+} // namespace telvane
+
+using namespace telvane;
 
 namespace {
 
 TEST(Canvas, BeginsBlackAndKeepsItsPixels)
 {
     Canvas canvas(4, 3);
-    EXPECT_EQ(canvas.width(), 4);
-    EXPECT_EQ(canvas.height(), 3);
-    canvas.set(3, 1, {1, 2, 3});
+    EXPECT_EQ(canvas.Width(), 4);
+    EXPECT_EQ(canvas.Height(), 3);
+    canvas.Set(3, 1, {1, 2, 3});
     for (int y = 0; y < 3; y++)
         for (int x = 0; x < 4; x++)
-            EXPECT_EQ(canvas.at(x, y), (x == 3 && y == 1 ? Colour{1, 2, 3} : Colour{})) << x << ", " << y;
+            EXPECT_EQ(canvas.At(x, y), (x == 3 && y == 1 ? Colour{1, 2, 3} : Colour{})) << x << ", " << y;
 }
 
 TEST(Canvas, ThePngFileHoldsThePixels)
@@ -34,14 +38,14 @@ TEST(Canvas, ThePngFileHoldsThePixels)
     for (int y = 0; y < 11; y++)
         for (int x = 0; x < 37; x++) {
             const auto part = [&] { return static_cast<UBYTE>(pictures::Between(random, 0, 255)); };
-            canvas.set(x, y, {part(), part(), part()});
+            canvas.Set(x, y, {part(), part(), part()});
         }
-    const decoded::Colours read = decoded::DecodePng(canvas.png());
+    const decoded::Colours read = decoded::DecodePng(canvas.Png());
     ASSERT_EQ(read.width, 37);
     ASSERT_EQ(read.height, 11);
     for (int y = 0; y < 11; y++)
         for (int x = 0; x < 37; x++) {
-            const Colour c = canvas.at(x, y);
+            const Colour c = canvas.At(x, y);
             EXPECT_EQ(read.At(x, y), static_cast<unsigned>(c.red << 16 | c.green << 8 | c.blue));
         }
 }
