@@ -235,7 +235,7 @@ void Making::TellPeople() const
     else std::printf("Region: none (RESULT=%d)\n", document.outcome.result.value_or(0));
     if (d.centre && d.sigma && d.degreesPerFrame)
         std::printf("Rotation: about %.2f, %.2f (+- %.2f, %.2f), %.3f degrees per frame %s\n", d.centre->x,
-                    d.centre->y, d.sigma->x, d.sigma->y, std::abs(*d.degreesPerFrame),
+                    d.centre->y, d.sigma->x, d.sigma->y, std::fabs(*d.degreesPerFrame),
                     *d.degreesPerFrame < 0 ? "counter-clockwise" : "clockwise");
     else std::printf("Rotation: none that could be measured\n");
     const fs::path folder = document.folder;

@@ -18,7 +18,7 @@ case ${1:-} in
     ;;
 esac
 build_programs chromium chromium-driver python3-selenium
-build build/release telvane-setup telvane-run telvane-from-files
+build build/release telvane-setup
 
 rm -rf build/check-setup
 mkdir -p build/check-setup

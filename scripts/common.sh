@@ -38,7 +38,7 @@ build() {
     }
 }
 
-# build_programs [<package>...]: Telvane, wheelsim and telvane-report in build/release, with what building them
+# build_programs [<package>...]: Telvane and the tools but telvane-setup in build/release, with what building them
 # needs and the packages named.
 build_programs() {
     scripts/install-packages.sh "${build_packages[@]}" "$@"
@@ -48,7 +48,7 @@ build_programs() {
     grep -qs '^GTest_DIR:PATH=/' build/release/CMakeCache.txt || options=(-DTELVANE_TESTS=OFF)
     echo "Building into build/release, which takes some two minutes the first time ..."
     configure release "${options[@]}"
-    build build/release Telvane wheelsim telvane-report
+    build build/release Telvane telvane-from-files wheelsim telvane-report telvane-run
 }
 
 # For programs under the sanitizers: what they look for, and in the array `sanitized` what they are started through.
