@@ -599,7 +599,7 @@ private:
         if (SenseWrong() && verdict != Verdict::wrongSense && (Votes() || Given()->Told()))
             Note(std::string("The wheel turns ") + SenseText(*diagnosis.sense) + "; " + SenseTold() +
                  (Votes() ? "." : ", which the ring search does not use."));
-        if (Given() && ring.teeth && Given()->teeth != *ring.teeth)
+        if (Given() && ring.teeth && Given()->teeth != 0 && Given()->teeth != *ring.teeth)
             Note("The wheel has " + Plural(*ring.teeth, "tooth", "teeth") + "; the run was told " +
                  std::to_string(Given()->teeth) + '.');
         if (verdict != Verdict::otherMotion && OtherMotionFound())

@@ -3,6 +3,7 @@
 #include <run/Frames.h>
 
 #include <Telvane/Frames.h>
+#include <diagnosis/RunArguments.h>
 #include <report/Pictures.h>
 #include <tools/Files.h>
 
@@ -17,18 +18,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// What is wrong with a picture, and the line that makes a frame of one that is whole, by ImageMagick.
+std::string Refused(const std::string& name, const std::string& problem, const char* kind)
+{
+    if (problem.rfind("cut short", 0) == 0) return problem;
+    const std::string file = ShellWord(name);
+    return problem + "; to convert it: convert " + file +
+           " -colorspace Gray -gravity center -background black -extent 1280x960 " + kind + file;
+}
+
 std::string TakeFrame(const std::string& name, const std::string& own)
 {
     std::string bytes;
     MatByte frame;
     if (std::string problem = ReadWhole(name, bytes); !problem.empty()) return problem;
     if (fs::path(name).extension() == ".jpg") {
-        if (std::string problem = ReadJpegFrame(bytes, frameWidth, frameHeight, frame); !problem.empty())
-            return problem;
+        if (const std::string problem = ReadJpegFrame(bytes, frameWidth, frameHeight, frame);
+            !problem.empty())
+            return Refused(name, problem, "");
         return frame.WriteBMP(own.c_str()) == 0 ? "" : "cannot be copied into the run's folder";
     }
-    if (std::string problem = ReadFrame(bytes, frameWidth, frameHeight, frame); !problem.empty())
-        return problem;
+    if (const std::string problem = ReadFrame(bytes, frameWidth, frameHeight, frame); !problem.empty())
+        return Refused(name, problem, "-type Palette -compress none BMP3:");
     if (linkat(AT_FDCWD, name.c_str(), AT_FDCWD, own.c_str(), AT_SYMLINK_FOLLOW) == 0) return {};
     const std::string problem = WriteWhole(own, bytes);
     return problem.empty() ? "" : "cannot be copied into the run's folder: " + problem;

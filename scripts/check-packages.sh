@@ -65,7 +65,7 @@ holds() { # <package> <path>...: these files are in it
     done
 }
 
-programs=(Telvane wheelsim telvane-report)
+programs=(Telvane telvane-setup telvane-run wheelsim telvane-report)
 manual=("${programs[@]/#/usr/share/man/man1/}")
 contents=("${programs[@]/#/usr/bin/}" "${manual[@]/%/.1.gz}"
     "${programs[@]/#/usr/share/bash-completion/completions/}" usr/share/doc/telvane/{copyright,changelog.Debian.gz,README.md})

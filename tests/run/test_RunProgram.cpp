@@ -288,7 +288,8 @@ TEST(RunProgram, AFrameThatCannotBeTakenIsNamed)
     const std::string small = AsText(reference::BmpByte(WheelFrame(SmallWheel(), 0)));
     for (const auto& [name, bytes, line] : std::vector<Case>{
              {"img2.bmp", small, "there/img2.bmp: of 160 x 120 pixels, not 1280 x 960"},
-             {"img3.bmp", good.substr(0, 5000), "there/img3.bmp: cut short"},
+             {"img3.bmp", good.substr(0, 5000),
+              "there/img3.bmp: cut short: 1280 x 960 pixels need 1229878 bytes, there are 5000"},
              {"img2.bmp", "", "there/img2.bmp: not a BMP file"},
              {"img2.bmp", "GIF89a", "there/img2.bmp: not a BMP file"},
          }) {
@@ -297,7 +298,12 @@ TEST(RunProgram, AFrameThatCannotBeTakenIsNamed)
         folder.Write("there/" + name, bytes);
         const Finished run = RunWheel(folder, {"--frames", "there", "--json"});
         EXPECT_EQ(run.status, 4);
-        EXPECT_EQ(run.err.rfind("telvane-run: " + line, 0), 0u) << run.err;
+        const std::string conversion = "; to convert it: convert there/" + name +
+                                       " -colorspace Gray -gravity center -background black -extent 1280x960 "
+                                       "-type Palette -compress none BMP3:there/" +
+                                       name;
+        EXPECT_EQ(run.err,
+                  "telvane-run: " + line + (line.find("cut short") == line.npos ? conversion : "") + "\n");
         EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
         EXPECT_EQ(Json::parse(run.out)["verdict"], "failed");
         EXPECT_EQ(RunsIn(folder), Words{".telvane-run.lock"});
