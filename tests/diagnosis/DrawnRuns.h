@@ -12,6 +12,22 @@
 #include <sstream>
 #include <vector>
 
+/// A wheel in frames of a quarter of the size, which are quickly drawn.
+inline telvane::WheelScene Scene()
+{
+    telvane::WheelScene scene;
+    scene.width = 640;
+    scene.height = 480;
+    scene.centreX = 323.3;
+    scene.centreY = 238.6;
+    scene.innerR = 130;
+    scene.outerR = 160;
+    scene.teeth = 24;
+    scene.hubR = 30;
+    scene.degreesPerFrame = 0.6;
+    return scene;
+}
+
 inline CubByte DrawnFrames(const telvane::WheelScene& scene, int count)
 {
     CubByte frames(scene.width, scene.height, count);

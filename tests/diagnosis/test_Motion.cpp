@@ -9,18 +9,10 @@ using namespace telvane;
 
 namespace {
 
-WheelScene Scene()
+WheelScene Beside()
 {
-    WheelScene scene;
-    scene.width = 640;
-    scene.height = 480;
-    scene.centreX = 303.3;
-    scene.centreY = 238.6;
-    scene.innerR = 130;
-    scene.outerR = 160;
-    scene.teeth = 24;
-    scene.hubR = 30;
-    scene.degreesPerFrame = 0.6;
+    WheelScene scene = Scene();
+    scene.centreX = 303.3; // further to the left
     return scene;
 }
 
@@ -40,7 +32,7 @@ double Off(const Place& place, const WheelScene& scene)
 
 WheelScene WithDisc(double x, double y)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Beside();
     scene.disc.x = x;
     scene.disc.y = y;
     scene.disc.radius = 40;
@@ -53,7 +45,7 @@ WheelScene WithDisc(double x, double y)
 TEST(Motion, CentreAndSenseOfAWheelAreFound)
 {
     for (const double sign : {1, -1}) {
-        WheelScene scene = Scene();
+        WheelScene scene = Beside();
         scene.degreesPerFrame *= sign;
         const MotionSummary motion = Summarise(CellsOf(scene));
         ASSERT_TRUE(motion.turns);
@@ -65,7 +57,7 @@ TEST(Motion, CentreAndSenseOfAWheelAreFound)
 
 TEST(Motion, HalfAWheelIsEnough)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Beside();
     scene.centreX = 40;
     const MotionSummary motion = Summarise(CellsOf(scene));
     ASSERT_TRUE(motion.turns);
@@ -83,7 +75,7 @@ TEST(Motion, AnotherThingThatMovesDoesNotDrawTheCentreAway)
 
 TEST(Motion, TheFlowOfFramesIsTheProgramsOwn)
 {
-    const WheelScene scene = Scene();
+    const WheelScene scene = Beside();
     const CubByte frames = DrawnFrames(scene, 4);
     Geometry geometry;
     ASSERT_EQ(Measure(scene, geometry), "");
@@ -105,7 +97,7 @@ TEST(Motion, MotionElsewhereHasAShareAndAPlace)
 {
     const Place centre{303.3, 238.6};
     const Ring ring{130, 160};
-    EXPECT_LT(Elsewhere(CellsOf(Scene()), centre, ring, Sense::clockwise).share, 0.03);
+    EXPECT_LT(Elsewhere(CellsOf(Beside()), centre, ring, Sense::clockwise).share, 0.03);
     const MotionElsewhere beside = Elsewhere(CellsOf(WithDisc(530, 90)), centre, ring, Sense::clockwise);
     EXPECT_GT(beside.share, 0.2);
     EXPECT_NEAR(beside.where.x, 540, 20);
@@ -127,7 +119,7 @@ TEST(Motion, AThingThatMovesAloneDoesNotTurn)
     const StraightMotion straight = Straight(cells);
     EXPECT_GT(straight.share, 0.8);
     EXPECT_NEAR(straight.where.x, 306, 15);
-    EXPECT_LT(Straight(CellsOf(Scene())).share, 0.2);
+    EXPECT_LT(Straight(CellsOf(Beside())).share, 0.2);
 }
 
 TEST(Motion, WithoutMotionNothingTurns)

@@ -9,21 +9,6 @@ using namespace telvane;
 
 namespace {
 
-WheelScene Scene()
-{
-    WheelScene scene;
-    scene.width = 640;
-    scene.height = 480;
-    scene.centreX = 323.3;
-    scene.centreY = 238.6;
-    scene.innerR = 130;
-    scene.outerR = 160;
-    scene.teeth = 24;
-    scene.hubR = 30;
-    scene.degreesPerFrame = 0.6;
-    return scene;
-}
-
 std::vector<int> Times(int count)
 {
     std::vector<int> times;

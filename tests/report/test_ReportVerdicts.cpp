@@ -1,5 +1,6 @@
 // The page for every verdict, from drawn wheels: what a technician reads first, and what is drawn over the
 // frame.
+#include <tests/diagnosis/DrawnRuns.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/ReportPage.h>
 
@@ -23,21 +24,6 @@ using report_page::Shown;
 namespace {
 
 const int frameCount = 6;
-
-WheelScene Scene()
-{
-    WheelScene scene;
-    scene.width = 640;
-    scene.height = 480;
-    scene.centreX = 323.3;
-    scene.centreY = 238.6;
-    scene.innerR = 130;
-    scene.outerR = 160;
-    scene.teeth = 24;
-    scene.hubR = 30;
-    scene.degreesPerFrame = 0.6;
-    return scene;
-}
 
 /// What fits the scene.
 RunArguments Fitting(Method method = Method::votes)
