@@ -88,8 +88,10 @@ private:
 
         changes = ChangesOf(run.frames);
         quality = QualityOf(run.frames, changes);
-        MatShort u = run.u, v = run.v;
-        if (!IsFlow(u) || !IsFlow(v)) FlowOf(run.frames, times, u, v);
+        const bool given = IsFlow(run.u) && IsFlow(run.v);
+        MatShort madeU, madeV;
+        if (!given) FlowOf(run.frames, times, madeU, madeV);
+        const MatShort u = given ? run.u : madeU, v = given ? run.v : madeV;
         cells = MotionCells(u, v, masks);
         motion = Summarise(cells);
         if (quality.moving <= 0) return;

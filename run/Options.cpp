@@ -90,9 +90,10 @@ std::string Refused(const RunOption& option, const std::string& shown, bool tooL
 
 bool Within(const RunOption& option, const std::vector<int>& numbers)
 {
+    if (numbers.size() != option.numbers.size()) return false;
     for (std::size_t i = 0; i < numbers.size(); i++)
         if (numbers[i] < option.numbers[i].lowest || numbers[i] > option.numbers[i].highest) return false;
-    return numbers.size() == option.numbers.size();
+    return true;
 }
 
 std::string TooOften(const RunOption& option)

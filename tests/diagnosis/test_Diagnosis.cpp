@@ -82,8 +82,8 @@ TEST(Diagnosis, WithoutTheSumsOfTheFlowTheyAreMadeFromTheFrames)
 
 TEST(Diagnosis, SumsOfAnotherSizeAreMadeAnew)
 {
-    RunSeen run = RunOf(Scene(), Method::ring);
-    run.u = MatShort(20, 10);
+    const RunSeen whole = RunOf(Scene(), Method::ring);
+    const RunSeen run{whole.frames, whole.arguments, MatShort(20, 10), whole.v, whole.outcome, {}};
     EXPECT_EQ(Diagnose(run).verdict, Verdict::good);
 }
 

@@ -150,7 +150,9 @@ TEST(Capture, TheLastLineIsTheLastOneThatIsComplete)
     EXPECT_EQ(capture.LastLine(), "three");
     capture.Add("\n");
     EXPECT_EQ(capture.LastLine(), "");
-    capture.Add(std::string(200000, 'x') + "\nend\n");
+    std::string much(200000, 'x');
+    much += "\nend\n";
+    capture.Add(much);
     EXPECT_EQ(capture.LastLine(), "end");
 }
 
