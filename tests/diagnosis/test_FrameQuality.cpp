@@ -11,7 +11,7 @@ using namespace telvane;
 
 namespace {
 
-WheelScene Scene()
+WheelScene Filmed()
 {
     WheelScene scene;
     scene.width = 400;
@@ -38,7 +38,7 @@ FrameQuality QualityOf(const WheelScene& scene, int count = 6)
 TEST(FrameQuality, NoiseIsMeasuredBesideAWheelThatTurns)
 {
     for (const double noise : {0.7, 1.5, 6.0}) {
-        WheelScene scene = Scene();
+        WheelScene scene = Filmed();
         scene.noise = noise;
         EXPECT_NEAR(QualityOf(scene).noise, noise, 0.15 * noise) << noise;
     }
@@ -46,41 +46,41 @@ TEST(FrameQuality, NoiseIsMeasuredBesideAWheelThatTurns)
 
 TEST(FrameQuality, NothingMovesWhereAWheelStandsStill)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.degreesPerFrame = 0;
     for (const int count : {2, 6}) {
         EXPECT_EQ(QualityOf(scene, count).moving, 0) << count;
         scene.noise = 6;
     }
-    EXPECT_GT(QualityOf(Scene()).moving, 0.02);
+    EXPECT_GT(QualityOf(Filmed()).moving, 0.02);
 }
 
 TEST(FrameQuality, MotionByAFifthOfAPixelIsSeenInTwoFrames)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.degreesPerFrame = 0.11;
     EXPECT_GT(QualityOf(scene, 2).moving, 0.005);
 }
 
 TEST(FrameQuality, ARepeatedFrameIsNamed)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.repeated = {2, 4};
     EXPECT_EQ(QualityOf(scene).repeated, (std::vector<int>{2, 4}));
 }
 
 TEST(FrameQuality, AFrameIsRepeatedAlsoWhereOnlyItsNoiseIsNew)
 {
-    WheelScene other = Scene();
+    WheelScene other = Filmed();
     other.seed = 99;
-    CubByte frames = DrawnFrames(Scene(), 6);
+    CubByte frames = DrawnFrames(Filmed(), 6);
     RenderWheel(other, 2, &frames(0, 0, 3)); // once more what frame 2 shows
     EXPECT_EQ(QualityOf(frames).repeated, std::vector<int>{3});
 }
 
 TEST(FrameQuality, SlowMotionIsNoRepetition)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.degreesPerFrame = 0.11;
     EXPECT_TRUE(QualityOf(scene).repeated.empty());
     scene.noise = 6;
@@ -89,7 +89,7 @@ TEST(FrameQuality, SlowMotionIsNoRepetition)
 
 TEST(FrameQuality, FramesThatAreAllTheSameAreNotRepetitions)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.degreesPerFrame = 0;
     scene.noise = 0;
     const FrameQuality quality = QualityOf(scene);
@@ -99,22 +99,22 @@ TEST(FrameQuality, FramesThatAreAllTheSameAreNotRepetitions)
 
 TEST(FrameQuality, TheChangeOfTheLightIsMeasured)
 {
-    WheelScene scene = Scene();
+    WheelScene scene = Filmed();
     scene.flicker = 0.1;
     scene.flickerPeriod = 4; // 1, 1.1, 1, 0.9, 1, ...
     EXPECT_NEAR(QualityOf(scene).flicker, 0.1, 0.02);
-    EXPECT_LT(QualityOf(Scene()).flicker, 0.005);
+    EXPECT_LT(QualityOf(Filmed()).flicker, 0.005);
 }
 
 TEST(FrameQuality, OverexposedAndUnderexposedFramesAreTold)
 {
-    WheelScene bright = Scene(), dark = Scene();
+    WheelScene bright = Filmed(), dark = Filmed();
     bright.gain = 2;
     dark.gain = 0.2;
     EXPECT_GT(QualityOf(bright).clipped, 0.1);
-    EXPECT_EQ(QualityOf(Scene()).clipped, 0);
+    EXPECT_EQ(QualityOf(Filmed()).clipped, 0);
     EXPECT_LT(QualityOf(dark).bright, 50);
-    EXPECT_GT(QualityOf(Scene()).bright, 120);
+    EXPECT_GT(QualityOf(Filmed()).bright, 120);
     dark.gain = 0.02;
     EXPECT_GT(QualityOf(dark).dark, 0.9);
 }
