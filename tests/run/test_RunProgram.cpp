@@ -332,7 +332,11 @@ TEST(RunProgram, FramesThatAreNotThereAreNamed)
     EXPECT_EQ(line({"--frames", "two"}), "telvane-run: two/img3.bmp: Is a directory\n");
     fs::remove(folder / "two/img3.bmp");
     ASSERT_EQ(mkfifo((folder / "two/img3.bmp").c_str(), 0600), 0);
-    EXPECT_EQ(line({"--frames", "two"}), "telvane-run: two/img3.bmp: not a BMP file\n");
+    EXPECT_EQ(
+        line({"--frames", "two"}),
+        "telvane-run: two/img3.bmp: not a BMP file; to convert it: convert two/img3.bmp -colorspace Gray "
+        "-gravity center -background black -extent 1280x960 -type Palette -compress none "
+        "BMP3:two/img3.bmp\n");
 }
 
 } // namespace
