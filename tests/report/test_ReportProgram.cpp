@@ -584,10 +584,11 @@ TEST(Report, WhatIsNoRegularFileIsNotReplaced)
     EXPECT_EQ(run.err, Line("cannot write pipe: nobody reads from it"));
     EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
 
-    if (mknod((folder / "null").c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-        GTEST_SKIP() << "takes root's rights";
-    Report(folder, {"--out", "null"});
-    EXPECT_TRUE(fs::is_character_file(folder / "null"));
+    // Root alone can make one, and root alone could harm one; the test of WriteWhole has one for everybody.
+    if (mknod((folder / "null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
+        Report(folder, {"--out", "null"});
+        EXPECT_TRUE(fs::is_character_file(folder / "null"));
+    }
 }
 
 TEST(Report, TheSameRunGivesTheSameBytes)
