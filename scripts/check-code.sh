@@ -4,7 +4,7 @@
 # clang-tidy, which tells clang++'s own warnings as well, and cppcheck read the program, the library, the cameras and the
 # tools around them. clang-tidy reads each room as one file: the headers of the system, which take most of its time, then
 # come once. --all is for releases and takes five times as long: every file by itself with the analysis of its paths, and
-# of the tests the names. scripts/test.sh asan-clang compiles those with clang++; their macros stop cppcheck.
+# of the tests the names. The last line counts the files. scripts/test.sh asan-clang compiles those with clang++; their macros stop cppcheck.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -29,8 +29,8 @@ configure fuzz # built and run by fuzz.sh
 if [[ ${1:-} == --all ]]; then
     configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON \
         -DTELVANE_CAMERA=libcamera -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
-    cpp_files | grep '\.cpp$' | grep -v '^fuzz/' | sed "s|^|$PWD/|" | tidy "$folder" --checks='clang-diagnostic-*'
-    cpp_files | grep '^fuzz/.*\.cpp$' | sed "s|^|$PWD/|" | tidy build/fuzz --checks='clang-diagnostic-*'
+    cpp_files | grep -v '^fuzz/' | sed "s|^|$PWD/|" | tidy "$folder" --checks='clang-diagnostic-*'
+    cpp_files | grep '^fuzz/' | sed "s|^|$PWD/|" | tidy build/fuzz --checks='clang-diagnostic-*'
 else
     configure debug -B "$folder-rooms" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=OFF \
         -DTELVANE_CAMERA=libcamera -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0
@@ -53,6 +53,10 @@ cppcheck --quiet -j "$jobs" --std=c++20 --language=c++ --error-exitcode=1 --inli
     --template='{file}:{line}: {severity}: {message} [{id}]' \
     Kavrix Telvane camera simulator tools diagnosis marks report run setup examples
 echo "shellcheck"
-shellcheck --external-sources --source-path=SCRIPTDIR scripts/*.sh packaging/*.sh tests/packaging/*.sh .ci/run
+mapfile -t scripts < <(shell_scripts)
+shellcheck --external-sources --source-path=SCRIPTDIR "${scripts[@]}"
 
-echo "no findings"
+mapfile -t files < <(cpp_files)
+passed=$((${#files[@]} + ${#scripts[@]}))
+tell_count
+

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Checks that clang-format would change no C++ file; with --fix, changes those that it would.
+# Checks that clang-format would change no C++ file; with --fix, changes those that it would. The last line counts them.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -9,4 +9,5 @@ how=(--dry-run -Werror)
 [[ ${1:-} != --fix ]] || how=(-i)
 mapfile -t files < <(cpp_files)
 clang-format "${how[@]}" "${files[@]}"
-echo "${#files[@]} files are formatted"
+passed=${#files[@]}
+tell_count

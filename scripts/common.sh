@@ -107,8 +107,20 @@ renew_section() {
     cp "$3.page" "$1"
 }
 
-# The project's C++ files, wherever they lie; build folders and hidden ones are none of it.
+# own_files <test of find>...: the project's files, wherever they lie; build folders and git's are none of them.
+own_files() {
+    find . \( -path ./build -o -path ./.git \) -prune -o -type f "$@" -printf '%P\n' | sort
+}
+
+# The C++ files, by every suffix that compilers know.
 cpp_files() {
-    find . \( -path ./build -o -path './.*' \) -prune -o \
-        -type f \( -name '*.cpp' -o -name '*.h' \) -printf '%P\n' | sort
+    own_files -regextype posix-extended -regex '.*\.([ch](pp|xx|\+\+|c|h)?|[CH]|ipp|inl|tpp|ixx|cppm)'
+}
+
+# The shell scripts, by how they begin: those that are started, and those that say for which shell they are.
+shell_scripts() {
+    own_files -exec awk '
+        NR == 1 && /^#!.*\/(ba|da)?sh( |$)/ || /^# shellcheck shell=/ { yes = 1 }
+        NR == 3 { exit }
+        END { exit !yes }' {} \;
 }

@@ -2,7 +2,8 @@
 # Makes the reference pages of Kavrix: scripts/docs.sh
 #
 # Installs what is missing on Debian 12 (as root or through sudo) and builds the target docs in build/docs;
-# nothing is compiled. Exit status 0 when every public name is documented and Doxygen warned of nothing.
+# nothing is compiled. Exit status 0 when every public name is documented and Doxygen warned of nothing. The
+# last line counts the pages of classes.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -14,3 +15,5 @@ log=$(cmake -S . -B build/docs -DTELVANE_CAMERA=simulated -DTELVANE_TESTS=OFF 2>
 }
 cmake --build build/docs --target docs
 echo "The pages begin at $PWD/build/docs/docs/html/index.html"
+passed=$(find build/docs/docs/html -name 'class*.html' | wc -l)
+tell_count
