@@ -1,6 +1,8 @@
-"""What Doxygen reads of a header: families.py <header>
+"""What Doxygen reads of a file: families.py <header or page>
 
-Each class of a family, such as MatByte, is shown with the constructors that it takes over from its template, under its
+A page gets a name, by which others refer to it: Doxygen follows no path with blanks.
+
+Of a header, each class of a family, such as MatByte, is shown with the constructors that it takes over from its template, under its
 own name, and with the class of its elements as a base, which Doxygen does not find behind `typename`.
 """
 
@@ -35,7 +37,12 @@ def inherited(match):
     return f"{match[0].split(' {')[0]}, public {element} {{\npublic:\n{own_constructors}"
 
 
-header = pathlib.Path(sys.argv[1])
-TEMPLATES = (header.parent / "KXarray.h").read_text(encoding="utf-8") if header.suffix == ".h" else ""
-print(re.sub(r"class KAVRIX_EXPORT (Vec|Mat|Cub)(Byte|Short|Int|Float) : .*? \{\npublic:\n    using \1::\1;\n", inherited,
-             header.read_text(encoding="utf-8")), end="")
+file = pathlib.Path(sys.argv[1])
+text = file.read_text(encoding="utf-8")
+if file.suffix == ".md":
+    text = re.sub(r"\A(# .*)", rf"\1 {{#{file.stem}}}", text)
+    print(re.sub(r"\]\((\w+)\.md\)", r"](@ref \1)", text), end="")
+else:
+    TEMPLATES = (file.parent / "KXarray.h").read_text(encoding="utf-8")
+    print(re.sub(r"class KAVRIX_EXPORT (Vec|Mat|Cub)(Byte|Short|Int|Float) : .*? \{\npublic:\n    using \1::\1;\n",
+                 inherited, text), end="")

@@ -36,8 +36,9 @@ FindPackage)
 PkgConfig)
     enter pkgconfig
     export PKG_CONFIG_PATH="$prefix/$LIBDIR/pkgconfig"
-    # shellcheck disable=SC2046,SC2086 # these are lists of words
-    "$CXX" -std=c++20 $CXXFLAGS "$here/consumer/consumer.cpp" $("$PKG_CONFIG" --cflags --libs Kavrix) -o consumer
+    # The options are words for a shell, with what blanks there are in the path escaped.
+    options=$("$PKG_CONFIG" --cflags --libs Kavrix)
+    eval "\"\$CXX\" -std=c++20 $CXXFLAGS \"\$here/consumer/consumer.cpp\" $options -o consumer"
     LD_LIBRARY_PATH="$prefix/$LIBDIR" "$@" ./consumer
     ;;
 Programs)
@@ -46,7 +47,7 @@ Programs)
     "$@" "$prefix/bin/wheelsim" --out . --count 4 | tee scene.txt
     # wheelsim tells the command line that fits its frames.
     # shellcheck disable=SC2046
-    "$@" "$prefix/bin/"$(sed -n 's/^RING=//p' scene.txt) | tee result.txt
+    "$@" "$prefix/bin/Telvane" $(sed -n 's/^RING=Telvane //p' scene.txt) | tee result.txt
     grep -qx 'RESULT=0' result.txt
     "$@" "$prefix/bin/telvane-report"
     grep -q 'data:image/jpeg' report.html
@@ -64,11 +65,10 @@ Units)
     fi
     enter units
     DESTDIR=$PWD/root "$CMAKE" --install "$BUILD" --component telvane >/dev/null
-    units=$(find root -name '*.service' -o -name '*.timer')
-    test "$(echo "$units" | wc -l)" -eq 2
+    find root -name '*.service' -o -name '*.timer' | sed 's|.*/||' >units.txt
+    test "$(wc -l <units.txt)" -eq 2
     # It finds fault by words, not always by its status.
-    # shellcheck disable=SC2046 # a list of words
-    systemd-analyze verify --root="$PWD/root" --man=no --recursive-errors=no $(basename -a $units) >said.txt 2>&1
+    xargs systemd-analyze verify --root="$PWD/root" --man=no --recursive-errors=no <units.txt >said.txt 2>&1
     cat said.txt
     test ! -s said.txt
     ;;
