@@ -5,6 +5,7 @@
 
 #define TOML_EXCEPTIONS 0
 #define TOML_HEADER_ONLY 1
+#include <nlohmann/json.hpp>
 #include <toml++/toml.h>
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 
 #include <tools/Files.h>
 
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 #include <filesystem>
 

@@ -5,7 +5,7 @@
 #include <diagnosis/Diagnosis.h>
 #include <run/Options.h>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <string>

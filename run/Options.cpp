@@ -4,6 +4,8 @@
 #include <Telvane/Frames.h>
 #include <tools/Numbers.h>
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstdint>
 #include <string_view>

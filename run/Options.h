@@ -5,7 +5,7 @@
 
 #include <diagnosis/RunArguments.h>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstddef>
 #include <map>

@@ -14,6 +14,8 @@
 #include <tools/Files.h>
 #include <tools/Text.h>
 
+#include <nlohmann/json.hpp>
+
 #include <cerrno>
 #include <chrono>
 #include <cmath>

@@ -4,6 +4,8 @@
 
 #include <Telvane/Frames.h>
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cmath>

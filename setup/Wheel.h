@@ -5,7 +5,7 @@
 #include <run/Options.h>
 #include <setup/Figures.h>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <string>

@@ -4,6 +4,7 @@
 #include <tests/support/ProgramRuns.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 

@@ -5,6 +5,7 @@
 #include <tests/support/ProgramRuns.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <cstdio>
