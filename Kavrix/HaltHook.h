@@ -11,7 +11,8 @@ namespace kavrix {
 /// that `error` was given
 using HaltHook = void (*)(int errorCode, const char* message);
 
-/// From now on the fail-stop calls this hook; null, as at the start: none.
+/// From now on the fail-stop calls this hook; null, as at the start: none. With a hook, libjpeg does not end
+/// the process either where a picture cannot be written: see jpegwrite.h.
 KAVRIX_EXPORT void SetHaltHook(HaltHook hook);
 
 } // namespace kavrix

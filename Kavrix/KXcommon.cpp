@@ -2,6 +2,7 @@
 #include <Kavrix/KXcommon.h>
 
 #include <Kavrix/HaltHook.h>
+#include <Kavrix/inner/HaltHook.h>
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/Resize.h>
@@ -74,6 +75,8 @@ kavrix::HaltHook haltHook = nullptr;
 } // namespace
 
 void kavrix::SetHaltHook(HaltHook hook) { haltHook = hook; }
+
+bool kavrix::inner::HasHaltHook() { return haltHook != nullptr; }
 
 void error(int errorCode, const char* message)
 {

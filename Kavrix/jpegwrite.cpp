@@ -1,9 +1,11 @@
 // Writing of grey and colour JPEG files.
 #include <Kavrix/jpegwrite.h>
 
+#include <Kavrix/inner/HaltHook.h>
 #include <Kavrix/inner/imagefile.h>
 
 #include <algorithm>
+#include <csetjmp>
 #include <cstring>
 
 #include <jpeglib.h>
@@ -12,17 +14,36 @@ using namespace kavrix::inner;
 
 namespace {
 
+// libjpeg leaves an operation at its first error and comes back here.
+struct JpegErrors {
+    jpeg_error_mgr manager; // the first member: libjpeg knows this one
+    std::jmp_buf back;
+};
+
+[[noreturn]] void LeaveJpeg(j_common_ptr info)
+{
+    std::longjmp(reinterpret_cast<JpegErrors*>(info->err)->back, 1);
+}
+
 // One picture of a's width and height. rowOf(y) gives the samples of row y.
 template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int components, J_COLOR_SPACE space,
                                     int quality, RowOf rowOf)
 {
     if (outfile == nullptr) return imageNotOpened;
     // libjpeg's standard error manager ends the process at its first error, so nothing arrives here; only an
-    // error manager that throws, linked in its place, would.
+    // error manager that throws, linked in its place, would. A program with a halt hook is not ended.
     try {
         jpeg_compress_struct cinfo;
-        jpeg_error_mgr errors;
-        cinfo.err = jpeg_std_error(&errors);
+        JpegErrors errors;
+        cinfo.err = jpeg_std_error(&errors.manager);
+        if (HasHaltHook()) {
+            errors.manager.error_exit = LeaveJpeg;
+            if (setjmp(errors.back) != 0) { // NOLINT(cert-err52-cpp): libjpeg's own way out of an error
+                jpeg_destroy_compress(&cinfo);
+                std::fflush(outfile);
+                return imageNotWritten;
+            }
+        }
         jpeg_create_compress(&cinfo);
         jpeg_stdio_dest(&cinfo, outfile);
         cinfo.image_width = static_cast<JDIMENSION>(a.dim1);

@@ -3,6 +3,7 @@
 #include <tests/support/Decoded.h>
 #include <tests/support/Pictures.h>
 
+#include <Kavrix/HaltHook.h>
 #include <tests/reference/Jpeg.h>
 
 #include <gtest/gtest.h>
@@ -287,6 +288,21 @@ TEST(jpegwrite, AFullDeviceEndsTheProcess)
     ExpectProcessEnds([&] { ArrayOf(large).WriteJPG("/dev/full", 85); }, full);
     ExpectProcessEnds([&] { ArrayOf(Soft(4, 4)).WriteJPG("/dev/full", 85); }, full);
     ExpectProcessEnds([&] { ArrayOf(NoiseSequence(random, 60, 60, 3)).WriteJPG("/dev/full", 85); }, full);
+}
+
+TEST(jpegwrite, AProgramWithAHaltHookIsNotEnded)
+{
+    // In a child, which a call that ends the process ends; the hook itself has no part in it.
+    const FailStop end = RunUntilHalt([] {
+        kavrix::SetHaltHook([](int, const char*) { std::fputs("hook\n", stderr); });
+        const MatByte grey = ArrayOf(Soft(4, 4)), wide = ArrayOf(Bytes(65501, 1));
+        std::fprintf(stderr, "%d ", grey.WriteJPG("/dev/full", 85));
+        std::fprintf(stderr, "%d ", wide.WriteJPG("/dev/null", 85));
+        std::fprintf(stderr, "%d ", grey(RNG(0, 3, 2), RNG::All()).WriteJPG("/dev/null", 85)); // no row
+        std::fprintf(stderr, "%d\n", grey.WriteJPG("/dev/null", 85));
+    });
+    EXPECT_EQ(end.state, "exited with 0");
+    EXPECT_EQ(end.err, "5 5 5 0\n");
 }
 
 TEST(jpegwrite, APictureTooLargeForTheFormatEndsTheProcess)
