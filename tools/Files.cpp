@@ -1,17 +1,23 @@
 // Whole files, by the system's calls: they alone tell what went wrong.
 #include <tools/Files.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,19 +48,30 @@ private:
     int file;
 };
 
-/// Puts off the signals that end a program from outside, so that none leaves a temporary file behind.
+/// Puts off the signals that end a program, so that none leaves a temporary file behind. Writing beyond a
+/// limit is an error like others.
 class SignalsPutOff {
 public:
     SignalsPutOff()
     {
         sigset_t ending;
-        sigemptyset(&ending);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&ending, signal);
+        sigfillset(&ending);
+        for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP})
+            sigdelset(&ending, fault); // they do not wait
         pthread_sigmask(SIG_BLOCK, &ending, &before);
     }
     SignalsPutOff(const SignalsPutOff&) = delete;
     SignalsPutOff& operator=(const SignalsPutOff&) = delete;
-    ~SignalsPutOff() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    ~SignalsPutOff()
+    {
+        sigset_t ours;
+        sigemptyset(&ours);
+        sigaddset(&ours, SIGXFSZ);
+        const timespec atOnce{};
+        while (sigismember(&before, SIGXFSZ) == 0 && sigtimedwait(&ours, nullptr, &atOnce) == SIGXFSZ) {
+        }
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
 
 private:
     sigset_t before;
@@ -95,7 +112,9 @@ std::string FollowLinks(std::string& name)
     return Reason();
 }
 
-/// What temporary files for this name begin with; six letters follow.
+const std::size_t letters = 6; // at the end of temporary names
+
+/// What temporary files for this name begin with; so many letters follow.
 std::string TemporaryPrefix(const std::string& name)
 {
     const std::size_t longest = 200; // bytes of the name: what is put around them must fit too
@@ -110,7 +129,7 @@ void RemoveAbandoned(const std::string& name)
     if (entries == nullptr) return;
     while (const dirent* const entry = readdir(entries)) {
         const std::string_view here = entry->d_name;
-        if (here.size() != prefix.size() + 6 || here.substr(0, prefix.size()) != prefix) continue;
+        if (here.size() != prefix.size() + letters || here.substr(0, prefix.size()) != prefix) continue;
         const std::string abandoned = folder + entry->d_name;
         const OpenFile file(open(abandoned.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
         if (file.Get() >= 0 && flock(file.Get(), LOCK_EX | LOCK_NB) == 0) unlink(abandoned.c_str());
@@ -121,10 +140,15 @@ void RemoveAbandoned(const std::string& name)
 /// Makes a temporary file and takes its lock. \param name  becomes its name
 int OpenTemporary(std::string& name)
 {
-    const std::string pattern = FolderOf(name) + TemporaryPrefix(name) + "XXXXXX";
+    const std::string prefix = FolderOf(name) + TemporaryPrefix(name);
     for (;;) {
-        name = pattern;
-        const int file = mkostemp(name.data(), O_CLOEXEC);
+        std::array<unsigned char, letters> random{};
+        if (getrandom(random.data(), random.size(), 0) < 0) return -1;
+        name = prefix;
+        for (const unsigned char r : random) name += static_cast<char>('a' + r % 26);
+        // Not by mkstemp, which gives rights that would have to be changed: there are disks that know none.
+        const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (file < 0 && errno == EEXIST) continue;
         if (file < 0) return file;
         flock(file, LOCK_EX);
         // Before it was locked, another writer may have taken it for an abandoned one.
@@ -141,11 +165,9 @@ std::string Replace(const std::string& name, const std::string& bytes)
     std::string temporary = name;
     OpenFile file(OpenTemporary(temporary));
     if (file.Get() < 0) return Reason();
-    const mode_t hidden = umask(0); // asking for it means setting it
-    umask(hidden);
     // The name must not come before the bytes. The lock goes with the file: it is closed last.
-    const bool written = fchmod(file.Get(), 0666 & ~hidden) == 0 && WriteAll(file.Get(), bytes) &&
-                         fsync(file.Get()) == 0 && rename(temporary.c_str(), name.c_str()) == 0;
+    const bool written =
+        WriteAll(file.Get(), bytes) && fsync(file.Get()) == 0 && rename(temporary.c_str(), name.c_str()) == 0;
     if (written) return {};
     std::string problem = Reason();
     unlink(temporary.c_str());
@@ -195,12 +217,28 @@ std::string ReadWhole(const std::string& name, std::string& bytes)
 
 std::string WriteWhole(const std::string& name, const std::string& bytes)
 {
+    struct stat status;
+    const bool there = stat(name.c_str(), &status) == 0;
+    if (there && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode))) return WriteInto(name, bytes);
+    if (there && !S_ISREG(status.st_mode))
+        return S_ISDIR(status.st_mode) ? "Is a directory" : "not a regular file";
     std::string place = name;
     if (std::string problem = FollowLinks(place); !problem.empty()) return problem;
-    struct stat status;
-    if (stat(place.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return Replace(place, bytes);
-    if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) return WriteInto(place, bytes);
-    return S_ISDIR(status.st_mode) ? "Is a directory" : "not a regular file";
+    // Links as /proc/self/fd/1 may lead to a file that has no name any more.
+    return there && access(place.c_str(), F_OK) != 0 ? "not a regular file" : Replace(place, bytes);
+}
+
+std::string BytesOf(const std::function<int(std::FILE*)>& write)
+{
+    char* memory = nullptr;
+    std::size_t size = 0;
+    std::FILE* const stream = open_memstream(&memory, &size);
+    if (stream == nullptr) kavrix::inner::NotEnoughMemory();
+    const bool written = write(stream) == 0;
+    const bool closed = std::fclose(stream) == 0;
+    const std::unique_ptr<char, void (*)(void*)> owner(memory, std::free);
+    if (!written || !closed) kavrix::inner::NotEnoughMemory(); // nothing else can go wrong
+    return {memory, size};
 }
 
 bool SameFile(const std::string& a, const std::string& b)

@@ -8,14 +8,17 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
+#include <sys/un.h>
 
 using namespace telvane;
 
@@ -171,6 +174,63 @@ TEST(Files, ADeviceIsWrittenIntoAndStaysOne)
     close(terminal);
 }
 
+TEST(Files, TheOpenPipeThatANameOfTheSystemStandsForIsWrittenInto)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    // As /dev/stdout is: a link whose text is no path.
+    EXPECT_EQ(WriteWhole("/proc/self/fd/" + std::to_string(ends[1]), "bytes"), "");
+    char read[16] = {};
+    EXPECT_EQ(::read(ends[0], read, sizeof read), 5);
+    EXPECT_STREQ(read, "bytes");
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(Files, AnOpenFileThatHasNoNameAnyMoreIsRefused)
+{
+    TemporaryFolder folder;
+    folder.Write("file", "x");
+    const int file = open((folder / "file").c_str(), O_RDWR);
+    ASSERT_GE(file, 0);
+    fs::remove(folder / "file");
+    EXPECT_EQ(WriteWhole("/proc/self/fd/" + std::to_string(file), "bytes"), "not a regular file");
+    EXPECT_EQ(Entries(folder), 0);
+    close(file);
+}
+
+TEST(Files, ASocketIsRefusedAndStaysOne)
+{
+    TemporaryFolder folder;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT((folder / "s").size(), sizeof address.sun_path);
+    std::strcpy(address.sun_path, (folder / "s").c_str());
+    const int made = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(WriteWhole(folder / "s", "x"), "not a regular file");
+    EXPECT_TRUE(fs::is_socket(folder / "s"));
+    EXPECT_EQ(Entries(folder), 1);
+    close(made);
+}
+
+TEST(Files, WritingBeyondALimitEndsNobody)
+{
+    // The signal of the limit would end the program; whoever has it blocked or handled has it as before.
+    TemporaryFolder folder;
+    folder.Write("file", "the old one");
+    const FailStop stop = RunUntilHalt([&folder] {
+        const rlimit limit{1000, 1000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const std::string problem = WriteWhole(folder / "file", std::string(5000, 'x'));
+        std::fprintf(stderr, "%s\n", problem.c_str());
+    });
+    EXPECT_EQ(stop.state, "exited with 0");
+    EXPECT_EQ(stop.err, "File too large\n");
+    EXPECT_EQ(folder.Read("file"), "the old one");
+    EXPECT_EQ(Entries(folder), 1);
+}
+
 TEST(Files, LongNamesAreWritten)
 {
     TemporaryFolder folder;
@@ -203,8 +263,8 @@ TEST(Files, WhatAKilledWriterLeftGoesWithTheNextOne)
 TEST(Files, AWriterThatIsEndedLeavesAWholeFileAndNothingElse)
 {
     const std::string versions[] = {std::string(700000, 'a'), std::string(900000, 'b')};
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGKILL})
-        for (int after = 0; after < 12; after++) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGALRM, SIGUSR1, SIGKILL})
+        for (int after = 0; after < 8; after++) {
             TemporaryFolder folder;
             folder.Write("file", versions[0]);
             const pid_t child = fork();
