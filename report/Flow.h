@@ -26,7 +26,7 @@ Canvas FlowPicture(const MatShort& u, const MatShort& v);
 MatByte StrengthPicture(const MatShort& u, const MatShort& v);
 
 /// A wheel of the colours with the directions in words, an element <svg> of a page: on its rim the strongest
-/// motion, in its middle none. Empty when there is not enough memory.
+/// motion, in its middle none.
 std::string FlowWheel();
 
 } // namespace telvane

@@ -106,7 +106,9 @@ void NeedFolder(const std::string& name)
 /// \return 0, or 1 after a message
 int WritePage(const Job& job, const Report& report)
 {
-    for (const std::string& input : report.inputs) {
+    std::vector<std::string> inputs = report.inputs;
+    inputs.push_back(RunFolder(job.options.folder, "").Path(runDocumentName));
+    for (const std::string& input : inputs) {
         if (!SameFile(job.out, input)) continue;
         Complain(tool, "cannot write " + job.out + ": it is a file of the run, " + input);
         return 1;
@@ -157,4 +159,6 @@ int Run(int argc, char** argv)
 
 } // namespace telvane
 
-int main(int argc, char** argv) { return telvane::RunTool(telvane::tool, telvane::Run, argc, argv); }
+[[gnu::init_priority(101)]] const telvane::Tool program(telvane::tool);
+
+int main(int argc, char** argv) { return program.Run(telvane::Run, argc, argv); }

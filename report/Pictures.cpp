@@ -1,12 +1,13 @@
 // BMP files of frames and of 16-bit pictures, and JPEG files.
 #include <report/Pictures.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/bmpformat.h>
+#include <tools/Files.h>
 
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 
 #include <jpeglib.h>
 
@@ -109,8 +110,9 @@ std::string ReadFrame(const std::string& file, int width, int height, MatByte& f
     if (std::string problem = CheckLength(file, h, static_cast<std::uint64_t>(h.width)); !problem.empty())
         return problem;
     std::FILE* const stream = fmemopen(const_cast<char*>(file.data()), file.size(), "rb");
-    const bool loaded = stream != nullptr && frame.ReadBMP(stream) == 0;
-    if (stream != nullptr) std::fclose(stream);
+    if (stream == nullptr) NotEnoughMemory();
+    const bool loaded = frame.ReadBMP(stream) == 0;
+    std::fclose(stream);
     return loaded ? "" : "a BMP file that does not load";
 }
 
@@ -148,21 +150,13 @@ std::string ReadJpegFrame(const std::string& file, int width, int height, MatByt
     jpeg_destroy_decompress(&info);
     if (seenWidth != width || seenHeight != height) return OtherSize(seenWidth, seenHeight, width, height);
     if (whole) return {};
-    return withoutMemory ? "not enough memory to read it" : "a JPEG file that is damaged or cut short";
+    if (withoutMemory) NotEnoughMemory();
+    return "a JPEG file that is damaged or cut short";
 }
 
 std::string GreyJpeg(const MatByte& picture)
 {
-    char* memory = nullptr;
-    std::size_t size = 0;
-    std::FILE* const stream = open_memstream(&memory, &size);
-    if (stream == nullptr) return {};
-    const bool written = picture.WriteJPG(stream, 85) == 0;
-    const bool closed = std::fclose(stream) == 0;
-    std::string bytes;
-    if (written && closed) bytes.assign(memory, size);
-    std::free(memory);
-    return bytes;
+    return BytesOf([&picture](std::FILE* stream) { return picture.WriteJPG(stream, 85); });
 }
 
 } // namespace telvane

@@ -1,5 +1,6 @@
 // The picture files of a run: what telvane-report reads of each kind, and what it says where a file is
-// another. Every reader takes the bytes of a whole file and returns nothing, or what is wrong with them.
+// another. Every reader takes the bytes of a whole file and returns nothing, or what is wrong with them. Want
+// of memory is nothing that is wrong with a file: it meets the fail-stop.
 #ifndef REPORT_PICTURES_H
 #define REPORT_PICTURES_H
 
@@ -24,7 +25,7 @@ std::string ReadFrame(const std::string& file, int width, int height, MatByte& f
 /// \param frame  may be partly filled where the file is refused
 std::string ReadJpegFrame(const std::string& file, int width, int height, MatByte& frame);
 
-/// A grey picture as the bytes of a JPEG file; empty when there is no memory for it.
+/// A grey picture as the bytes of a JPEG file.
 std::string GreyJpeg(const MatByte& picture);
 
 } // namespace telvane

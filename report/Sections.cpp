@@ -106,22 +106,6 @@ Picture GreyPicture(const MatByte& picture)
     return {"image/jpeg", GreyJpeg(picture), picture.dim1, picture.dim2};
 }
 
-void Show(Page& page, const Picture& picture, const std::string& alternative, const std::string& caption)
-{
-    if (picture.bytes.empty()) {
-        page.Note("bad", alternative + " cannot be shown: not enough memory.");
-        return;
-    }
-    page.Figure(picture, alternative, caption);
-}
-
-/// \param svg  an element of the page; empty where there was not enough memory for it
-void Show(Page& page, const std::string& svg, const std::string& what, const std::string& caption)
-{
-    if (svg.empty()) page.Note("bad", what + " cannot be shown: not enough memory.");
-    else page.Drawing(svg, Escaped(caption));
-}
-
 void NotShown(Page& page, const std::vector<std::string>& problems)
 {
     for (const std::string& line : problems) page.Note("fair", "Not shown: " + line + ".");
@@ -153,10 +137,6 @@ void AddDrawing(Page& page, const Judged& run)
         const MatByte& frame = run.files.frames[i];
         if (frame.dim1 == 0) continue;
         const Picture picture = GreyPicture(frame);
-        if (picture.bytes.empty()) {
-            page.Note("bad", "The frame cannot be shown: not enough memory.");
-            return;
-        }
         const MarkedPicture marked = {picture.width, picture.height, DataUri(picture),
                                       i == 0 ? "The first frame with what was found"
                                              : "Frame " + std::to_string(i + 1) + " with what was found",
@@ -294,16 +274,17 @@ void AddVotes(Page& page, const Judged& run, const Problems& problems, int apart
     const Summits summits = FindSummits(votes, apart);
     if (summits.peak.votes < 1) page.Note("bad", "Nobody voted: there is no peak.");
     else AddClearness(page, summits, apart);
-    Show(page, VoteDrawing(votes, summits), "Heat map of the votes",
-         "Every strongly moving pixel votes for the point that lies at the wheel's mean radius across its "
-         "motion. Where the votes of the whole ring meet there is one small bright spot.");
+    page.Drawing(
+        VoteDrawing(votes, summits),
+        "Every strongly moving pixel votes for the point that lies at the wheel's mean radius across its "
+        "motion. Where the votes of the whole ring meet there is one small bright spot.");
     page.BeginRow();
     if (summits.peak.votes > 0)
-        Show(page, PeakDrawing(votes, summits.peak, 40), "The peak, enlarged",
-             "The surroundings of the peak, 81 x 81 pixels, enlarged. A round spot of about the width of the "
-             "tooth ring is good.");
-    Show(page, HeatScale(MostVotes(votes)), "Scale of the heat map",
-         "The colours of the votes, from none to the most.");
+        page.Drawing(
+            PeakDrawing(votes, summits.peak, 40),
+            "The surroundings of the peak, 81 x 81 pixels, enlarged. A round spot of about the width of the "
+            "tooth ring is good.");
+    page.Drawing(HeatScale(MostVotes(votes)), "The colours of the votes, from none to the most.");
     page.EndRow();
 }
 
@@ -317,14 +298,15 @@ void AddMotion(Page& page, const Judged& run, const Problems& problems)
     const double strongest = StrongestFlow(run.u, run.v);
     if (!(strongest > 0)) page.Note("bad", "Nothing moves: the flow is 0 everywhere.");
     if (run.flowMade) page.Paragraph("Made here from the frames.");
-    Show(page, Png(FlowPicture(run.u, run.v)), "Direction and strength of the motion in colours",
-         "The colour is where the picture moves to, the brightness how strongly. Round a turning wheel all "
-         "colours follow each other once.");
+    page.Figure(
+        Png(FlowPicture(run.u, run.v)), "Direction and strength of the motion in colours",
+        "The colour is where the picture moves to, the brightness how strongly. Round a turning wheel all "
+        "colours follow each other once.");
     page.BeginRow();
-    Show(page, FlowWheel(), "Wheel of colours", "The direction of the motion, from the middle outwards.");
-    Show(page, GreyPicture(StrengthPicture(run.u, run.v)), "Strength of the motion in grey",
-         "The strength alone: black none, white the strongest, " + RoundedText(strongest, 1) +
-             " units of the files. Bright places off the ring of teeth move too.");
+    page.Drawing(FlowWheel(), "The direction of the motion, from the middle outwards.");
+    page.Figure(GreyPicture(StrengthPicture(run.u, run.v)), "Strength of the motion in grey",
+                "The strength alone: black none, white the strongest, " + RoundedText(strongest, 1) +
+                    " units of the files. Bright places off the ring of teeth move too.");
     page.EndRow();
 }
 
@@ -337,8 +319,8 @@ void AddFrames(Page& page, const Judged& run, const Problems& problems)
     const auto add = [&](std::size_t i, const std::string& which, const std::string& rest) {
         const std::string name = std::filesystem::path(files.frameNames[i]).filename().string();
         if (files.frames[i].dim1 > 0)
-            Show(page, GreyPicture(files.frames[i]), "The " + which + " frame",
-                 "The " + which + " frame, " + name + rest);
+            page.Figure(GreyPicture(files.frames[i]), "The " + which + " frame",
+                        "The " + which + " frame, " + name + rest);
     };
     if (!files.frames.empty()) add(0, "first", ". The ring must be sharp and evenly lit.");
     if (files.frames.size() > 1)

@@ -36,8 +36,8 @@ Colour HeatColour(double share);
 /// The votes in these colours.
 Canvas VotePicture(const MatShort& votes);
 
-// Elements <svg> of a page, with lines and words that are sharp at every size; empty when there is not enough
-// memory. Marks are groups of the classes "peak" and "next-best".
+// Elements <svg> of a page, with lines and words that are sharp at every size. Marks are groups of the
+// classes "peak" and "next-best".
 
 /// The votes in their colours, with the summits ringed and named.
 std::string VoteDrawing(const MatShort& votes, const Summits& summits);

@@ -26,7 +26,6 @@ int Main(int argc, char** argv)
 
 } // namespace
 
-int main(int argc, char** argv)
-{
-    return telvane::RunTool("telvane-run", Main, argc, argv, telvane::failedRun);
-}
+[[gnu::init_priority(101)]] const telvane::Tool program("telvane-run", telvane::failedRun);
+
+int main(int argc, char** argv) { return program.Run(Main, argc, argv); }

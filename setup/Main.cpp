@@ -210,4 +210,6 @@ int Main(int argc, char** argv)
 
 } // namespace telvane
 
-int main(int argc, char** argv) { return telvane::RunTool(telvane::tool, telvane::Main, argc, argv); }
+[[gnu::init_priority(101)]] const telvane::Tool program(telvane::tool);
+
+int main(int argc, char** argv) { return program.Run(telvane::Main, argc, argv); }

@@ -3,11 +3,11 @@
 
 #include <Kavrix/Kavrix.h>
 #include <report/Flow.h>
+#include <tools/Files.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <numbers>
 
 namespace telvane {
@@ -53,16 +53,9 @@ std::string MotionJpeg(const MatByte& first, const MatByte& second)
             samples(3 * x + 1, y, 0) = Laid(grey, colour.green);
             samples(3 * x + 2, y, 0) = Laid(grey, colour.blue);
         }
-    char* memory = nullptr;
-    std::size_t size = 0;
-    std::FILE* const stream = open_memstream(&memory, &size);
-    if (stream == nullptr) return {};
-    const bool written = samples(RNG(0, width - 1), RNG::All(), RNG::All()).WriteJPG(stream, 85) == 0;
-    const bool closed = std::fclose(stream) == 0;
-    std::string bytes;
-    if (written && closed) bytes.assign(memory, size);
-    std::free(memory);
-    return bytes;
+    return BytesOf([&](std::FILE* stream) {
+        return samples(RNG(0, width - 1), RNG::All(), RNG::All()).WriteJPG(stream, 85);
+    });
 }
 
 } // namespace telvane

@@ -10,8 +10,7 @@ namespace telvane {
 
 /// The second of two pictures that follow each other, darkened and half as large, and over it the motion
 /// between them in the colours of the report; full colours stand for a quarter of a pixel and more, so that
-/// noise on a still picture stays dark. \return the bytes of a JPEG file; empty when there is no memory for
-/// it
+/// noise on a still picture stays dark. \return the bytes of a JPEG file
 std::string MotionJpeg(const MatByte& first, const MatByte& second);
 
 } // namespace telvane

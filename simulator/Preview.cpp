@@ -64,12 +64,10 @@ std::string Preview(const WheelScene& scene, int frame, const Geometry& geometry
 {
     MatByte grey(scene.width, scene.height);
     RenderWheel(scene, frame, &grey(0, 0));
-    const std::string png = GreyPng(grey);
-    if (png.empty()) return {};
     MarkedPicture picture;
     picture.width = scene.width;
     picture.height = scene.height;
-    picture.href = "data:image/png;base64," + Base64(png);
+    picture.href = "data:image/png;base64," + Base64(GreyPng(grey));
     picture.title = "The arguments of Telvane, drawn over a frame";
     picture.description =
         "A toothed wheel with its centre, both radii, every tooth, the output region with its "

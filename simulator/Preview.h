@@ -12,7 +12,7 @@ namespace telvane {
 /// Draws one camera frame and marks the centre, the radii, every tooth, the region with its measures, the
 /// sense of rotation, the directions of angles and the mask, where the lens shows them. Words stand in the
 /// picture, named as Telvane's arguments are, and below it what they mean.
-/// \return an SVG file; empty when there is not enough memory for it
+/// \return an SVG file
 std::string Preview(const WheelScene& scene, int frame, const Geometry& geometry);
 
 } // namespace telvane

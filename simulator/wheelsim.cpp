@@ -8,6 +8,7 @@
 #include <tools/CommandLine.h>
 #include <tools/Files.h>
 #include <tools/Numbers.h>
+#include <tools/Text.h>
 
 #include <cmath>
 #include <cstdio>
@@ -19,6 +20,8 @@
 namespace telvane {
 
 namespace {
+
+const char tool[] = "wheelsim";
 
 void Append(std::string& text, std::initializer_list<int> numbers)
 {
@@ -34,6 +37,14 @@ std::string PlaceText(const WheelPlace& place, const WheelScene& scene)
     return text(place.x, scene.centreX) + "," + text(place.y, scene.centreY);
 }
 
+/// \return whether the whole file could be written; if not, that has been said
+bool Written(const std::string& name, const std::string& bytes)
+{
+    const std::string problem = WriteWhole(name, bytes);
+    if (!problem.empty()) Complain(tool, "cannot write " + name + ": " + problem);
+    return problem.empty();
+}
+
 /// \return 0, or 1 after a message if the file could not be written
 int WritePreview(const Job& job, const Geometry& geometry)
 {
@@ -41,13 +52,9 @@ int WritePreview(const Job& job, const Geometry& geometry)
     std::error_code ignored; // a folder that cannot be made shows when the file does not open
     if (!folder.empty()) std::filesystem::create_directory(folder, ignored);
 
-    const std::string svg = Preview(job.scene, job.first, geometry);
-    const std::string problem = svg.empty() ? "not enough memory" : WriteWhole(job.preview, svg);
-    if (!problem.empty()) {
-        std::fprintf(stderr, "wheelsim: cannot write %s: %s\n", job.preview.c_str(), problem.c_str());
-        return 1;
-    }
-    std::printf("Wrote camera frame %d with its geometry marked to %s\n", job.first, job.preview.c_str());
+    if (!Written(job.preview, Preview(job.scene, job.first, geometry))) return 1;
+    std::printf("Wrote camera frame %d with its geometry marked to %s\n", job.first,
+                Printable(job.preview).c_str());
     return 0;
 }
 
@@ -72,15 +79,13 @@ int WriteFrames(const Job& job)
         if (i > 0) frame += i % 2 ? job.period1 : job.period2;
         RenderWheel(job.scene, frame, &grey(0, 0));
         const std::string name = job.out + "/img" + std::to_string(i + 1) + ".bmp";
-        if (grey.WriteBMP(name.c_str()) != 0) {
-            std::fprintf(stderr, "wheelsim: cannot write %s\n", name.c_str());
-            return 1;
-        }
+        if (!Written(name, BytesOf([&grey](std::FILE* stream) { return grey.WriteBMP(stream); }))) return 1;
     }
-    if (job.count == 1) std::printf("Wrote 1 frame (camera frame %d) to %s\n", frame, job.out.c_str());
+    const std::string place = Printable(job.out);
+    if (job.count == 1) std::printf("Wrote 1 frame (camera frame %d) to %s\n", frame, place.c_str());
     else
         std::printf("Wrote %d frames (camera frames %d to %d) to %s\n", job.count, job.first, frame,
-                    job.out.c_str());
+                    place.c_str());
     return 0;
 }
 
@@ -134,11 +139,13 @@ int Run(int argc, char** argv)
 
     if ((job.preview.empty() ? WriteFrames(job) : WritePreview(job, geometry)) != 0) return 1;
     Tell(job, geometry);
-    return FlushOutput("wheelsim") ? 0 : 1;
+    return FlushOutput(tool) ? 0 : 1;
 }
 
 } // namespace
 
 } // namespace telvane
 
-int main(int argc, char** argv) { return telvane::RunTool("wheelsim", telvane::Run, argc, argv); }
+[[gnu::init_priority(101)]] const telvane::Tool program(telvane::tool);
+
+int main(int argc, char** argv) { return program.Run(telvane::Run, argc, argv); }

@@ -1,6 +1,8 @@
 // Pixels, and libpng's simple way to write them.
 #include <tools/Canvas.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
+
 #include <png.h>
 
 namespace telvane {
@@ -17,9 +19,10 @@ std::string PngOf(const MatByte& samples, int width, png_uint_32 format)
     image.format = format;
     png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
     std::string bytes(size, '\0');
-    const bool done = png_image_write_to_memory(&image, bytes.data(), &size, 0, &samples(0, 0), samples.step2,
-                                                nullptr) != 0;
-    bytes.resize(done ? size : 0);
+    if (png_image_write_to_memory(&image, bytes.data(), &size, 0, &samples(0, 0), samples.step2, nullptr) ==
+        0)
+        kavrix::inner::NotEnoughMemory(); // nothing else can go wrong
+    bytes.resize(size);
     return bytes;
 }
 

@@ -25,14 +25,14 @@ public:
     Colour At(int x, int y) const;
     void Set(int x, int y, Colour colour);
 
-    /// The picture as a PNG file; empty when there is not enough memory for it.
+    /// The picture as a PNG file. Without memory for it, the fail-stop.
     std::string Png() const;
 
 private:
     MatByte samples; // red, green and blue side by side
 };
 
-/// A grey picture as a PNG file; empty when there is not enough memory for it.
+/// A grey picture as a PNG file. Without memory for it, the fail-stop.
 std::string GreyPng(const MatByte& grey);
 
 } // namespace telvane

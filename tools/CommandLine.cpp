@@ -169,12 +169,17 @@ int TellWithoutMemory()
 
 } // namespace
 
-int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
-            int withoutMemory)
+Tool::Tool(const char* name, int withoutMemory)
 {
-    toolName = tool.c_str();
+    toolName = name;
     statusWithoutMemory = withoutMemory;
+    std::set_new_handler(EndWithoutMemory);
     std::set_terminate(EndWithoutMemory);
+}
+
+int Tool::Run(int (*run)(int argc, char** argv), int argc, char** argv) const
+{
+    std::set_new_handler(nullptr);
     // The library's fail-stop would sleep for ever. It meets a tool where an array gets no memory.
     kavrix::SetHaltHook([](int, const char*) { throw std::bad_alloc(); });
     try {

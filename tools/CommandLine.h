@@ -87,9 +87,18 @@ void Complain(const std::string& tool, const std::string& problem);
 /// \return whether all of it went out; if not, that has been said
 bool FlushOutput(const std::string& tool);
 
-/// The body of a tool's main: without memory it says so in one line and returns `withoutMemory`.
-int RunTool(const std::string& tool, int (*run)(int argc, char** argv), int argc, char** argv,
-            int withoutMemory = 1);
+/// A tool as a whole: where it has no memory, it says so in one line and ends, from before main on. What
+/// libraries make before main needs memory, too; so a program has one of these, made before all of it:
+///
+///     [[gnu::init_priority(101)]] const telvane::Tool program("telvane-report");
+class Tool {
+public:
+    /// \param name           lives as long as the program
+    /// \param withoutMemory  exit status
+    explicit Tool(const char* name, int withoutMemory = 1);
+    /// The body of main. From here on want of memory is an exception, which ends here.
+    int Run(int (*run)(int argc, char** argv), int argc, char** argv) const;
+};
 
 } // namespace telvane
 

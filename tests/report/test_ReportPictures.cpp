@@ -1,4 +1,5 @@
 // The picture files of a run as telvane-report reads them: of every width, damaged, and of other kinds.
+#include <tests/support/ChildProcess.h>
 #include <tests/support/Pictures.h>
 
 #include <report/Pictures.h>
@@ -16,6 +17,8 @@
 #include <vector>
 
 #include <jpeglib.h>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -52,7 +55,7 @@ std::string Problem(const std::string& file)
 }
 
 /// A JPEG file of one colour.
-std::string Coloured(int w, int h, int red, int green, int blue)
+std::string Coloured(int w, int h, int red, int green, int blue, bool progressive = false)
 {
     jpeg_compress_struct info;
     jpeg_error_mgr errors;
@@ -66,6 +69,7 @@ std::string Coloured(int w, int h, int red, int green, int blue)
     info.input_components = 3;
     info.in_color_space = JCS_RGB;
     jpeg_set_defaults(&info);
+    if (progressive) jpeg_simple_progression(&info);
     jpeg_start_compress(&info, TRUE);
     std::vector<unsigned char> samples;
     for (int x = 0; x < w; x++)
@@ -256,6 +260,21 @@ TEST(JpegFrame, ItsSizeIsJudgedBeforeItIsDecoded)
     EXPECT_EQ(ReadJpegFrame(file.substr(0, scan + 14), 16, 16, frame), "of 16 x 20000 pixels, not 16 x 16");
     EXPECT_EQ(frame.dim1, 0);
 }
+
+#ifndef SANITIZED // which takes more memory for itself than there is here
+TEST(JpegFrame, WantOfMemoryIsNotItsDamage)
+{
+    // Decoding a progressive picture takes room for the whole of it, 24 MB.
+    const std::string file = Coloured(2000, 2000, 1, 2, 3, true);
+    const FailStop stop = RunUntilHalt([&file] {
+        const rlimit limit{0, 0};
+        setrlimit(RLIMIT_AS, &limit);
+        MatByte frame;
+        std::fprintf(stderr, "%s\n", ReadJpegFrame(file, 2000, 2000, frame).c_str());
+    });
+    EXPECT_EQ(stop.line, ErrorLine("Datablock::create: Not enough memory")) << stop.state;
+}
+#endif
 
 TEST(Jpeg, GreyPicturesAreWrittenAsTheProgramWritesThem)
 {

@@ -557,11 +557,14 @@ TEST(Report, AFileOfTheRunIsNeverOverwritten)
 {
     TemporaryFolder folder;
     MakeRun(folder);
+    folder.Write("run.json", "{}");
     const Untouched untouched(folder);
     fs::create_symlink("detected.jpg", folder / "link.html");
-    for (const auto& [out, input] :
-         {std::pair{"img2.bmp", "img2.bmp"}, {"./hough.bmp", "hough.bmp"}, {"link.html", "detected.jpg"}}) {
-        const Finished run = Report(folder, {"--out", out});
+    for (const auto& [out, input] : {std::pair{"img2.bmp", "img2.bmp"},
+                                     {"./hough.bmp", "hough.bmp"},
+                                     {"link.html", "detected.jpg"},
+                                     {"run.json", "run.json"}}) {
+        const Finished run = Report(folder, Join({{"--out", out}, Behind(RunWords())}));
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(run.err, Line("cannot write " + std::string(out) + ": it is a file of the run, " + input));

@@ -463,12 +463,36 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
 TEST_F(Wheelsim, FileThatCannotBeWrittenIsAnError)
 {
     folder.Write("file", "no folder");
-    for (const char* place : {"file", "missing/folder"}) {
+    for (const auto& [place, why] : {std::pair{"file", "Not a directory"}, {"missing/folder", "not there"}}) {
         const Finished run = Run(std::string("--count 2 --out ") + place);
         EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.err, std::string("wheelsim: cannot write ") + place + "/img1.bmp\n");
+        EXPECT_EQ(run.err, std::string("wheelsim: cannot write ") + place + "/img1.bmp: " + why + "\n");
         EXPECT_EQ(run.out, "");
     }
+}
+
+TEST_F(Wheelsim, NamesOfAnyBytesReachNoTerminal)
+{
+    EXPECT_EQ(Run("--count 1 --out a\033[2J\xFF").out.substr(0, 42),
+              "Wrote 1 frame (camera frame 0) to a\\x1B[2J");
+    EXPECT_EQ(Run("--count 1 --out a\033[2J\xFF/none/there").err,
+              "wheelsim: cannot write a\\x1B[2J\\xFF/none/there/img1.bmp: not there\n");
+    EXPECT_NE(Run("--preview a\033/b.svg").out.find(" marked to a\\x1B/b.svg\n"), std::string::npos);
+    EXPECT_EQ(Run("--a\033").err, "wheelsim: there is no option '--a\\x1B'\n");
+}
+
+TEST_F(Wheelsim, WhatIsNoRegularFileIsNotReplaced)
+{
+    folder.Write("elsewhere.bmp", "the old one");
+    fs::create_directory(Frames());
+    fs::create_symlink("../elsewhere.bmp", Frames() / "img1.bmp");
+    ASSERT_EQ(mkfifo((Frames() / "img2.bmp").c_str(), 0600), 0);
+    const Finished run = Run("--count 2");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "wheelsim: cannot write frames/img2.bmp: nobody reads from it\n");
+    EXPECT_TRUE(fs::is_symlink(Frames() / "img1.bmp"));
+    EXPECT_TRUE(fs::is_fifo(Frames() / "img2.bmp"));
+    EXPECT_EQ(fs::file_size(folder / "elsewhere.bmp"), 1078u + 1280 * 960);
 }
 
 /// The grey values of the frame that the preview is drawn over.
