@@ -1,6 +1,7 @@
 // Everything that two programs must not do at once is done while holding the lock of a file in the folder.
 #include <run/OutFolder.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
 #include <run/Document.h>
 #include <tools/Numbers.h>
 
@@ -28,7 +29,7 @@ const char lockName[] = ".telvane-run.lock", latestName[] = "latest", asideEnd[]
 
 std::string Reason(const std::string& path, int error = errno)
 {
-    if (error == ENOMEM) return path + ": not enough memory";
+    if (error == ENOMEM) kavrix::inner::NotEnoughMemory();
     return path + ": " + (error == ENOENT ? "not there" : std::generic_category().message(error));
 }
 
@@ -36,10 +37,9 @@ std::string Reason(const std::string& path, int error = errno)
 class Lock {
 public:
     explicit Lock(const std::string& path)
-        : file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666))
+        : file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666)),
+          held(file >= 0 && flock(file, LOCK_EX) == 0) // a signal ends the wait
     {
-        while (file >= 0 && !(held = flock(file, LOCK_EX) == 0) && errno == EINTR) {
-        }
     }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
@@ -50,8 +50,8 @@ public:
     bool Held() const { return held; }
 
 private:
-    int file;
-    bool held = false;
+    const int file;
+    const bool held;
 };
 
 /// The running number in "20261121T230904Z-7"; 0 for other names.

@@ -140,7 +140,10 @@ int Making::Do()
 
     if (access(command.program.c_str(), X_OK) != 0)
         return Lost("cannot start " + command.program + ": " + SystemWords(errno));
-    if (const std::string problem = out.Begin(stamp); !problem.empty()) return Lost(problem);
+    if (const std::string problem = out.Begin(stamp); !problem.empty()) {
+        if (Caught() != 0) GiveWay();
+        return Lost(problem);
+    }
     document.folder = out.Final();
     if (arguments.files) {
         const std::string problem = TakeFrames(frames, arguments.count, out.Aside());

@@ -1,6 +1,7 @@
 // libmicrohttpd with a thread for each connection: whoever is slow waits in a thread of his own.
 #include <setup/Server.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
 #include <tools/Numbers.h>
 
 #include <algorithm>
@@ -290,6 +291,8 @@ std::string Server::Start(Listening& listening, const std::function<void()>& lis
                          static_cast<unsigned>(requestTime.count()), MHD_OPTION_CONNECTION_MEMORY_LIMIT,
                          mostHeaders + (std::size_t{64} << 10), MHD_OPTION_NOTIFY_COMPLETED, Parts::Done,
                          nullptr, MHD_OPTION_NOTIFY_CONNECTION, Parts::Notify, parts.get(), MHD_OPTION_END);
+    // Threads that find no room for their stacks are told of as resources that are unavailable.
+    if (!parts->daemon && (errno == EAGAIN || errno == ENOMEM)) kavrix::inner::NotEnoughMemory();
     return parts->daemon ? "" : failed();
 }
 

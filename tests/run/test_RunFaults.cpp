@@ -5,6 +5,9 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -124,6 +127,23 @@ TEST(RunFaults, TwoAtOnceBothHaveTheirFolder)
     EXPECT_EQ(names[1].substr(16), "-1");
     EXPECT_EQ(names[2].substr(16), "-2");
     EXPECT_EQ(fs::read_symlink(folder / "runs/latest"), names[2]);
+}
+
+TEST(RunFaults, ASignalEndsTheWaitForAnotherProgram)
+{
+    TemporaryFolder folder;
+    fs::create_directory(folder / "runs");
+    const child_process::Descriptor held(
+        open((folder / "runs/.telvane-run.lock").c_str(), O_RDWR | O_CREAT, 0666));
+    ASSERT_EQ(flock(held.Get(), LOCK_EX), 0);
+    Going run(folder, {"--telvane", StandIn(folder, "echo RESULT=-2")});
+    long ticks = 0;
+    for (int i = 0; i < 2000 && !(folder.Has("going.pid") && run.child.Asleep(ticks)); i++) usleep(5000);
+    usleep(100000);
+    kill(Number(Await(folder, "going.pid")), SIGTERM);
+    const int status = run.End();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    EXPECT_EQ(run.child.err, "telvane-run: ended by signal 15\n");
 }
 
 TEST(RunFaults, AFullDiskLosesTheRunAndNothingElse)
