@@ -76,7 +76,8 @@ Json JudgementJson(const Diagnosis& d)
 
 std::string DocumentText(const Json& document)
 {
-    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    // In ASCII: among other letters there are some that a terminal obeys.
+    return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 } // namespace telvane

@@ -98,10 +98,11 @@ TEST(ArgumentsJson, WhatIsNotGivenIsNull)
 TEST(DocumentText, BytesThatAreNoTextAreReplaced)
 {
     Diagnosis d;
-    d.evidence = "a\xFF\"\x01";
+    d.evidence = "a\xFF\"\x01\x7F\xC2\x9B\xC3\xBC";
     const std::string text = DocumentText(JudgementJson(d));
     EXPECT_EQ(text.back(), '\n');
-    EXPECT_EQ(Json::parse(text)["evidence"], "a\xEF\xBF\xBD\"\x01");
+    EXPECT_EQ(Json::parse(text)["evidence"], "a\xEF\xBF\xBD\"\x01\x7F\xC2\x9B\xC3\xBC");
+    for (const char c : text) EXPECT_TRUE(c == '\n' || (c >= ' ' && c < '\x7F')) << text;
 }
 
 } // namespace
