@@ -6,11 +6,13 @@
 #include <tests/reference/Files.h>
 #include <tests/reference/Jpeg.h>
 
+#include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <string>
@@ -489,6 +491,29 @@ TEST_F(FrameFile, FolderInItsPlaceIsRefused)
     ExpectRefused("a folder");
 }
 
+TEST_F(FrameFile, APipeInItsPlaceIsWaitedFor)
+{
+    const std::string path = folder / "img1.bmp";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    Geometry g;
+    g.R3 = "0";
+    const FailStop waits =
+        RunProgramUntilHalt(Join({{program}, Split("-l 1"), g.Arguments()}), folder.Path());
+    EXPECT_TRUE(waits.halted) << waits.state;
+    EXPECT_EQ(waits.out, "Loading images ...\n");
+    EXPECT_EQ(waits.err, "");
+
+    child_process::Child run(
+        child_process::Becoming(Join({{program}, Split("-l 1"), g.Arguments()}), folder.Path(), {}), "");
+    {
+        std::ofstream pipe(path, std::ios::binary);
+        pipe << AsText(Good());
+    }
+    for (int i = 0; i < 20000 && !run.Ended(); i++) run.Read(std::chrono::milliseconds(10));
+    EXPECT_EQ(WEXITSTATUS(run.Status()), 0) << run.err;
+    EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::JpegGrey(NoiseFrame(1280, 960, 31), 85)));
+}
+
 TEST_F(FrameFile, LinksThatLeadNowhereAreRefused)
 {
     std::filesystem::create_symlink("nothing there", folder / "img1.bmp");
@@ -599,6 +624,30 @@ TEST_F(FailingCamera, FramesWithoutABufferAreBlack)
 }
 
 // ---------------------------------------------------------------------------------- killed while writing
+
+TEST_F(Faults, TwoRunsAtOnceInOneFolderLeaveFilesOfBoth)
+{
+    // The first run is held up where its votes would go, and the second one comes and ends in between.
+    const std::string path = folder / "hough.bmp";
+    ASSERT_EQ(mkfifo(path.c_str(), 0666), 0);
+    const child_process::Descriptor reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
+    ASSERT_GE(reader.Get(), 0);
+    child_process::Child first(child_process::Becoming(CommandLine(asBmp), folder.Path(), {}), "");
+    pollfd end{reader.Get(), POLLIN, 0};
+    ASSERT_EQ(poll(&end, 1, 200000), 1);
+    std::filesystem::remove(path);
+    const reference::Bytes firstFlow = Whole("u_sum_sh.bmp");
+    Answers("1280 300  1281 310  1281 210  1281 110");
+    ASSERT_EQ(Run(asBmp).status, 0);
+    EXPECT_TRUE(HasFile(folder, "u_sum_sh.bmp", reference::BmpShort(Answer<std::int16_t>(1281, 210))));
+    std::array<char, 65536> rest;
+    for (int i = 0; i < 20000 && !first.Ended(); i++)
+        if (read(reader.Get(), rest.data(), rest.size()) <= 0) usleep(1000);
+    ASSERT_TRUE(first.Ended());
+    EXPECT_TRUE(HasFile(folder, "detected.jpg", reference::JpegGrey(Answer<std::uint8_t>(1280, 300), 85)));
+    EXPECT_TRUE(HasFile(folder, "hough.bmp", reference::BmpShort(Answer<std::int16_t>(1281, 310))));
+    EXPECT_TRUE(HasFile(folder, "u_sum_sh.bmp", firstFlow)) << "of the run that wrote it last";
+}
 
 class Killed : public Faults {
 protected:

@@ -115,6 +115,26 @@ TEST_F(ProgramDriver, PositionalNumbersAreThoseOfTheReference)
               "params 14 0 7 8 -5 6 0 0 1 9 0 0 2.14748365e+09 -2.14748365e+09");
 }
 
+TEST_F(ProgramDriver, NumbersCountByTheirLow32BitsUpTo64AndBeyondByTheNearest)
+{
+    const Words line = Split("4294967296 4294967301 -4294967301 9223372036854775807 -9223372036854775808 "
+                             "9223372036854775808 99999999999999999999 -9223372036854775809 "
+                             "-99999999999999999999 1 1 1 1 1 1 1");
+    const Words params = Split(Params(Join({Split("-n 1"), line})));
+    ASSERT_EQ(params.size(), 15u);
+    const auto of = [&params](int name) { return params[1 + static_cast<std::size_t>(name)]; };
+    using telvane::Param;
+    EXPECT_EQ(of(Param::wid), "0");
+    EXPECT_EQ(of(Param::hgh), "5");
+    EXPECT_EQ(of(Param::cx), "-5");
+    EXPECT_EQ(of(Param::cy), "-1");
+    EXPECT_EQ(of(Param::innerR), "0"); // the lowest number of 64 bits
+    EXPECT_EQ(of(Param::outerR), "-1");
+    EXPECT_EQ(of(Param::R3), "-1");
+    EXPECT_EQ(of(Param::ang1), "0");
+    EXPECT_EQ(of(Param::ang2), "0");
+}
+
 TEST_F(ProgramDriver, EqualPeriodsAreOneEntry)
 {
     for (const char* const options : {"-n 3 -p1 2 -p2 2", "-p2 2 -n 3 -p1 9 -p1 2"}) {

@@ -576,7 +576,31 @@ TEST(SetupProgramRuns, WithTooLittleMemoryItSaysSoAndEnds)
     }
     EXPECT_GT(ended, 0);
 }
+
+TEST(SetupProgramRuns, ASmallStackIsEnoughToFilm)
+{
+    const TemporaryFolder folder;
+    RunOptions options;
+    options.before = [] {
+        const rlimit limit{64 << 10, 64 << 10}; // that of its threads as well
+        setrlimit(RLIMIT_STACK, &limit);
+    };
+    const Finished run =
+        ::Run({SETUP_PATH, "--listen", "127.0.0.1:0", "--idle", "0.01"}, folder.Path(), options);
+    EXPECT_EQ(run.status, 0) << run.signal << run.err;
+}
 #endif
+
+TEST(SetupProgramRuns, NamesOfAnyBytesReachNoTerminal)
+{
+    const TemporaryFolder folder;
+    folder.Write("a\033\xFF", "[");
+    const Finished run = ::Run({SETUP_PATH, "--config", "a\033\xFF"}, folder.Path());
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err.rfind("telvane-setup: a\\x1B\\xFF:1:", 0), 0u) << run.err;
+    SetupProgram program(SETUP_PATH, {"--config", "new\033\xFF"});
+    EXPECT_EQ(program.Get("/wheel").Json()["config"], "new\\x1B\\xFF");
+}
 
 TEST(SetupProgramRuns, KeepWritesTheFileAndWhatItHeldBesideStays)
 {

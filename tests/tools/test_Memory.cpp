@@ -1,5 +1,5 @@
-// The tools with too little memory: from the least limit on addresses with which the loader starts them, each
-// runs or says "not enough memory" in one line, and never aborts or sleeps.
+// The programs with too little memory, and with a small stack: from the least limit on addresses with which
+// the loader starts them, each tool runs or says "not enough memory" in one line, and never aborts or sleeps.
 //
 // In every run some of the limits are tried; with TELVANE_ALL_FAULTS in the environment one in every 100 KB.
 #include <tests/support/ProgramRuns.h>
@@ -68,7 +68,7 @@ void ExpectToldOrDoneFromTheLeastOn(const Tool& tool, const TemporaryFolder& fol
     EXPECT_TRUE(everTold && enough);
     const bool all = std::getenv("TELVANE_ALL_FAULTS") != nullptr;
     enough = false;
-    for (rlim_t limit = least; (all || !enough) && limit < 4 * least + 200000; limit += all ? 100 : limit / 3)
+    for (rlim_t limit = least; (all || !enough) && limit < 4 * least + 200000; limit += all ? 100 : 2 * limit / 3)
         enough = ExpectToldOrDone(tool, limit, folder, tool.work);
     EXPECT_TRUE(enough);
 }
@@ -95,6 +95,33 @@ TEST(Memory, TheRun)
     // What it does with the program that it starts: see the tests of its own room.
     const Words start = {TELVANE_RUN_PATH, "--version"};
     ExpectToldOrDoneFromTheLeastOn({"telvane-run", start, start, 4}, folder);
+}
+
+TEST(Stack, SixtyFourKilobytesAreEnough)
+{
+    TemporaryFolder folder;
+    WriteFrames(folder, {WheelFrame(WheelScene(), 1), WheelFrame(WheelScene(), 2)});
+    folder.Write("stand-in", "#!/bin/sh\nexec \"" TELVANE_PATH "\" \"$@\"\n");
+    std::filesystem::permissions(folder / "stand-in", std::filesystem::perms::owner_all);
+    Geometry votes;
+    votes.R3 = "0";
+    votes.bkgCorr = "-50";
+    RunOptions options;
+    options.before = [] {
+        const rlimit limit{64 << 10, 64 << 10};
+        if (setrlimit(RLIMIT_STACK, &limit) != 0) _exit(126);
+    };
+    for (const Words& argv : std::vector<Words>{
+             Join({{TELVANE_PATH}, Split("-l 2 -s -m 1 1 9 9"), votes.Arguments()}),
+             {TELVANE_RUN_PATH, "--inner", "216", "--outer", "250", "--sense", "cw", "--region", "560,560",
+              "--frames", ".", "--telvane", "stand-in"},
+             {WHEELSIM_PATH, "--count", "2", "--out", "frames"},
+             {WHEELSIM_PATH, "--preview", "p.svg"}}) {
+        const Finished run = ::Run(argv, folder.Path(), options);
+        EXPECT_EQ(run.signal, 0) << argv[0];
+        EXPECT_LE(run.status, 1) << argv[0] << run.err;
+        EXPECT_EQ(run.err, "") << argv[0];
+    }
 }
 
 } // namespace
