@@ -10,12 +10,13 @@ set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 exec </dev/null
 
-steps=(ci code asan tsan arm fuzz coverage vectors report setup packages verdicts)
+steps=(ci code asan tsan faults arm fuzz coverage vectors report setup packages verdicts)
 declare -A command=(
     [ci]=".ci/run"
     [code]="scripts/check-code.sh --all"
     [tsan]="scripts/test.sh tsan"
     [asan]="scripts/test.sh asan" # the sanitizers of g++
+    [faults]="scripts/faults.sh"
     [arm]="scripts/test-arm.sh"
     [fuzz]="scripts/fuzz.sh 600"
     [coverage]="scripts/coverage.sh"

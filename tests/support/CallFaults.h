@@ -23,7 +23,7 @@
 /// What happens at a call: nothing, SIGKILL before it, an error in its place, or half of what it was to
 /// write.
 struct CallFault {
-    enum Kind { none, kill, error, cut } kind = none;
+    enum Kind { none, killed, failing, cut } kind = none;
     int at = 0;     ///< the call, from 1 on
     int number = 0; ///< of the error
 
@@ -31,7 +31,7 @@ struct CallFault {
     {
         const char* const words[] = {"no fault", "killed", "failed", "cut short"};
         return std::string(words[kind]) + " at call " + std::to_string(at) +
-               (kind == error ? std::string(": ") + std::strerror(number) : "");
+               (kind == failing ? std::string(": ") + std::strerror(number) : "");
     }
 };
 
@@ -61,7 +61,7 @@ inline bool Changes(std::uint64_t call, const std::uint64_t* arguments)
     case SYS_symlinkat:
     case SYS_mkdirat:
     case SYS_unlinkat: return true;
-#ifdef __x86_64__
+#ifdef SYS_rename // processors that have had system calls for longer
     case SYS_open: return (arguments[1] & O_CREAT) != 0;
     case SYS_rename:
     case SYS_link:
@@ -91,7 +91,7 @@ inline void ChangeRegisters(pid_t child, const std::function<void(user_regs_stru
 inline void Spoil(pid_t child, const CallFault& fault, bool writes)
 {
     ChangeRegisters(child, [&](user_regs_struct& r) {
-        if (fault.kind == CallFault::error) r.orig_rax = ~0ull;
+        if (fault.kind == CallFault::failing) r.orig_rax = ~0ull;
         else if (fault.kind == CallFault::cut && writes) r.rdx = (r.rdx + 1) / 2;
     });
 }
@@ -160,14 +160,14 @@ inline FaultyRun RunWithFault(const std::function<void()>& body, const CallFault
         __ptrace_syscall_info info{};
         if (ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info) <= 0) continue;
         if (info.op == PTRACE_SYSCALL_INFO_EXIT && spoilt) {
-            if (fault.kind == CallFault::error) Answer(child, fault.number);
+            if (fault.kind == CallFault::failing) Answer(child, fault.number);
             spoilt = false;
         }
         if (info.op != PTRACE_SYSCALL_INFO_ENTRY || !Changes(info.entry.nr, info.entry.args)) continue;
         run.calls.push_back(static_cast<long>(info.entry.nr));
         if (static_cast<int>(run.calls.size()) != fault.at) continue;
-        if (fault.kind == CallFault::kill) kill(child, SIGKILL);
-        spoilt = fault.kind == CallFault::error || fault.kind == CallFault::cut;
+        if (fault.kind == CallFault::killed) kill(child, SIGKILL);
+        spoilt = fault.kind == CallFault::failing || fault.kind == CallFault::cut;
         if (spoilt) Spoil(child, fault, IsWrite(run.calls.back()));
     }
     if (WIFEXITED(status)) run.status = WEXITSTATUS(status);

@@ -28,9 +28,9 @@ std::vector<CallFault> FaultsOf(const std::vector<long>& calls)
     std::vector<CallFault> faults;
     for (std::size_t i = 0; i < calls.size(); i++) {
         const int at = static_cast<int>(i) + 1;
-        faults.push_back({CallFault::kill, at, 0});
+        faults.push_back({CallFault::killed, at, 0});
         if (!call_faults::errorsCanBeMade) continue;
-        for (const int number : {EIO, ENOSPC}) faults.push_back({CallFault::error, at, number});
+        for (const int number : {EIO, ENOSPC}) faults.push_back({CallFault::failing, at, number});
         if (call_faults::IsWrite(calls[i])) faults.push_back({CallFault::cut, at, 0});
     }
     return faults;
@@ -82,10 +82,10 @@ TEST(CallFaults, AFileThatIsReplacedIsTheOldOrTheNewOne)
         } else {
             EXPECT_EQ(now, before) << fault.Text();
         }
-        if (fault.kind == CallFault::error) {
+        if (fault.kind == CallFault::failing) {
             EXPECT_EQ(run.status, 1) << fault.Text();
         }
-        if (fault.kind != CallFault::kill) {
+        if (fault.kind != CallFault::killed) {
             EXPECT_EQ(Hidden(folder.Path()), Words()) << fault.Text();
         }
         EXPECT_EQ(write(folder, {}).status, 0);
@@ -134,7 +134,7 @@ void ExpectWholeDocuments(const Tool& tool, std::size_t sample)
                 << tool.documents[i] << ' ' << fault.Text() << ": " << now.size() << " bytes";
             all = all && isNew;
         }
-        if (fault.kind == CallFault::kill) {
+        if (fault.kind == CallFault::killed) {
             EXPECT_EQ(run.signal, SIGKILL) << fault.Text();
         } else {
             EXPECT_TRUE(run.status == 0 || run.status == tool.failed) << fault.Text() << run.status;
@@ -202,7 +202,7 @@ TEST(CallFaults, TheFolderOfARunIsWhole)
         const FaultyRun run = RunWithFault(argv, folder.Path(), fault);
         const std::string after = " after " + fault.Text();
         ExpectWholeRuns(folder / "runs", after);
-        if (fault.kind != CallFault::kill) {
+        if (fault.kind != CallFault::killed) {
             EXPECT_TRUE(run.status == 3 || run.status == 4) << after << run.status;
             EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), run.status == 4 ? 1 : 0)
                 << after << ": " << run.err;
