@@ -8,12 +8,18 @@
 #include <tools/Text.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <memory>
 #include <system_error>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace telvane {
 
@@ -41,14 +47,19 @@ CameraWords WordsFor(CameraState state)
     return {"", ""};
 }
 
-/// A folder of this program's own that goes with its object.
+/// A folder of this program's own that goes with its object, and where the program was killed with the next
+/// one that is made.
 class PrivateFolder {
 public:
     PrivateFolder()
     {
         std::error_code none;
-        std::string name = (std::filesystem::temp_directory_path(none) / "telvane-setup-XXXXXX").string();
-        if (mkdtemp(name.data())) path = name;
+        const std::filesystem::path place = std::filesystem::temp_directory_path(none);
+        ClearAbandoned(place);
+        std::string name = (place / prefix).string() + "XXXXXX";
+        if (!mkdtemp(name.data())) return;
+        path = name;
+        lock = Locked(path);
     }
     PrivateFolder(const PrivateFolder&) = delete;
     PrivateFolder& operator=(const PrivateFolder&) = delete;
@@ -56,8 +67,41 @@ public:
     {
         std::error_code ignored;
         if (!path.empty()) std::filesystem::remove_all(path, ignored);
+        if (lock >= 0) close(lock);
     }
     std::string path; ///< empty: it could not be made
+
+private:
+    static constexpr char prefix[] = "telvane-setup-";
+    int lock = -1; ///< tells that somebody works in it
+
+    /// \return the folder with its lock; -1 where it is none, or somebody else's
+    static int Locked(const std::string& folder)
+    {
+        const int open = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        struct stat status;
+        if (open >= 0 && fstat(open, &status) == 0 && status.st_uid == geteuid() &&
+            flock(open, LOCK_EX | LOCK_NB) == 0)
+            return open;
+        if (open >= 0) close(open);
+        return -1;
+    }
+
+    static void ClearAbandoned(const std::filesystem::path& place)
+    {
+        namespace fs = std::filesystem;
+        const auto beginning = std::chrono::minutes(1); // what was made just now may not have its lock yet
+        std::error_code problem;
+        for (fs::directory_iterator i(place, problem), end; !problem && i != end; i.increment(problem)) {
+            std::error_code ignored;
+            const bool ours = i->path().filename().string().rfind(prefix, 0) == 0;
+            if (!ours || fs::file_time_type::clock::now() - i->last_write_time(ignored) < beginning) continue;
+            const int abandoned = Locked(i->path().string());
+            if (abandoned < 0) continue;
+            fs::remove_all(i->path(), ignored);
+            close(abandoned);
+        }
+    }
 };
 
 /// \return nothing, or why not all frames could be written

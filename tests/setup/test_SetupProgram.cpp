@@ -647,6 +647,12 @@ TEST(SetupProgramRuns, TryHandsFreshFramesToTelvaneRunAndShowsItsReport)
           "'\nmkdir -p \"$6/1\"\nln -s 1 \"$6/latest\"\n" +
           "echo '{\"verdict\":\"good\",\"evidence\":\"it fits\"}' >\"$6/latest/run.json\"\n" +
           "echo '<p>a report</p>' >\"$6/latest/report.html\"\n");
+    // Where an earlier program was killed, its pictures are still there.
+    namespace fs = std::filesystem;
+    const std::string place = fs::temp_directory_path() / ("telvane-setup-" + std::to_string(getpid()));
+    fs::create_directories(place + "/frames");
+    fs::create_directories(place + "new");
+    fs::last_write_time(place, fs::file_time_type::clock::now() - std::chrono::minutes(5));
     SetupProgram program(folder / "telvane-setup");
     ASSERT_TRUE(program.WaitForCamera("films"));
     EXPECT_EQ(program.Get("/report").status, 404);
@@ -659,6 +665,8 @@ TEST(SetupProgramRuns, TryHandsFreshFramesToTelvaneRunAndShowsItsReport)
     EXPECT_EQ(tried["verdict"], "good");
     EXPECT_TRUE(tried["report"]);
     EXPECT_TRUE(tried["problem"].is_null());
+    EXPECT_FALSE(fs::exists(place));
+    EXPECT_TRUE(fs::remove(place + "new")) << "it may not have its lock yet";
     EXPECT_EQ(folder.Read("frames"), "img1.bmp\nimg2.bmp\nimg3.bmp\nimg4.bmp\n");
     EXPECT_EQ(folder.Read("config"), program.Get("/wheel.toml").body);
     const HttpReply report = program.Get("/report");
