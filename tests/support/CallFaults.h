@@ -1,5 +1,6 @@
 // Faults at single system calls: a child is traced, and at the n-th of its calls that change files or write
-// into them it is killed, the call fails, or a write is cut short. For the real machine only.
+// into them it is killed, the call fails, or a write is cut short. For the real machine only, and not under
+// sanitizers: leaks cannot be looked for in a process that is traced.
 #pragma once
 
 #include <tests/support/ChildProcess.h>
@@ -131,9 +132,6 @@ inline FaultyRun RunWithFault(const std::function<void()>& body, const CallFault
     const pid_t child = fork();
     Check(child >= 0, "fork");
     if (child == 0) {
-        // Leaks cannot be looked for in a process that is traced.
-        setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
-        setenv("LSAN_OPTIONS", "detect_leaks=0", 1);
         if (dup2(fileno(out), STDOUT_FILENO) < 0 || dup2(fileno(err), STDERR_FILENO) < 0 ||
             ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
             _exit(126);
