@@ -29,7 +29,7 @@ TEST(RunProgram, RecordedFramesGiveFourLinesAndAFolder)
          {"report.html", "run.json", "detected.jpg", "u_sum_sh.bmp", "v_sum_sh.bmp", "img1.bmp", "img5.bmp"})
         EXPECT_TRUE(folder.Has(own + name)) << name;
     EXPECT_FALSE(folder.Has(own + "img6.bmp"));
-    EXPECT_EQ(folder.Read(own + "img3.bmp"), AsText(reference::BmpByte(WheelFrame(WheelScene(), 2))));
+    EXPECT_EQ(folder.Read(own + "img3.bmp"), AsText(reference::BmpByte(WheelFrame(QuietWheel(), 2))));
 }
 
 TEST(RunProgram, TheDocumentIsPrintedAndNothingElse)
@@ -45,7 +45,7 @@ TEST(RunProgram, TheDocumentHoldsTheTruthOfTheWheel)
 {
     for (const char* method : {"ring", "votes"}) {
         TemporaryFolder folder;
-        WheelScene scene;
+        WheelScene scene = QuietWheel();
         scene.centreX = 601.3;
         scene.centreY = 455.8;
         scene.degreesPerFrame = -0.35;
@@ -87,7 +87,7 @@ TEST(RunProgram, TheDocumentHoldsTheTruthOfTheWheel)
 TEST(RunProgram, AStandingWheelIsNotToBeTrusted)
 {
     TemporaryFolder folder;
-    WheelScene still;
+    WheelScene still; // with noise: frames without any would be the same one again and again
     still.degreesPerFrame = 0;
     WriteWheel(folder / "there", still);
     const Finished run = RunWheel(folder, {"--frames", "there", "--json"});
@@ -130,7 +130,7 @@ TEST(RunProgram, JpegFramesAreHandedOverAsBmp)
     fs::create_directory(folder / "there");
     for (int i = 0; i < 5; i++)
         folder.Write("there/" + FrameName(static_cast<std::size_t>(i), ".jpg"),
-                     AsText(reference::JpegGrey(WheelFrame(WheelScene(), i), 85)));
+                     AsText(reference::JpegGrey(WheelFrame(QuietWheel(), i), 85)));
     const Finished run = RunWheel(folder, {"--frames", "there"});
     EXPECT_EQ(run.status, 0) << run.out << run.err;
     EXPECT_TRUE(folder.Has("runs/latest/img5.bmp"));
@@ -140,7 +140,7 @@ TEST(RunProgram, JpegFramesAreHandedOverAsBmp)
 TEST(RunProgram, FramesAreCountedUpToTheFirstGap)
 {
     TemporaryFolder folder;
-    WriteWheel(folder / "there", {}, 6);
+    WriteWheel(folder / "there", QuietWheel(), 6);
     fs::remove(folder / "there/img5.bmp");
     const Finished run = RunWheel(folder, {"--frames", "there", "--dry-run"});
     EXPECT_EQ(run.status, 0);
@@ -284,7 +284,7 @@ TEST(RunProgram, AFrameThatCannotBeTakenIsNamed)
     struct Case {
         std::string name, bytes, line;
     };
-    const std::string good = AsText(reference::BmpByte(WheelFrame(WheelScene(), 0)));
+    const std::string good = AsText(reference::BmpByte(WheelFrame(QuietWheel(), 0)));
     const std::string small = AsText(reference::BmpByte(WheelFrame(SmallWheel(), 0)));
     for (const auto& [name, bytes, line] : std::vector<Case>{
              {"img2.bmp", small, "there/img2.bmp: of 160 x 120 pixels, not 1280 x 960"},
@@ -294,7 +294,7 @@ TEST(RunProgram, AFrameThatCannotBeTakenIsNamed)
              {"img2.bmp", "GIF89a", "there/img2.bmp: not a BMP file"},
          }) {
         TemporaryFolder folder;
-        WriteWheel(folder / "there", {}, 3);
+        WriteWheel(folder / "there", QuietWheel(), 3);
         folder.Write("there/" + name, bytes);
         const Finished run = RunWheel(folder, {"--frames", "there", "--json"});
         EXPECT_EQ(run.status, 4);
@@ -313,8 +313,8 @@ TEST(RunProgram, AFrameThatCannotBeTakenIsNamed)
 TEST(RunProgram, FramesThatAreNotThereAreNamed)
 {
     TemporaryFolder folder;
-    WriteWheel(folder / "one", {}, 1);
-    WriteWheel(folder / "two", {}, 2);
+    WriteWheel(folder / "one", QuietWheel(), 1);
+    WriteWheel(folder / "two", QuietWheel(), 2);
     const auto line = [&](const Words& words) {
         const Finished run = RunWheel(folder, words);
         EXPECT_EQ(run.status, 4);

@@ -582,13 +582,15 @@ TEST_F(Wheelsim, PreviewMarksTheGeometryOnTheFirstFrame)
         EXPECT_TRUE(Explains(drawn, words)) << words;
 }
 
+// The pictures below have no noise, which says nothing about marks and takes most of the time of a PNG file.
+
 TEST_F(Wheelsim, PreviewShowsTheSenseOfRotation)
 {
-    EXPECT_EQ(Run("--preview p.svg --speed -0.5").status, 0);
+    EXPECT_EQ(Run("--noise 0 --preview p.svg --speed -0.5").status, 0);
     svg::Document drawn(folder.Read("p.svg"));
     EXPECT_EQ(drawn.Groups("sense").at(0).Text("data-sense"), "ccw");
     EXPECT_TRUE(Names(drawn, "sense", "<angSpd> -1"));
-    EXPECT_EQ(Run("--preview p.svg --speed 0").status, 0);
+    EXPECT_EQ(Run("--noise 0 --preview p.svg --speed 0").status, 0);
     drawn = svg::Document(folder.Read("p.svg"));
     EXPECT_TRUE(drawn.Groups("sense").empty());
     EXPECT_TRUE(Explains(drawn, "<angSpd> 0 at rest"));
@@ -596,7 +598,7 @@ TEST_F(Wheelsim, PreviewShowsTheSenseOfRotation)
 
 TEST_F(Wheelsim, RadiiAreToldInWholePixels)
 {
-    const Finished run = Run("--preview p.svg --inner 216.3 --outer 249.6");
+    const Finished run = Run("--noise 0 --preview p.svg --inner 216.3 --outer 249.6");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("; radii 216.3 and 249.6;"), run.out.npos) << run.out;
     EXPECT_EQ(Value(run.out, "VOTES"), "Telvane -l 15 300 260 150 130 216 250 0 0 360 360 40 1 0 0 0 0");
@@ -608,7 +610,7 @@ TEST_F(Wheelsim, RadiiAreToldInWholePixels)
 
 TEST_F(Wheelsim, PreviewMarksATiltedWheelWhereItIsSeen)
 {
-    const Finished run = Run("--preview p.svg --tilt 25,0 --centre 640,480 --speed 0");
+    const Finished run = Run("--noise 0 --preview p.svg --tilt 25,0 --centre 640,480 --speed 0");
     ASSERT_EQ(run.status, 0) << run.err;
     const svg::Document drawn(folder.Read("p.svg"));
     const auto lines = drawn.Shapes("given-circles", "path");
@@ -628,7 +630,7 @@ TEST_F(Wheelsim, PreviewMarksWhatTheLensShows)
 {
     const char scene[] =
         "--tilt 8,30 --distance 1500 --lens 0.05 --centre 500,400 --eccentric 20,90 --first 10";
-    ASSERT_EQ(Run(std::string("--preview p.svg ") + scene).status, 0);
+    ASSERT_EQ(Run(std::string("--noise 0 --preview p.svg ") + scene).status, 0);
     WheelScene wheel;
     wheel.tilt = 8;
     wheel.tiltDirection = 30;
@@ -681,7 +683,7 @@ TEST_F(Wheelsim, PreviewMarksWhatTheLensShows)
 
 TEST_F(Wheelsim, PreviewMarksAnEccentricRingAroundItsOwnCentre)
 {
-    ASSERT_EQ(Run("--preview p.svg --centre 600,500 --eccentric 20,90").status, 0);
+    ASSERT_EQ(Run("--noise 0 --preview p.svg --centre 600,500 --eccentric 20,90").status, 0);
     const svg::Document drawn(folder.Read("p.svg"));
     EXPECT_LT(svg::Distance(CrossOf(drawn), {600, 500}), 0.01);
     EXPECT_LT(svg::Distance(drawn.Shapes("ring-centre", "circle").at(0).Middle(), {600, 520}), 0.01);
@@ -693,7 +695,7 @@ TEST_F(Wheelsim, PreviewMarksAnEccentricRingAroundItsOwnCentre)
 
 TEST_F(Wheelsim, PreviewBendsTheCirclesAsTheLensDoes)
 {
-    ASSERT_EQ(Run("--preview p.svg --lens 0.2 --centre 900,300").status, 0);
+    ASSERT_EQ(Run("--noise 0 --preview p.svg --lens 0.2 --centre 900,300").status, 0);
     const svg::Document drawn(folder.Read("p.svg"));
     WheelScene scene;
     scene.centreX = 900;
@@ -708,7 +710,7 @@ TEST_F(Wheelsim, PreviewBendsTheCirclesAsTheLensDoes)
 
 TEST_F(Wheelsim, PreviewMarksTheRectangleThatHidesTheDisc)
 {
-    const Finished run = Run("--preview p.svg --disc 110,120,40,4,5");
+    const Finished run = Run("--noise 0 --preview p.svg --disc 110,120,40,4,5");
     ASSERT_EQ(run.status, 0) << run.err;
     const std::string votes = Value(run.out, "VOTES");
     int left = 0, top = 0, width = 0, height = 0;
@@ -729,11 +731,11 @@ TEST_F(Wheelsim, PreviewGoesIntoAFolder)
 {
     fs::create_directory(folder / "there.d");
     for (const char* place : {"new", "there.d", "new/"}) {
-        const Finished run = Run(std::string("--preview ") + place);
+        const Finished run = Run(std::string("--noise 0 --preview ") + place);
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_NO_THROW(svg::Document(folder.Read(std::string(place) + "/preview.svg"))) << place;
     }
-    EXPECT_EQ(Run("--preview .").status, 0);
+    EXPECT_EQ(Run("--noise 0 --preview .").status, 0);
     EXPECT_TRUE(folder.Has("preview.svg"));
 }
 
@@ -743,7 +745,7 @@ TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000", "--teeth 1000",
           "--centre 30,30", "--centre 1249,929 --speed -1", "--speed 0 --disc 110,120,40,4,5", "--teeth 1",
           "--tilt 60,45 --distance 500 --lens 0.5 --eccentric 1000,10 --outer 220 --distance 2500"}) {
-        const Finished run = Run(std::string("--preview p.svg ") + arguments);
+        const Finished run = Run(std::string("--noise 0 --preview p.svg ") + arguments);
         EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
         const std::string text = folder.Read("p.svg");
         EXPECT_EQ(FrameBelow(svg::Document(text)).size(), 1280u * 960) << arguments;
@@ -755,7 +757,7 @@ TEST_F(Wheelsim, PreviewsOfExtremeScenesAreDrawn)
 TEST_F(Wheelsim, PreviewThatCannotBeWrittenIsAnError)
 {
     folder.Write("file", "no folder");
-    const Finished run = Run("--preview file/p.svg");
+    const Finished run = Run("--noise 0 --preview file/p.svg");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "wheelsim: cannot write file/p.svg: Not a directory\n");
     EXPECT_EQ(run.out, "");
