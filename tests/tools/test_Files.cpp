@@ -18,6 +18,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 
 using namespace telvane;
@@ -48,12 +49,27 @@ TEST(Files, WhatIsWrittenIsReadBack)
 TEST(Files, NewFilesHaveTheRightsOfTheUsersMask)
 {
     TemporaryFolder folder;
-    const mode_t before = umask(027);
-    EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
-    umask(before);
-    struct stat status;
-    ASSERT_EQ(stat((folder / "file").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0640u);
+    for (const auto& [mask, rights] : {std::pair{027u, 0640u}, {0u, 0666u}}) {
+        const mode_t before = umask(mask);
+        EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
+        umask(before);
+        struct stat status;
+        ASSERT_EQ(stat((folder / "file").c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, rights);
+    }
+}
+
+TEST(Files, FilesOfUpTo64MegabytesAreRead)
+{
+    TemporaryFolder folder;
+    folder.Write("file", "");
+    std::string bytes;
+    fs::resize_file(folder / "file", (64 << 20) + 1);
+    EXPECT_EQ(ReadWhole(folder / "file", bytes), "too large");
+    EXPECT_EQ(bytes, "");
+    fs::resize_file(folder / "file", 64 << 20);
+    EXPECT_EQ(ReadWhole(folder / "file", bytes), "");
+    EXPECT_EQ(bytes.size(), std::size_t{64} << 20);
 }
 
 TEST(Files, WhyAFileCannotBeReadIsSaid)
@@ -100,6 +116,21 @@ TEST(Files, WhyAFileCannotBeWrittenIsSaid)
     EXPECT_EQ(Entries(folder), 1);
 }
 
+TEST(Files, ASocketStaysOne)
+{
+    TemporaryFolder folder;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT((folder / "socket").size(), sizeof address.sun_path);
+    (folder / "socket").copy(address.sun_path, sizeof address.sun_path - 1);
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(WriteWhole(folder / "socket", "x"), "not a regular file");
+    EXPECT_TRUE(fs::is_socket(folder / "socket"));
+    EXPECT_EQ(Entries(folder), 1);
+    close(listener);
+}
+
 TEST(Files, ALinkStaysAndWhatItLeadsToIsReplaced)
 {
     TemporaryFolder folder;
@@ -114,6 +145,12 @@ TEST(Files, ALinkStaysAndWhatItLeadsToIsReplaced)
     EXPECT_EQ(folder.Read("there/new"), "two");
     for (const char* link : {"link", "further", "to nothing yet"})
         EXPECT_TRUE(fs::is_symlink(folder / link)) << link;
+
+    for (int i = 1; i <= 39; i++)
+        fs::create_symlink(i == 1 ? "there/far" : std::to_string(i - 1), folder / std::to_string(i));
+    EXPECT_EQ(WriteWhole(folder / "39", "three"), "");
+    EXPECT_EQ(folder.Read("there/far"), "three");
+    for (int i = 1; i <= 39; i++) fs::remove(folder / std::to_string(i));
 
     fs::create_symlink("round", folder / "round");
     EXPECT_EQ(WriteWhole(folder / "round", "x"), "Too many levels of symbolic links");
@@ -150,6 +187,7 @@ TEST(Files, APipeIsWrittenIntoAndStaysOne)
     });
     EXPECT_EQ(WriteWhole(pipe, bytes), "Broken pipe");
     leaver.join();
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_DFL) << "what signals do stays as it was";
     EXPECT_TRUE(fs::is_fifo(pipe));
     EXPECT_EQ(Entries(folder), 1);
 }
