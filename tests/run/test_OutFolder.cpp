@@ -169,6 +169,32 @@ TEST(OutFolder, SeveralAtOnceDoNotDisturbEachOther)
     EXPECT_EQ(Visible(folder), (Words{Numbered(1), Numbered(2), Numbered(3), "latest"}));
 }
 
+TEST(OutFolder, ARunThatEndsLateStaysBesideTheNewest)
+{
+    TemporaryFolder folder;
+    OutFolder first(folder.Path());
+    ASSERT_EQ(first.Begin(stamp), "");
+    Fill(first);
+    EXPECT_EQ(MakeRun(folder, 1), Numbered(2));
+    EXPECT_EQ(first.Finish(1), "");
+    EXPECT_EQ(Visible(folder), (Words{Numbered(1), Numbered(2), "latest"}))
+        << "nobody loses what he has just made";
+    EXPECT_EQ(Latest(folder), Numbered(2));
+}
+
+TEST(OutFolder, ItsRightsAreThoseOfTheUsersMask)
+{
+    TemporaryFolder folder;
+    for (const auto& [mask, rights] : {std::pair{027u, 0750u}, {0u, 0777u}}) {
+        const mode_t before = umask(mask);
+        const std::string name = MakeRun(folder);
+        umask(before);
+        struct stat status;
+        ASSERT_EQ(stat((folder / name).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, rights);
+    }
+}
+
 TEST(OutFolder, ManyProcessesGetNumbersOfTheirOwn)
 {
     TemporaryFolder folder;

@@ -93,6 +93,44 @@ TEST(Process, OneThatGoesOnBehindSuchALineHasNotHalted)
         << "the line is not complete";
 }
 
+// In a child each, for what signals do belongs to the whole process.
+TEST(Process, SignalsAreRememberedUnlessTheyWereIgnored)
+{
+    const auto caughtAfter = [](int ignored, int raised) {
+        const pid_t child = fork();
+        if (child == 0) {
+            signal(ignored, SIG_IGN); // as nohup does
+            CatchSignals();
+            raise(raised);
+            _exit(Caught());
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    EXPECT_EQ(caughtAfter(SIGUSR1, SIGHUP), SIGHUP);
+    EXPECT_EQ(caughtAfter(SIGUSR1, SIGINT), SIGINT);
+    EXPECT_EQ(caughtAfter(SIGUSR1, SIGTERM), SIGTERM);
+    EXPECT_EQ(caughtAfter(SIGHUP, SIGHUP), 0);
+    EXPECT_EQ(caughtAfter(SIGHUP, SIGTERM), SIGTERM);
+}
+
+TEST(Process, WhatIsStartedGetsItsSignalsBack)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        CatchSignals();
+        for (const char* name : {"PIPE", "XFSZ"}) {
+            const Ended ended = Shell(std::string("kill -") + name + " $$; exit 0");
+            if (ended.ending != Ending::killed) _exit(1);
+        }
+        _exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
 TEST(Process, AHaltLineIsKnownByItsStamp)
 {
     EXPECT_TRUE(IsHaltLine(haltLine));

@@ -35,9 +35,13 @@ RunDocument Sample()
     d.source = "camera";
     d.command = "/usr/bin/Telvane -n 15";
     d.out = "RESULT=0\n";
+    d.err = "a warning\n";
     d.exitStatus = 0;
     d.outcome.result = 0;
     d.outcome.region = Region{373, 192, 560, 540};
+    d.timings.frames = 0.25;
+    d.timings.program = 0.5;
+    d.timings.report = 0.125;
     d.timings.total = 1.23456;
     return d;
 }
@@ -55,7 +59,15 @@ TEST(RunDocument, HoldsTheAnswer)
     EXPECT_EQ(json["verdict"], "good");
     EXPECT_EQ(json["exit_status"], 0);
     EXPECT_TRUE(json["failure"].is_null());
-    EXPECT_EQ(json["timings"]["total"], 1.235);
+    EXPECT_EQ(json["timings"],
+              Json({{"frames", 0.25}, {"program", 0.5}, {"report", 0.125}, {"total", 1.235}}));
+    EXPECT_EQ(json["started"], "2026-11-21T23:09:04Z");
+    EXPECT_EQ(json["folder"], "runs/x");
+    EXPECT_EQ(json["source"], "camera");
+    EXPECT_EQ(json["command"], "/usr/bin/Telvane -n 15");
+    EXPECT_EQ(json["stdout"], "RESULT=0\n");
+    EXPECT_EQ(json["stderr"], "a warning\n");
+    EXPECT_EQ(json["result"], 0);
 }
 
 TEST(RunDocument, WhatIsNotKnownIsNull)

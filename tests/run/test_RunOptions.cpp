@@ -168,6 +168,38 @@ TEST(RunOptions, DefaultsAreThoseOfTheTable)
     EXPECT_EQ(request.timeout, 60);
 }
 
+TEST(RunOptions, TheHelpTellsLimitsAndDefaults)
+{
+    for (const auto& [name, end] :
+         {std::pair{"inner", "radius of the tooth roots; a whole number of 0 or more pixels (must be given)"},
+          {"outer", "larger than --inner; a whole number of 1 or more pixels (must be given)"},
+          {"teeth", "; a whole number from 0 to 1000 (0: not known)"},
+          {"sense", "clockwise or counter-clockwise (not known; votes need it)"},
+          {"region", "; W,H: whole numbers, W from 1 to 1280, H from 1 to 960 pixels (must be given)"},
+          {"centre-in-region", "; X,Y: whole numbers, X from 0 to 1279, Y from 0 to 960 pixels (its middle)"},
+          {"angles", "; A,B: whole numbers, A from -360 to 719, B from -360 to 719 degrees (0,360)"},
+          {"background", "; a whole number from 0 to 99 percent (0)"},
+          {"count",
+           "frames of the run; a whole number from 2 to 50 frames (15; with --frames as many as there "
+           "are without a gap, at most 50)"},
+          {"p1", "; a whole number from 1 to 50 camera frames (1)"},
+          {"p2", "see p1; a whole number from 1 to 50 camera frames (1)"},
+          {"frames", "of this folder (the camera)"},
+          {"mask", " pixels; up to 3 times (none)"},
+          {"save", "how frames of the camera are kept (bmp)"},
+          {"method", "vote for the centre (ring)"},
+          {"offset", "; a whole number of 0 or more pixels (0)"},
+          {"out", "made if missing (runs)"},
+          {"keep", "the oldest are removed; a whole number of 1 or more (10)"},
+          {"timeout", "; a whole number from 1 to 86400 seconds (60)"},
+          {"telvane", "the program to start (the one that was installed with this one)"},
+          {"config", "those of the command line win (none)"}}) {
+        const std::string help = Option(name).Help(), wanted = end;
+        EXPECT_EQ(help.substr(help.size() - std::min(help.size(), wanted.size())), wanted) << name;
+    }
+    EXPECT_EQ(OptionTable().size(), 21u) << "one that is new wants its line here";
+}
+
 TEST(RunOptions, EveryOptionReachesTheProgramsCommandLine)
 {
     EXPECT_EQ(Asked(many).arguments.CommandLine(), manyLine);
