@@ -110,6 +110,35 @@ TEST_F(Wheelsim, PrintsTheCentreAndTheCommandLines)
     EXPECT_EQ(Value(run.out, "RING"), "Telvane -l 1 300 260 150 130 216 250 -1 0 360 360 40 1 0 0 0 0");
 }
 
+TEST_F(Wheelsim, SaysWhatItWroteAndWhatTurns)
+{
+    const auto lines = [](const Finished& run) {
+        const std::size_t end = run.out.find('\n', run.out.find('\n') + 1);
+        return run.out.substr(0, end + 1);
+    };
+    EXPECT_EQ(lines(Run("--count 2 --first 3 --p1 4 --speed -0.5 --inner 100 --outer 120.5 --teeth 9")),
+              "Wrote 2 frames (camera frames 3 to 7) to frames\n"
+              "Centre 652.4, 471.7; radii 100 and 120.5; 9 teeth; -0.5 degrees per camera frame "
+              "(counter-clockwise)\n");
+    EXPECT_EQ(lines(Run("--count 1 --first 3")),
+              "Wrote 1 frame (camera frame 3) to frames\n"
+              "Centre 652.4, 471.7; radii 216 and 250; 40 teeth; 0.4 degrees per camera frame (clockwise)\n");
+    EXPECT_EQ(lines(Run("--preview p.svg --noise 0 --first 3 --speed 0")),
+              "Wrote camera frame 3 with its geometry marked to p.svg\n"
+              "Centre 652.4, 471.7; radii 216 and 250; 40 teeth; 0 degrees per camera frame (at rest)\n");
+}
+
+TEST_F(Wheelsim, TheHubGrowsWithTheWheelUnlessItIsGiven)
+{
+    ASSERT_EQ(Run("--count 1 --noise 0 --inner 108 --outer 130").status, 0);
+    WheelScene scene;
+    scene.noise = 0;
+    scene.innerR = 108;
+    scene.outerR = 130;
+    scene.hubR = 30;
+    EXPECT_TRUE(Pixels(1) == Draw(scene, 0));
+}
+
 TEST_F(Wheelsim, EveryOptionReachesTheScene)
 {
     const Finished run = Run("--count 1 --centre 400.25,+500 --inner 100.5 --outer 130 --teeth 24 "
@@ -155,6 +184,20 @@ TEST_F(Wheelsim, PrintsTheTruthAsTheLensShowsIt)
         EXPECT_NEAR(printedX, place.first, 0.0001) << line;
         EXPECT_NEAR(printedY, place.second, 0.0001) << line;
     }
+    // Seen from near, the middle of the ellipse is not the ring's centre.
+    const Finished near = Run("--count 1 --tilt 30,0 --distance 800 --centre 640,480 --eccentric 5,90");
+    for (const auto& [line, place] :
+         {std::pair{"TRUE_CENTRE", std::pair{640.0, 480.0}}, {"TRUE_RING_CENTRE", {640.0, 485.0}}}) {
+        double printedX = 0, printedY = 0;
+        ASSERT_EQ(std::sscanf(Value(near.out, line).c_str(), "%lf,%lf", &printedX, &printedY), 2) << line;
+        EXPECT_NEAR(printedX, place.first, 0.00005) << line;
+        EXPECT_NEAR(printedY, place.second, 0.00005) << line;
+    }
+    // Its ends along the tilt lie 250 cos 30 / (1 -+ 250 sin 30 / 800) pixels from the axis.
+    const double reach = std::sqrt(250.0 * 250 - 25) * std::cos(circle / 12), far = 125.0 / 800;
+    double ellipseX = 0;
+    ASSERT_EQ(std::sscanf(Value(near.out, "TRUE_ELLIPSE").c_str(), "%lf,", &ellipseX), 1);
+    EXPECT_NEAR(ellipseX, 640 + (reach / (1 + far) - reach / (1 - far)) / 2, 0.1);
     // The radii are those that the picture shows.
     double mean = 0;
     for (int i = 0; i < 3600; i++) {
@@ -176,6 +219,8 @@ TEST_F(Wheelsim, PeriodsSkipCameraFrames)
     const Finished run = Run("--count 4 --p1 3 --p2 1 --first 10");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(Value(run.out, "VOTES").rfind("Telvane -l 4 -p1 3 -p2 1 300 ", 0), 0u);
+    EXPECT_EQ(Value(Run("--count 2 --p2 5").out, "VOTES").rfind("Telvane -l 2 -p1 1 -p2 5 300 ", 0), 0u);
+    ASSERT_EQ(Run("--count 4 --p1 3 --first 10").status, 0);
     const int frames[] = {10, 13, 14, 17};
     for (int i = 0; i < 4; i++) EXPECT_TRUE(Pixels(i + 1) == Draw(WheelScene(), frames[i])) << i;
 }
@@ -224,137 +269,141 @@ TEST_F(Wheelsim, MaskOfTheDiscHidesItInEveryFrame)
 
 TEST_F(Wheelsim, BadArgumentsWriteNothing)
 {
-    for (const char* arguments : {"--count 0",
-                                  "--count 51",
-                                  "--count -1",
-                                  "--count x",
-                                  "--count 1.5",
-                                  "--count 1e1",
-                                  "--count ''",
-                                  "--count 99999999999999999999",
-                                  "--count",
-                                  "--count 3 --teeth",
-                                  "--p1 0",
-                                  "--p2 51",
-                                  "--p1",
-                                  "--first -1",
-                                  "--first 1000001",
-                                  "--centre 5",
-                                  "--centre 600,400,1",
-                                  "--centre 600,",
-                                  "--centre ,",
-                                  "--centre a,b",
-                                  "--centre nan,nan",
-                                  "--centre inf,400",
-                                  "--centre -400,400",
-                                  "--centre 600,1e9",
-                                  "--centre 1e999,1",
-                                  "--centre 29.9,400",
-                                  "--centre 600,929.5",
-                                  "--inner 250",
-                                  "--inner 300",
-                                  "--inner -1",
-                                  "--inner nan",
-                                  "--outer 100",
-                                  "--outer inf",
-                                  "--outer 1e300",
-                                  "--teeth 0",
-                                  "--teeth -5",
-                                  "--teeth 1001",
-                                  "--teeth many",
-                                  "--speed nan",
-                                  "--speed 361",
-                                  "--speed -1e9",
-                                  "--speed 0.4deg",
-                                  "--speed 0,4",
-                                  "--speed ''",
-                                  "--start 400",
-                                  "--spokes -1",
-                                  "--spokes 101",
-                                  "--hub 217",
-                                  "--hub -1",
-                                  "--hub nan",
-                                  "--uneven 1.1",
-                                  "--uneven -0.1",
-                                  "--noise -1",
-                                  "--noise 101",
-                                  "--noise inf",
-                                  "--seed -1",
-                                  "--seed 4294967296",
-                                  "--seed 1.5",
-                                  "--disc 100,100,40",
-                                  "--disc 100,100,-40,1,1",
-                                  "--disc 100,100,nan,1,1",
-                                  "--disc 20,20,40,1,1",
-                                  "--disc 1200,100,40,5,0",
-                                  "--disc 1e99,0,1,0,0",
-                                  "--disc 100,100,40,5000,0",
-                                  "--tilt 61,0",
-                                  "--tilt 8",
-                                  "--tilt 8,0,0",
-                                  "--tilt -1,0",
-                                  "--tilt 8,nan",
-                                  "--tilt 010x,0",
-                                  "--distance 499",
-                                  "--distance 1e999",
-                                  "--distance -1",
-                                  "--distance 510 --eccentric 6,0",
-                                  "--thickness 1001",
-                                  "--thickness 3OO",
-                                  "--eccentric 1001,0",
-                                  "--eccentric 5",
-                                  "--lens -0.11",
-                                  "--lens 0.51",
-                                  "--vignette 1.1",
-                                  "--highlight 1,2,3",
-                                  "--highlight 1,2,3,256",
-                                  "--highlight 1,2,-3,6",
-                                  "--shadow 1,2,3,1.1",
-                                  "--flicker 1.1,2",
-                                  "--flicker 0.1",
-                                  "--flicker 0.1,0.5",
-                                  "--gain 0",
-                                  "--gain 101",
-                                  "--exposure 1.01",
-                                  "--exposure -0.1",
-                                  "--rolling 2",
-                                  "--fullwell -1",
-                                  "--fullwell 1000001",
-                                  "--rownoise 101",
-                                  "--hot -1",
-                                  "--hot 100001",
-                                  "--hot 1.5",
-                                  "--ramp 11",
-                                  "--jerk 5",
-                                  "--jerk 5,1,6",
-                                  "--jerk 5.5,1",
-                                  "--jerk 5,361",
-                                  "--push 5,1",
-                                  "--push 5,1,101",
-                                  "--push -1,1,1",
-                                  "--repeat -1",
-                                  "--repeat 1,",
-                                  "--repeat 2000001",
-                                  "--lose x",
-                                  "--lose 1,2,3.5",
-                                  "--scratches 201",
-                                  "--dirt -1",
-                                  "--texture 51",
-                                  "--out",
-                                  "--out ''",
-                                  "--out --count",
-                                  "--preview",
-                                  "--preview ''",
-                                  "--preview --count",
-                                  "--preview picture.jpg",
-                                  "--preview a.svg.txt",
-                                  "--preview p.png",
-                                  "--preview p.svg --teeth 0",
-                                  "--colour red",
-                                  "frames",
-                                  "-l 3",
-                                  "''",
-                                  "--"}) {
+    for (const char* arguments :
+         {"--count 0",
+          "--count 51",
+          "--count -1",
+          "--count x",
+          "--count 1.5",
+          "--count 1e1",
+          "--count ''",
+          "--count 99999999999999999999",
+          "--count",
+          "--count 3 --teeth",
+          "--p1 0",
+          "--p2 51",
+          "--p1",
+          "--first -1",
+          "--first 1000001",
+          "--centre 5",
+          "--centre 600,400,1",
+          "--centre 600,",
+          "--centre ,",
+          "--centre a,b",
+          "--centre nan,nan",
+          "--centre inf,400",
+          "--centre -400,400",
+          "--centre 600,1e9",
+          "--centre 1e999,1",
+          "--centre 29.9,400",
+          "--centre 600,929.5",
+          "--inner 250",
+          "--inner 300",
+          "--inner -1",
+          "--inner nan",
+          "--outer 100",
+          "--outer inf",
+          "--outer 1e300",
+          "--teeth 0",
+          "--teeth -5",
+          "--teeth 1001",
+          "--teeth many",
+          "--speed nan",
+          "--speed 361",
+          "--speed -1e9",
+          "--speed 0.4deg",
+          "--speed 0,4",
+          "--speed ''",
+          "--start 400",
+          "--spokes -1",
+          "--spokes 101",
+          "--hub 217",
+          "--hub -1",
+          "--hub nan",
+          "--uneven 1.1",
+          "--uneven -0.1",
+          "--noise -1",
+          "--noise 101",
+          "--noise inf",
+          "--seed -1",
+          "--seed 4294967296",
+          "--seed 1.5",
+          "--disc 100,100,40",
+          "--disc 100,100,-40,1,1",
+          "--disc 100,100,nan,1,1",
+          "--disc 20,20,40,1,1",
+          "--disc 1200,100,40,5,0",
+          "--disc 1e99,0,1,0,0",
+          "--disc 100,100,40,5000,0",
+          "--tilt 61,0",
+          "--tilt 8",
+          "--tilt 8,0,0",
+          "--tilt -1,0",
+          "--tilt 8,nan",
+          "--tilt 010x,0",
+          "--distance 499",
+          "--distance 1e999",
+          "--distance -1",
+          "--distance 510 --eccentric 6,0",
+          "--thickness 1001",
+          "--thickness 3OO",
+          "--eccentric 1001,0",
+          "--eccentric 5",
+          "--lens -0.11",
+          "--lens 0.51",
+          "--vignette 1.1",
+          "--highlight 1,2,3",
+          "--highlight 1,2,3,256",
+          "--highlight 1,2,-3,6",
+          "--shadow 1,2,3,1.1",
+          "--flicker 1.1,2",
+          "--flicker 0.1",
+          "--flicker 0.1,0.5",
+          "--gain 0",
+          "--gain 101",
+          "--exposure 1.01",
+          "--exposure -0.1",
+          "--rolling 2",
+          "--fullwell -1",
+          "--fullwell 1000001",
+          "--rownoise 101",
+          "--hot -1",
+          "--hot 100001",
+          "--hot 1.5",
+          "--ramp 11",
+          "--jerk 5",
+          "--jerk 5,1,6",
+          "--jerk "
+          "1,1,2,1,3,1,4,1,5,1,6,1,7,1,8,1,9,1,10,1,11,1,12,1,13,1,14,1,15,1,16,1,17,1,18,"
+          "1,19,1,20,1,21,1",
+          "--jerk 5.5,1",
+          "--jerk 5,361",
+          "--push 5,1",
+          "--push 5,1,101",
+          "--push -1,1,1",
+          "--repeat -1",
+          "--repeat 1,",
+          "--repeat 2000001",
+          "--lose x",
+          "--lose 1,2,3.5",
+          "--scratches 201",
+          "--dirt -1",
+          "--texture 51",
+          "--out",
+          "--out ''",
+          "--out --count",
+          "--preview",
+          "--preview ''",
+          "--preview --count",
+          "--preview picture.jpg",
+          "--preview a.svg.txt",
+          "--preview p.png",
+          "--preview p.svg --teeth 0",
+          "--colour red",
+          "frames",
+          "-l 3",
+          "''",
+          "--"}) {
         const Finished run = Run(arguments);
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_EQ(run.out, "") << arguments;
