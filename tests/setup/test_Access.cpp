@@ -113,6 +113,8 @@ TEST(Access, HostsAreAddressesLocalhostAndTheMachinesNames)
                              ":8080",
                              ".local"})
         EXPECT_FALSE(KnownHost(host, "board")) << host;
+    EXPECT_TRUE(KnownHost("AZ.local", "az"));
+    for (const char* other : {"@z", "[z", "`z", "{z"}) EXPECT_FALSE(KnownHost(other, "az")) << other;
     EXPECT_FALSE(KnownHost(std::string("127.0.0.1\0.evil.example", 23), "board"));
     EXPECT_FALSE(KnownHost(".local", "")) << "a machine without a name has none with .local either";
     EXPECT_FALSE(KnownHost("", ""));

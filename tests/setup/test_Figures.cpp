@@ -2,10 +2,12 @@
 #include <setup/Figures.h>
 
 #include <setup/MotionPicture.h>
+#include <tests/support/Decoded.h>
 #include <tests/support/Wheels.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -61,6 +63,28 @@ TEST(Figures, ASharperPictureHasTheLargerNumber)
     EXPECT_NEAR(Sharpness(even, Circles()), std::sqrt(4 * 100.0 * 100 / (38 * 28)), 1e-9);
 }
 
+TEST(Figures, TheSquareAroundTheOuterCircleIsLookedAt)
+{
+    const Circles circles{{60, 45}, 10, 20, 0};
+    const auto with = [&](int x, int y) {
+        MatByte picture(120, 100);
+        picture.Fill(90);
+        picture(x, y) = 190;
+        return Sharpness(picture, circles);
+    };
+    // 38 x 38 differences of each direction; a pixel well inside differs from four others.
+    for (const auto& [x, y] : {std::pair{60, 45}, {42, 27}, {75, 45}, {60, 60}, {45, 60}})
+        EXPECT_NEAR(with(x, y), std::sqrt(4 * 100.0 * 100 / (38 * 38)), 1e-9) << x << ' ' << y;
+    for (const auto& [x, y] : {std::pair{39, 45}, {80, 45}, {60, 24}, {60, 65}})
+        EXPECT_EQ(with(x, y), 0) << x << ' ' << y;
+    const auto corner = [&](int x, int y, double count) {
+        EXPECT_NEAR(with(x, y), std::sqrt(count * 100.0 * 100 / (38 * 38)), 1e-9) << x << ' ' << y;
+    };
+    corner(40, 25, 2); // it is the first of two differences
+    corner(79, 45, 1);
+    corner(60, 64, 1);
+}
+
 TEST(Figures, SharesOfExposureAreCounted)
 {
     MatByte picture(10, 10);
@@ -104,6 +128,26 @@ TEST(Figures, TheSpeedHoldsForCirclesThatAreALittleOff)
     const auto speed = SpeedOf(Frame(scene, 0), Frame(scene, 1), circles);
     ASSERT_TRUE(speed);
     EXPECT_NEAR(speed->pixels, TrueSpeed(scene), 0.25);
+}
+
+TEST(Figures, AFaintRingHasASpeedUntilItIsNoise)
+{
+    WheelScene scene;
+    scene.noise = 0;
+    for (const auto& [gain, seen] : {std::pair{0.15, true}, {0.01, false}}) {
+        scene.gain = gain;
+        const auto speed = SpeedOf(Frame(scene, 0), Frame(scene, 1), CirclesOf(scene));
+        ASSERT_EQ(speed.has_value(), seen) << gain;
+        if (!speed) continue;
+        EXPECT_NEAR(speed->pixels, TrueSpeed(scene), 0.1);
+    }
+}
+
+TEST(Figures, TwoRingsThatDoNotLookAlikeHaveNoSpeed)
+{
+    WheelScene scene, other;
+    other.teeth = 31;
+    EXPECT_FALSE(SpeedOf(Frame(scene, 0), Frame(other, 0), CirclesOf(scene)));
 }
 
 TEST(Figures, NearHalfAToothTheSpeedIsNotTold)
@@ -150,4 +194,54 @@ TEST(MotionPicture, IsAColourPictureOfHalfTheSize)
     EXPECT_EQ(two(5), 480);
     EXPECT_EQ(two(7), 640);
     EXPECT_EQ(jpeg[at + 9], 3);
+}
+
+namespace {
+
+/// The mean colour of the motion of a smooth pattern of 160 x 120 pixels that moves by (dx, dy).
+std::array<double, 3> MotionColour(double dx, double dy, double grey = 0)
+{
+    const auto pattern = [grey](double x, double y) {
+        return grey > 0 ? grey : 60 + 25 * std::sin(x / 5) * std::sin(y / 5) + 0.5;
+    };
+    MatByte first(160, 120), second(160, 120);
+    for (int y = 0; y < 120; y++)
+        for (int x = 0; x < 160; x++) {
+            first(x, y) = static_cast<UBYTE>(pattern(x, y));
+            second(x, y) = static_cast<UBYTE>(pattern(x - dx, y - dy));
+        }
+    const std::string jpeg = MotionJpeg(first, second);
+    const decoded::Decoded read = decoded::Decode({jpeg.begin(), jpeg.end()});
+    std::array<double, 3> mean{};
+    for (int y = 10; y < 50; y++)
+        for (int x = 10; x < 70; x++)
+            for (std::size_t c = 0; c < 3; c++)
+                mean[c] +=
+                    read.rows[static_cast<std::size_t>(y)][3 * static_cast<std::size_t>(x) + c] / 2400.0;
+    return mean;
+}
+
+} // namespace
+
+TEST(MotionPicture, TheColourIsThatOfTheReportForTheDirection)
+{
+    // Red to the right, cyan to the left, between yellow and green down, between blue and violet up.
+    const auto [right, left, down, up] =
+        std::array{MotionColour(1, 0), MotionColour(-1, 0), MotionColour(0, 1), MotionColour(0, -1)};
+    EXPECT_GT(right[0], right[1] + 60);
+    EXPECT_GT(right[0], right[2] + 60);
+    EXPECT_GT(left[1], left[0] + 60);
+    EXPECT_GT(left[2], left[0] + 60);
+    EXPECT_GT(down[1], down[0] + 20);
+    EXPECT_GT(down[0], down[2] + 20);
+    EXPECT_GT(up[2], up[0] + 20);
+    EXPECT_GT(up[0], up[1] + 20);
+}
+
+TEST(MotionPicture, WhatIsStillIsGreyAndHalfAsBrightAndSlowMotionShows)
+{
+    for (const double grey : {60.0, 200.0})
+        for (const double part : MotionColour(0, 0, grey)) EXPECT_NEAR(part, grey / 2, 2);
+    const auto slow = MotionColour(0.25, 0);
+    EXPECT_GT(slow[0], slow[1] + 20);
 }

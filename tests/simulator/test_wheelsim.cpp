@@ -732,7 +732,7 @@ TEST_F(Wheelsim, PreviewMarksWhatTheLensShows)
 
 TEST_F(Wheelsim, PreviewMarksAnEccentricRingAroundItsOwnCentre)
 {
-    ASSERT_EQ(Run("--noise 0 --preview p.svg --centre 600,500 --eccentric 20,90").status, 0);
+    ASSERT_EQ(Run("--noise 0 --preview p.svg --centre 600,500 --start 30 --eccentric 20,90").status, 0);
     const svg::Document drawn(folder.Read("p.svg"));
     EXPECT_LT(svg::Distance(CrossOf(drawn), {600, 500}), 0.01);
     EXPECT_LT(svg::Distance(drawn.Shapes("ring-centre", "circle").at(0).Middle(), {600, 520}), 0.01);

@@ -352,6 +352,7 @@ TEST(Files, TheSameFileUnderAnyName)
     EXPECT_TRUE(SameFile(folder / "file", folder / "second name"));
     EXPECT_FALSE(SameFile(folder / "file", folder / "other"));
     EXPECT_FALSE(SameFile(folder / "missing", folder / "missing"));
+    EXPECT_FALSE(SameFile("/proc", "/sys")) << "both have the number 1, each of its own file system";
 }
 
 } // namespace

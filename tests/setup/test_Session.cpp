@@ -1,0 +1,356 @@
+// What the page is told, without a server: a session with a camera that the test plays, the answer to every
+// path, and where the server listens.
+#include <setup/Reply.h>
+#include <setup/Server.h>
+
+#include <raspicam/raspicam.h>
+
+#include <tests/support/ChildProcess.h>
+#include <tests/support/Wheels.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace telvane;
+using namespace std::chrono_literals;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+// What the camera shows.
+enum class Shows {
+    counts,   ///< even pictures, one brighter than the last
+    shares,   ///< of ten columns one is white and three are black
+    halfTooth ///< a wheel that turns by half a tooth
+};
+std::atomic<Shows> shows;
+std::atomic<bool> opens;
+std::atomic<int> goodGrabs;
+
+const WheelScene& FastWheel()
+{
+    static const WheelScene scene = [] {
+        WheelScene s;
+        s.degreesPerFrame = 4.5;
+        s.noise = 0;
+        return s;
+    }();
+    return scene;
+}
+
+std::uint8_t Grey(Shows what, int grabs, std::size_t pixel)
+{
+    static const BytePicture wheel[] = {WheelFrame(FastWheel(), 0), WheelFrame(FastWheel(), 1)};
+    switch (what) {
+    case Shows::counts: return static_cast<std::uint8_t>(grabs);
+    case Shows::shares: return pixel % 10 == 0 ? 255 : pixel % 10 < 4 ? 0 : 100;
+    case Shows::halfTooth: break;
+    }
+    return wheel[grabs % 2].a[pixel];
+}
+
+} // namespace
+
+namespace raspicam {
+
+RaspiCam::RaspiCam() = default;
+RaspiCam::~RaspiCam() = default;
+
+bool RaspiCam::open(bool)
+{
+    buffer.resize(std::size_t{1280} * 960 * 3);
+    return opens;
+}
+
+bool RaspiCam::grab()
+{
+    if (goodGrabs-- <= 0) return false;
+    grabs++;
+    const Shows what = shows;
+    for (std::size_t i = 0; i < buffer.size() / 3; i++)
+        std::fill_n(buffer.begin() + static_cast<std::ptrdiff_t>(3 * i), 3, Grey(what, grabs, i));
+    return true;
+}
+
+unsigned char* RaspiCam::getImageBufferData() const { return buffer.data(); }
+
+std::size_t RaspiCam::getImageBufferSize() const { return buffer.size(); }
+
+} // namespace raspicam
+
+namespace {
+
+const Json wheelJson = {{"centre", {652.4, 471.7}}, {"inner", 216}, {"outer", 250}, {"teeth", 40},
+                        {"region", {560, 540}},     {"count", 4},   {"p1", 3}};
+
+class SessionOfTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        shows = Shows::counts;
+        opens = true;
+        goodGrabs = 1 << 30;
+    }
+    void TearDown() override { film.Stop(); }
+
+    template <class Condition> static bool Wait(Condition holds)
+    {
+        for (int i = 0; i < 6000; i++) {
+            if (holds()) return true;
+            std::this_thread::sleep_for(5ms);
+        }
+        return false;
+    }
+    bool WaitForCamera(const std::string& state)
+    {
+        return Wait([&] { return session.State()["camera"]["state"] == state; });
+    }
+    Answer Ask(const std::string& method, const std::string& path, const std::string& body = "")
+    {
+        return Reply({method, path, {}, {}, body}, session);
+    }
+    /// A telvane-run of these lines of a shell.
+    void StandIn(const std::string& lines) const
+    {
+        folder.Write("run", "#!/bin/sh\n" + lines + "\n");
+        std::filesystem::permissions(folder / "run", std::filesystem::perms::owner_all);
+    }
+    /// Posts /try and waits for its result.
+    Json Tried()
+    {
+        const int before = session.State()["tried"];
+        EXPECT_EQ(Ask("POST", "/try").status, 200u);
+        EXPECT_TRUE(Wait([&] { return session.State()["tried"] == before + 1; }));
+        return Json::parse(Ask("GET", "/tried").body);
+    }
+
+    TemporaryFolder folder;
+    Film film;
+    Session session{film, {}, folder / "wheel.toml", folder / "run"};
+};
+
+TEST_F(SessionOfTest, TheCamerasStateIsToldInWords)
+{
+    EXPECT_EQ(session.State()["camera"],
+              Json({{"state", "opening"}, {"text", "The camera is being opened."}}));
+    EXPECT_EQ(session.Measure(), "The camera is being opened.");
+    opens = false;
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("away"));
+    const std::string away =
+        "The camera does not open: it is not there, or another program has it. Trying again.";
+    EXPECT_EQ(session.State()["camera"]["text"], away);
+    EXPECT_EQ(Ask("POST", "/measure").body, Json({{"problem", away}}).dump(2) + "\n");
+    opens = true;
+    ASSERT_TRUE(WaitForCamera("films"));
+    EXPECT_EQ(session.State()["camera"]["text"], "The camera films.");
+    goodGrabs = 0;
+    ASSERT_TRUE(WaitForCamera("silent"));
+    EXPECT_EQ(session.State()["camera"]["text"], "The camera sends no pictures. Opening it again.");
+}
+
+TEST_F(SessionOfTest, FiguresAreToldByTheirNames)
+{
+    shows = Shows::shares;
+    film.Start();
+    ASSERT_TRUE(Wait([&] { return session.State()["figures"]["best"] > 0; }));
+    const Json first = session.State();
+    EXPECT_DOUBLE_EQ(first["figures"]["clipped"], 0.1);
+    EXPECT_DOUBLE_EQ(first["figures"]["dark"], 0.3);
+    EXPECT_TRUE(first["figures"]["speed"].is_null());
+    EXPECT_EQ(first["figures"]["nearHalf"], false);
+    EXPECT_EQ(first["viewers"], 0);
+    EXPECT_GT(first["pictures"], 0);
+    EXPECT_TRUE(first["job"].is_null());
+    EXPECT_EQ(first["measured"], 0);
+    EXPECT_EQ(first["tried"], 0);
+
+    const double best = first["figures"]["best"];
+    shows = Shows::counts;
+    ASSERT_TRUE(Wait([&] { return session.State()["figures"]["sharpness"] < best / 3; }));
+    EXPECT_EQ(session.State()["figures"]["best"], best);
+    EXPECT_EQ(Ask("POST", "/best").body, Json({{"problem", nullptr}}).dump(2) + "\n");
+    EXPECT_LT(session.State()["figures"]["best"], best);
+}
+
+TEST_F(SessionOfTest, NearHalfAToothASpeedIsNotTold)
+{
+    shows = Shows::halfTooth;
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(Wait([&] { return session.State()["figures"]["nearHalf"] == true; }));
+    EXPECT_TRUE(session.State()["figures"]["speed"].is_null());
+}
+
+TEST_F(SessionOfTest, TryingTakesFramesByThePeriodsOfTheWheel)
+{
+    EXPECT_EQ(Ask("POST", "/try").body, Json({{"problem", "--inner must be given"}}).dump(2) + "\n");
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("films"));
+    StandIn("cp -r \"$4\" '" + (folder / "taken") + "'\necho 'telvane-run: no room' >&2\nexit 4");
+    const Json tried = Tried();
+    EXPECT_EQ(tried["problem"], (folder / "run") + ": telvane-run: no room");
+    EXPECT_EQ(tried["report"], false);
+    std::vector<int> steps;
+    for (int i = 1, last = 0; i <= 4; i++) {
+        const std::string frame = folder.Read("taken/img" + std::to_string(i) + ".bmp");
+        const int grey = static_cast<unsigned char>(frame.back());
+        if (i > 1) steps.push_back((grey - last + 256) % 256);
+        last = grey;
+    }
+    EXPECT_EQ(steps, (std::vector<int>{3, 1, 3}));
+
+    std::filesystem::remove(folder / "run");
+    EXPECT_EQ(Tried()["problem"], (folder / "run") + ": No such file or directory");
+    StandIn("exit 0");
+    EXPECT_EQ(Tried()["problem"], (folder / "run") + ": it ended without a result");
+    StandIn("mkdir -p \"$6/latest\"; echo '[]' >\"$6/latest/run.json\"");
+    EXPECT_EQ(Tried()["problem"], (folder / "run") + " wrote no JSON");
+}
+
+TEST_F(SessionOfTest, EachPathHasItsAnswer)
+{
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    const auto get = [&](const std::string& path) { return Ask("GET", path); };
+    EXPECT_EQ(get("/favicon.ico").status, 204u);
+    ASSERT_TRUE(get("/live").stream.has_value());
+    EXPECT_EQ(get("/live").stream, View::plain);
+    EXPECT_EQ(get("/motion").stream, View::motion);
+    EXPECT_EQ(get("/motion").type, "multipart/x-mixed-replace; boundary=picture");
+    EXPECT_FALSE(Ask("HEAD", "/live").stream.has_value()) << "nobody looks on then";
+    EXPECT_EQ(get("/state").type, "application/json");
+    EXPECT_EQ(Json::parse(get("/wheel").body), session.WheelState());
+    EXPECT_EQ(get("/measured").body, "null\n");
+    EXPECT_EQ(get("/tried").body, "null\n");
+    EXPECT_EQ(get("/report").status, 404u);
+    EXPECT_EQ(get("/report").body, "There is no report yet.\n");
+    EXPECT_EQ(get("/wheel.toml").type, "application/toml");
+    EXPECT_EQ(get("/none").status, 404u);
+    EXPECT_EQ(get("/none").body, "There is nothing here.\n");
+    EXPECT_EQ(get("/keep").status, 405u);
+    EXPECT_EQ(get("/keep").body, "This takes POST.\n");
+    EXPECT_EQ(Ask("POST", "/motion").body, "This takes GET, HEAD.\n");
+    const Answer wheel = Ask("PUT", "/wheel");
+    EXPECT_EQ(wheel.status, 405u);
+    EXPECT_EQ(wheel.body, "This takes GET, HEAD, POST.\n");
+
+    EXPECT_EQ(Ask("POST", "/keep").body, Json({{"problem", nullptr}}).dump(2) + "\n");
+    EXPECT_EQ(folder.Read("wheel.toml"), get("/wheel.toml").body);
+    EXPECT_EQ(Ask("POST", "/wheel", "{}").status, 200u);
+    const Answer missing = Ask("POST", "/keep");
+    EXPECT_EQ(missing.status, 409u);
+    EXPECT_EQ(missing.body, Json({{"problem", "--inner must be given"}}).dump(2) + "\n");
+    EXPECT_EQ(get("/wheel.toml").status, 409u);
+    EXPECT_EQ(get("/wheel.toml").body, "--inner must be given\n");
+    EXPECT_EQ(Ask("POST", "/wheel", "{").body,
+              Json({{"problem", "this is no JSON of a wheel"}}).dump(2) + "\n");
+}
+
+TEST_F(SessionOfTest, TheReportIsAPageOfItsOwn)
+{
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("films"));
+    StandIn(
+        "mkdir -p \"$6/latest\"; echo '{}' >\"$6/latest/run.json\"; echo page >\"$6/latest/report.html\"");
+    const Json tried = Tried();
+    EXPECT_TRUE(tried["problem"].is_null());
+    EXPECT_EQ(tried["report"], true);
+    const Answer report = Ask("GET", "/report");
+    EXPECT_EQ(report.body, "page\n");
+    EXPECT_EQ(report.type, "text/html; charset=utf-8");
+    EXPECT_EQ(report.policy, "default-src 'none'; style-src 'unsafe-inline'; img-src data:; sandbox");
+}
+
+TEST(Refusal, EachHasItsStatusAndWords)
+{
+    const Rights rights{"token", "telvane-1", "cookie", "board"};
+    HttpRequest request{"GET", "/state", {}, {{"Host", "board"}, {"Cookie", "telvane-1=cookie"}}, ""};
+    EXPECT_FALSE(Refusal(request, 0, rights).has_value());
+    const auto refused = [&](std::size_t length = 0) {
+        return Refusal(request, length, rights).value_or(Answer());
+    };
+    EXPECT_EQ(refused(65537).status, 413u);
+    EXPECT_EQ(refused(65537).body, "A request's body has at most 65536 bytes.\n");
+    request.headers.pop_back();
+    EXPECT_EQ(refused().status, 403u);
+    EXPECT_EQ(refused().body,
+              "Open the link that telvane-setup has printed: this address alone opens nothing.\n");
+    EXPECT_EQ(refused().type, "text/plain; charset=utf-8");
+    request.path = "/";
+    EXPECT_EQ(refused().status, 403u);
+    EXPECT_EQ(refused().type, "text/html; charset=utf-8");
+    EXPECT_NE(refused().body.find("<a href=\"/\">go on</a>"), std::string::npos);
+    request.arguments = {{"token", "token"}};
+    EXPECT_EQ(refused().status, 303u);
+    EXPECT_EQ(refused().headers,
+              (std::vector<std::pair<std::string, std::string>>{
+                  {"Location", "/"}, {"Set-Cookie", "telvane-1=cookie; Path=/; HttpOnly; SameSite=Strict"}}));
+    request.headers.clear();
+    EXPECT_EQ(refused().status, 400u);
+    EXPECT_EQ(refused().body, "A request names one host.\n");
+}
+
+TEST(Answer, EveryOneHasTheHeadersThatKeepOthersOut)
+{
+    Answer answer;
+    answer.type = "text/x";
+    answer.policy = "default-src 'self'";
+    answer.headers = {{"Allow", "GET"}};
+    EXPECT_EQ(HeadersOf(answer),
+              (std::vector<std::pair<std::string, std::string>>{
+                  {"Content-Security-Policy",
+                   "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+                  {"Referrer-Policy", "no-referrer"},
+                  {"Cache-Control", "no-store"},
+                  {"X-Frame-Options", "DENY"},
+                  {"X-Content-Type-Options", "nosniff"},
+                  {"Cross-Origin-Resource-Policy", "same-origin"},
+                  {"Cross-Origin-Opener-Policy", "same-origin"},
+                  {"Connection", "close"},
+                  {"Content-Type", "text/x"},
+                  {"Allow", "GET"}}));
+    EXPECT_EQ(Answer().policy, "default-src 'none'");
+}
+
+TEST(Listening, IsForThisMachineAloneUnlessItIsSaid) { EXPECT_EQ(Listening().Text(), "127.0.0.1:8080"); }
+
+TEST(Listening, AnAddressMayHaveAPort)
+{
+    for (const auto& [text, shown] : {std::pair{"10.0.0.1", "10.0.0.1:8080"},
+                                      {"10.0.0.1:1", "10.0.0.1:1"},
+                                      {"0.0.0.0:0", "0.0.0.0:0"},
+                                      {"127.0.0.1:65535", "127.0.0.1:65535"},
+                                      {"[::1]", "[::1]:8080"},
+                                      {"[::]:9", "[::]:9"},
+                                      {"[fe80::1]:65535", "[fe80::1]:65535"}}) {
+        Listening listening;
+        EXPECT_EQ(ReadListening(text, listening), "") << text;
+        EXPECT_EQ(listening.Text(), shown);
+        EXPECT_EQ(listening.Is6(), text[0] == '[') << text;
+    }
+    for (const char* text : {"", "localhost", ":80", "1.2.3", "1.2.3.4.5", "256.0.0.1", "::1", "[::1",
+                             "[1.2.3.4]", "[]", "[::1]x:1"}) {
+        Listening listening;
+        EXPECT_NE(ReadListening(text, listening), "") << text;
+        EXPECT_EQ(listening.Text(), "127.0.0.1:8080") << text;
+    }
+    for (const char* text : {"10.0.0.1:", "10.0.0.1:65536", "10.0.0.1:-1", "10.0.0.1:+80", "10.0.0.1:8x",
+                             "10.0.0.1: 80", "[::1]8080", "[::1]:", "[::1]:+80", "10.0.0.1:1:1"}) {
+        Listening listening;
+        EXPECT_EQ(ReadListening(text, listening),
+                  std::string("'") + text + "' does not end with a port from 0 to 65535");
+        EXPECT_EQ(listening.Text(), "127.0.0.1:8080");
+    }
+}
+
+} // namespace
