@@ -131,6 +131,41 @@ class Pass:
         wide = self.run("return document.documentElement.scrollWidth")
         expect("nothing is wider than the window", wide <= self.width, wide)
         self.shoot("aim")
+        self.figures()
+
+    def figures(self):
+        """Figures of every kind, as the page shows what /state holds."""
+        def shown(**figures):
+            given = {"sharpness": 5, "best": 10, "clipped": 0, "dark": 0, "speed": None, "nearHalf": False, **figures}
+            return self.run("""showFigures(arguments[0]);
+                const text = name => document.getElementById(name).textContent;
+                const [zone, mark] = document.getElementById('speed-bar').children;
+                return { sharp: text('sharp'), clipped: text('clipped'), dark: text('dark'), speed: text('speed'),
+                    bar: document.getElementById('sharp-bar').firstElementChild.style.width,
+                    zone: [zone.style.left, zone.style.width], mark: mark.hidden ? null : mark.style.left };""", given)
+        found = shown(clipped=0.02, dark=0.6)
+        expect("sharpness is told beside the best", found["sharp"] == "5.0; 50 % of the best so far, 10.0"
+               and found["bar"] == "50%", found)
+        expect("light that is too much and too little as well",
+               [found["clipped"], found["dark"]] == ["2.0 %: less light", "60 %: more light"], found)
+        expect("without a speed none is told", found["mark"] is None and found["speed"] == "once the circles are set",
+               found)
+        found = shown(clipped=0.01, dark=0.5, speed=-1)
+        expect("at their limits neither is much", [found["clipped"], found["dark"]] == ["1.0 %", "50 %"], found)
+        expect("a speed has its place among the good ones", found["mark"] == "25%" and found["zone"] == ["5%", "57.5%"],
+               found)
+        for speed, words in ((0.04, "they stand still"),
+                             (0.19, "0.19 pixels a frame, clockwise: slow, compare frames that lie further apart"),
+                             (0.2, "0.20 pixels a frame, clockwise: good"),
+                             (-2.5, "2.50 pixels a frame, counter-clockwise: good"),
+                             (2.51, "2.51 pixels a frame, clockwise: fast")):
+            found = shown(speed=speed)["speed"]
+            expect(f"{speed} pixels are in words", found == words, found)
+        found = shown(nearHalf=True)["speed"]
+        expect("half a tooth is, too", found == "about half a tooth a frame: too fast to tell", found)
+        self.click("best")
+        expect("the best can be forgotten", wait(lambda: self.run(
+            "return performance.getEntriesByType('resource').some(e => e.name.endsWith('/best'))")))
 
     def read_off(self):
         self.click("place")
@@ -191,6 +226,7 @@ class Pass:
         self.click("motion")
         expect("motion is laid over the picture",
                wait(lambda: self.run("return document.getElementById('live').naturalWidth") == 640))
+        expect("with what its colours mean", self.get("motion-legend").is_displayed())
         time.sleep(0.3)
         self.shoot("motion")
         self.click("motion")
