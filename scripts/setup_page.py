@@ -201,7 +201,13 @@ class Pass:
         expect("and reaches the command line", wait(lambda: "--mask 40,40,77,120" in self.run(
             "return document.getElementById('line-run').value")))
         self.shoot("marks")
-        self.browser.find_element(By.XPATH, "//button[text()='Remove mask 1']").click()
+        self.click("add-mask")
+        self.click("add-mask")
+        expect("three masks are enough", not self.get("add-mask").is_enabled())
+        for number in (3, 2, 1):
+            button = self.browser.find_element(By.XPATH, f"//button[text()='Remove mask {number}']")
+            self.run("arguments[0].scrollIntoView({block: 'center'})", button)
+            button.click()
         expect("a mask can be removed", wait(lambda: "--mask" not in self.run(
             "return document.getElementById('line-run').value")))
 
@@ -213,6 +219,9 @@ class Pass:
 
         self.click("measure")
         expect("measuring ends", wait(lambda: self.run("return document.getElementById('take') !== null")))
+        expect("what was found is told in words", re.search(
+            r"The wheel turns clockwise, 0\.40° a frame, about 652\.\d, 471\.\d\..* there are 40\.", self.get("measured").text),
+            self.get("measured").text)
         self.shoot("measured")
         self.click("take")
         found = {name: self.field(name) for name in ("inner", "outer", "teeth", "sense", "centre.0", "centre.1")}
