@@ -250,7 +250,10 @@ void Device::Parts::Completed(libcamera::Request* request)
         ConvertToBgr(format, picture.planes, frame);
         for (const Mapping& mapping : picture.mappings) mapping.Sync(DMA_BUF_SYNC_END);
     }
-    frames.EndFrame(good);
+    const libcamera::FrameMetadata& metadata = buffer->metadata();
+    const std::int64_t duration = request->metadata().get(libcamera::controls::FrameDuration).value_or(0);
+    frames.EndFrame(good,
+                    {metadata.sequence, static_cast<std::int64_t>(metadata.timestamp), 1000 * duration});
     request->reuse(libcamera::Request::ReuseBuffers);
     camera->queueRequest(request);
 }
@@ -289,6 +292,8 @@ void Device::Parts::ReleaseAll()
 Device::Device(std::unique_ptr<Parts> p) : parts(std::move(p)) {}
 
 Device::~Device() = default;
+
+std::chrono::milliseconds Device::Patience() { return std::chrono::seconds(2); }
 
 std::unique_ptr<Device> Device::Start(FrameExchange& frames)
 {

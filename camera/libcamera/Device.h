@@ -6,6 +6,7 @@
 
 #include <Telvane/Frames.h>
 
+#include <chrono>
 #include <memory>
 
 namespace telvane::camera {
@@ -17,6 +18,10 @@ inline constexpr std::size_t frameBytes = std::size_t(frameWidth) * frameHeight 
 /// the exchange when the camera goes away, and when it is destroyed itself.
 class Device {
 public:
+    /// How long a frame is waited for: far more than two of a camera that works. After its start the first
+    /// takes up to half a second.
+    static std::chrono::milliseconds Patience();
+
     /// Starts the system's first camera.
     /// \param frames  outlives the device
     /// \return null if there is none, it is busy, or it cannot deliver such frames; nothing is held then

@@ -22,7 +22,7 @@ FrameExchange::Slot* FrameExchange::Oldest(State state)
 {
     Slot* oldest = nullptr;
     for (Slot& slot : slots)
-        if (slot.state == state && (!oldest || slot.number < oldest->number)) oldest = &slot;
+        if (slot.state == state && (!oldest || slot.stamp.delivery < oldest->stamp.delivery)) oldest = &slot;
     return oldest;
 }
 
@@ -35,11 +35,12 @@ unsigned char* FrameExchange::BeginFrame()
     return filling->bytes.get();
 }
 
-void FrameExchange::EndFrame(bool good)
+void FrameExchange::EndFrame(bool good, FrameStamp stamp)
 {
     const std::lock_guard lock(mutex);
     filling->state = good ? State::waiting : State::free;
-    filling->number = ++delivered;
+    stamp.delivery = ++delivered;
+    filling->stamp = stamp;
     filling = nullptr;
     const auto waits = [](const Slot& slot) { return slot.state == State::waiting; };
     if (std::count_if(slots.begin(), slots.end(), waits) > backlog)
@@ -68,6 +69,20 @@ void FrameExchange::Close()
     closed = true;
     changed.notify_all();
     changed.wait(lock, [&] { return !filling; });
+}
+
+bool FrameExchange::Closed()
+{
+    const std::lock_guard lock(mutex);
+    return closed;
+}
+
+void FrameExchange::Reopen()
+{
+    const std::lock_guard lock(mutex);
+    for (Slot& slot : slots)
+        if (slot.state == State::waiting) slot.state = State::free;
+    closed = false;
 }
 
 } // namespace telvane::camera

@@ -2,6 +2,8 @@
 #ifndef CAMERA_LIBCAMERA_FRAMEEXCHANGE_H
 #define CAMERA_LIBCAMERA_FRAMEEXCHANGE_H
 
+#include <camera/libcamera/LossWatch.h>
+
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -31,8 +33,9 @@ public:
     unsigned char* BeginFrame();
 
     /// The deliverer: the frame is written.
-    /// \param good  false: nothing came of it, it is not handed on
-    void EndFrame(bool good);
+    /// \param good   false: nothing came of it, it is not handed on
+    /// \param stamp  its delivery is filled in here
+    void EndFrame(bool good, FrameStamp stamp = {});
 
     /// The taker: goes on to the oldest frame that waits, or waits for one.
     /// \param patience  the longest wait
@@ -42,17 +45,25 @@ public:
     /// The taker: the frame that was taken last; black before the first. Never null.
     unsigned char* Frame() const { return slots[shown].bytes.get(); }
 
-    /// No more frames, for good; wakes a taker that waits. When it returns, the deliverer is not writing and
+    /// The taker: what goes with that frame.
+    const FrameStamp& Stamp() const { return slots[shown].stamp; }
+
+    /// No more frames; wakes a taker that waits. When it returns, the deliverer is not writing and
     /// will not write again, so that what it reads from may go. Not to be called between BeginFrame and
     /// EndFrame by the deliverer itself.
     void Close();
+    bool Closed();
+
+    /// After Close, when its deliverer is gone: another one may begin. Frames that wait are dropped, the one
+    /// that was taken last stays.
+    void Reopen();
 
 private:
     enum class State { free, filling, waiting, shown };
     struct Slot {
         std::unique_ptr<unsigned char[]> bytes;
         State state = State::free;
-        unsigned long number = 0; // of the frame, in order of delivery
+        FrameStamp stamp;
     };
 
     Slot* Oldest(State state);
@@ -62,7 +73,7 @@ private:
     std::array<Slot, backlog + 2> slots; // one more is shown, one more is filled
     std::size_t shown = 0;               // belongs to the taker
     Slot* filling = nullptr;
-    unsigned long delivered = 0;
+    std::uint64_t delivered = 0;
     bool closed = false;
 };
 

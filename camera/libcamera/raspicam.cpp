@@ -1,10 +1,14 @@
 // The camera as the program sees it: opening, waiting for frames, and a buffer that is always there.
 #include <raspicam/raspicam.h>
 
+#include <camera/GrabLoss.h>
 #include <camera/libcamera/Device.h>
+#include <camera/libcamera/LossWatch.h>
 
 #include <chrono>
+#include <cstdio>
 #include <new>
+#include <string>
 #include <utility>
 
 namespace raspicam {
@@ -13,18 +17,64 @@ namespace {
 
 namespace camera = telvane::camera;
 
-// Far more than two frames of a camera that works: after its start the first takes up to half a second.
-constexpr std::chrono::milliseconds patience{2000};
-
 // What a camera that is not open shows. It is never written.
 unsigned char black[camera::frameBytes];
+
+// In one write each, so that a line stays whole beside those of others.
+void Tell(const camera::GrabLoss& loss)
+{
+    camera::lossesSoFar++;
+    if (camera::lossesAreTold) std::fputs((camera::LineOf(loss) + '\n').c_str(), stderr);
+}
 
 } // namespace
 
 struct RaspiCam::Capture {
+    ~Capture()
+    {
+        for (const camera::GrabLoss& loss : watch.Rest()) Tell(loss);
+    }
+
+    bool Grab();
+    bool Restart();
+
     camera::FrameExchange frames;
+    camera::LossWatch watch;
+    bool restarted = false;
     std::unique_ptr<camera::Device> device; // goes first
 };
+
+bool RaspiCam::Capture::Restart()
+{
+    device.reset(); // the camera can be had once
+    frames.Reopen();
+    device = camera::Device::Start(frames);
+    if (!device) frames.Close(); // there is nothing to wait for any more
+    return device != nullptr;
+}
+
+bool RaspiCam::Capture::Grab()
+{
+    using Clock = std::chrono::steady_clock;
+    auto begin = Clock::now();
+    const auto waited = [&begin] {
+        const auto now = Clock::now();
+        return now - std::exchange(begin, now);
+    };
+
+    bool got = frames.Next(camera::Device::Patience());
+    if (!got && !restarted && !frames.Closed()) {
+        restarted = true;
+        watch.Restarted(waited());
+        got = Restart() && frames.Next(camera::Device::Patience());
+    }
+    if (got) {
+        for (const camera::GrabLoss& loss : watch.Got(frames.Stamp(), waited())) Tell(loss);
+    } else if (const auto loss = watch.Nothing(waited())) {
+        Tell(*loss);
+    }
+    return got;
+}
 
 RaspiCam::RaspiCam() = default;
 RaspiCam::~RaspiCam() = default;
@@ -40,7 +90,7 @@ bool RaspiCam::open(bool)
     return true;
 }
 
-bool RaspiCam::grab() { return capture && capture->frames.Next(patience); }
+bool RaspiCam::grab() { return capture && capture->Grab(); }
 
 unsigned char* RaspiCam::getImageBufferData() const { return capture ? capture->frames.Frame() : black; }
 

@@ -176,6 +176,45 @@ TEST_F(FrameExchanges, NothingIsDeliveredOrTakenAfterClose)
     EXPECT_EQ(Shown(frames), 1);
 }
 
+TEST_F(FrameExchanges, WhatGoesWithAFrameIsHandedOnWithIt)
+{
+    for (std::uint32_t i = 1; i <= 7; i++) {
+        ASSERT_NE(frames.BeginFrame(), nullptr);
+        frames.EndFrame(i != 6, {10 * i, 100 * i, 1000 * i, 99});
+    }
+    // The deliveries are counted here: those that failed or were lost as well.
+    for (const std::uint32_t i : {4u, 5u, 7u}) {
+        ASSERT_TRUE(frames.Next(0ms));
+        EXPECT_EQ(frames.Stamp().sequence, 10 * i);
+        EXPECT_EQ(frames.Stamp().time, 100 * i);
+        EXPECT_EQ(frames.Stamp().duration, 1000 * i);
+        EXPECT_EQ(frames.Stamp().delivery, i);
+    }
+    EXPECT_FALSE(frames.Next(0ms));
+    EXPECT_EQ(frames.Stamp().sequence, 70u);
+}
+
+TEST_F(FrameExchanges, OpenedAgainItGoesOnWithNewFramesOnly)
+{
+    EXPECT_FALSE(frames.Closed());
+    Deliver(frames, 1);
+    ASSERT_TRUE(frames.Next(0ms));
+    for (int i = 2; i <= 4; i++) Deliver(frames, i);
+    frames.Close();
+    EXPECT_TRUE(frames.Closed());
+    frames.Reopen();
+    EXPECT_FALSE(frames.Closed());
+    EXPECT_FALSE(frames.Next(0ms));
+    EXPECT_EQ(Shown(frames), 1);
+    for (int i = 5; i <= 7; i++) Deliver(frames, i);
+    EXPECT_EQ(Shown(frames), 1);
+    for (int i = 5; i <= 7; i++) {
+        ASSERT_TRUE(frames.Next(0ms));
+        EXPECT_EQ(Shown(frames), i);
+    }
+    EXPECT_EQ(frames.Stamp().delivery, 7u);
+}
+
 TEST_F(FrameExchanges, CloseWaitsForTheFrameThatIsBeingWritten)
 {
     std::atomic<bool> writing{false}, written{false};

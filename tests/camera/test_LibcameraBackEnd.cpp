@@ -1,6 +1,7 @@
 // The camera class of the libcamera back end, over a device that does as the test says.
 #include <raspicam/raspicam.h>
 
+#include <camera/GrabLoss.h>
 #include <camera/libcamera/CameraChoice.h>
 #include <camera/libcamera/Device.h>
 #include <camera/libcamera/PictureConvert.h>
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -26,6 +28,9 @@ namespace {
 namespace camera = telvane::camera;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
+using camera::GrabLoss;
+
+const std::int64_t frameTime = 33'333'333; // nanoseconds
 
 const std::size_t frameBytes = std::size_t(1280) * 960 * 3;
 
@@ -33,6 +38,7 @@ struct Script {
     bool there = true;                                    ///< whether the device starts
     std::function<void(camera::FrameExchange&)> onStart;  ///< before it has started
     std::function<void(camera::FrameExchange&)> onThread; ///< the camera's own thread, after it has started
+    std::chrono::milliseconds patience = 2s;
     int running = 0, started = 0, mostAtOnce = 0;
 };
 
@@ -64,6 +70,8 @@ Device::~Device()
     played->running--;
 }
 
+std::chrono::milliseconds Device::Patience() { return played->patience; }
+
 std::unique_ptr<Device> Device::Start(FrameExchange& frames)
 {
     if (!played->there) return nullptr;
@@ -89,8 +97,33 @@ protected:
         played = nullptr;
     }
 
+    /// Opens a camera and grabs so often.
+    /// \param deliver  changes what goes with a grab's frame; answers how often it is delivered before the
+    /// grab
+    void Grabs(int count, const std::function<int(int, camera::FrameStamp&)>& deliver)
+    {
+        camera::FrameExchange* frames = nullptr;
+        script.onStart = [&](camera::FrameExchange& exchange) { frames = &exchange; };
+        raspicam::RaspiCam camera;
+        ASSERT_TRUE(camera.open(true));
+        for (int grab = 1; grab <= count; grab++) {
+            camera::FrameStamp stamp{static_cast<std::uint32_t>(grab), grab * frameTime};
+            for (int i = deliver(grab, stamp); i > 0; i--)
+                if (frames->BeginFrame()) frames->EndFrame(true, stamp);
+            ASSERT_TRUE(camera.grab()) << grab;
+        }
+    }
+
     Script script;
 };
+
+/// What the only line of a text tells.
+GrabLoss TheLoss(const std::string& text)
+{
+    GrabLoss loss;
+    EXPECT_TRUE(!text.empty() && camera::ReadLine(text.substr(0, text.size() - 1), loss)) << text;
+    return loss;
+}
 
 /// The value of all bytes of the camera's buffer; -1 where they differ or are not a whole frame.
 int Shown(const raspicam::RaspiCam& camera)
@@ -161,17 +194,134 @@ TEST_F(LibcameraBackEnd, GrabTakesOneFrameAfterTheOther)
     }
 }
 
-TEST_F(LibcameraBackEnd, GrabGivesUpAfterTwoSecondsAndKeepsTheLastFrame)
+TEST_F(LibcameraBackEnd, SilentCameraIsStartedAnewOnceAndTheLastFrameStays)
 {
+    script.patience = 100ms;
+    script.onStart = [this](camera::FrameExchange& frames) {
+        if (script.started == 0) Deliver(frames, 7);
+    };
+    raspicam::RaspiCam camera;
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(camera.open(true) && camera.grab());
+    for (const int patiences : {2, 1, 1}) {
+        const auto start = Clock::now();
+        EXPECT_FALSE(camera.grab());
+        const auto waited = Clock::now() - start;
+        EXPECT_GE(waited, patiences * script.patience);
+        EXPECT_LT(waited, 20s);
+        EXPECT_EQ(Shown(camera), 7);
+        EXPECT_EQ(script.started, 2);
+        EXPECT_EQ(script.running, 1);
+        EXPECT_EQ(script.mostAtOnce, 1);
+    }
+    const GrabLoss loss = TheLoss(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(loss.kind, GrabLoss::Kind::none);
+    EXPECT_EQ(loss.grab, 2);
+    EXPECT_GE(loss.silent, 200);
+    EXPECT_TRUE(loss.restarted);
+}
+
+TEST_F(LibcameraBackEnd, FramesGoOnAfterTheCameraWasStartedAnew)
+{
+    script.patience = 100ms;
+    script.onStart = [this](camera::FrameExchange& frames) { Deliver(frames, script.started == 0 ? 7 : 8); };
+    testing::internal::CaptureStderr();
+    {
+        raspicam::RaspiCam camera;
+        ASSERT_TRUE(camera.open(true) && camera.grab());
+        EXPECT_EQ(Shown(camera), 7);
+        EXPECT_TRUE(camera.grab());
+        EXPECT_EQ(Shown(camera), 8);
+        EXPECT_EQ(script.started, 2);
+    }
+    const GrabLoss loss = TheLoss(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(loss.kind, GrabLoss::Kind::lost);
+    EXPECT_EQ(loss.grab, 2);
+    EXPECT_GE(loss.frames, 1);
+    EXPECT_GE(loss.silent, 100);
+    EXPECT_TRUE(loss.restarted);
+}
+
+TEST_F(LibcameraBackEnd, CameraThatDoesNotStartAnewIsNotWaitedFor)
+{
+    script.patience = 100ms;
     script.onStart = [](camera::FrameExchange& frames) { Deliver(frames, 7); };
     raspicam::RaspiCam camera;
     ASSERT_TRUE(camera.open(true) && camera.grab());
-    const auto start = Clock::now();
+    script.there = false;
     EXPECT_FALSE(camera.grab());
-    const auto waited = Clock::now() - start;
-    EXPECT_GE(waited, 2s);
-    EXPECT_LT(waited, 20s);
+    script.patience = 60s;
+    const auto start = Clock::now();
+    for (int i = 0; i < 20; i++) EXPECT_FALSE(camera.grab());
+    EXPECT_LT(Clock::now() - start, 20s);
     EXPECT_EQ(Shown(camera), 7);
+    EXPECT_EQ(script.running, 0);
+    script.there = true;
+    ASSERT_TRUE(camera.open(true) && camera.grab());
+}
+
+TEST_F(LibcameraBackEnd, NothingIsToldWhereNothingIsMissing)
+{
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    Grabs(25, [](int, camera::FrameStamp&) { return 1; });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST_F(LibcameraBackEnd, WhatIsMissingIsToldWithItsGrabAtEveryPlace)
+{
+    for (int at = 1; at <= 16; at++) {
+        for (const std::string what : {"number and time", "time", "number"}) {
+            testing::internal::CaptureStderr();
+            Grabs(16, [&](int grab, camera::FrameStamp& stamp) {
+                if (grab >= at && what != "time") stamp.sequence += 2;
+                if (grab >= at && what != "number") stamp.time += 2 * frameTime;
+                return 1;
+            });
+            const int silent = what == "number" ? 33 : 100;
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      at == 1 ? "" // nothing comes before it
+                              : "Camera: 2 frames lost before grab " + std::to_string(at) + ", silent for " +
+                                    std::to_string(silent) + " ms\n")
+                << what;
+        }
+        testing::internal::CaptureStderr();
+        Grabs(16, [&](int grab, camera::FrameStamp& stamp) {
+            if (grab >= at) stamp.sequence--, stamp.time -= frameTime;
+            return 1;
+        });
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  at == 1 ? "" : "Camera: grab " + std::to_string(at) + " repeats the frame before\n");
+    }
+}
+
+TEST_F(LibcameraBackEnd, FramesThatASlowProgramLosesAreToldWithoutStamps)
+{
+    for (const int at : {2, 9, 16}) {
+        testing::internal::CaptureStderr();
+        Grabs(16, [&](int grab, camera::FrameStamp& stamp) {
+            stamp = {};
+            // Three wait in place of one; the first that is then taken is the third.
+            return grab == at ? camera::FrameExchange::backlog + 2 : grab > at && grab < at + 3 ? 0 : 1;
+        });
+        const GrabLoss loss = TheLoss(testing::internal::GetCapturedStderr());
+        EXPECT_EQ(loss.kind, GrabLoss::Kind::lost);
+        EXPECT_EQ(loss.grab, at);
+        EXPECT_EQ(loss.frames, 2);
+    }
+}
+
+TEST_F(LibcameraBackEnd, NothingIsToldInAProgramThatDoesNotCountItsGrabs)
+{
+    camera::lossesAreTold = false;
+    testing::internal::CaptureStderr();
+    Grabs(16, [](int grab, camera::FrameStamp& stamp) {
+        stamp.sequence *= static_cast<std::uint32_t>(grab);
+        return 1;
+    });
+    camera::lossesAreTold = true;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(LibcameraBackEnd, CameraThatIsGoneIsNotWaitedFor)

@@ -24,8 +24,9 @@ public:
     ///         this size, or there is no memory for the frames. Nothing is printed
     bool open(bool startCapture = true);
 
-    /// Waits for the next frame, at most two seconds. Frames come in order, none twice. When the caller is
-    /// slow a few wait for it, beyond which the oldest are lost.
+    /// Waits for the next frame, at most two seconds; the first time that none comes the camera is started
+    /// anew and waited for once more. Frames come in order. When the caller is slow a few wait for it, beyond
+    /// which the oldest are lost. What is missing is told on standard error, see camera/GrabLoss.h.
     /// \return false if none came in that time, the camera is gone or not open; the buffer is then what it
     /// was
     bool grab();

@@ -1,0 +1,116 @@
+// Which frames of a camera are missing, from what it says of those that came.
+#include <camera/libcamera/LossWatch.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+
+namespace telvane::camera {
+
+namespace {
+
+constexpr std::size_t learnedFrom = 9;                  // gaps; fewer than half of them may be losses
+constexpr std::size_t patience = 10;                    // gaps that may wait for that
+constexpr std::int64_t forEver = 1'000'000'000'000'000; // nanoseconds, 11 days
+
+int Held(std::int64_t number) { return static_cast<int>(std::clamp<std::int64_t>(number, 0, INT_MAX)); }
+
+int Milliseconds(std::int64_t time) { return Held((time + 500'000) / 1'000'000); }
+
+} // namespace
+
+std::vector<GrabLoss> LossWatch::Got(const FrameStamp& stamp, Time waited)
+{
+    Gap gap;
+    gap.grab = ++grabs;
+    gap.waited = waited.count();
+    if (silent > 0) gap.silent = silent + gap.waited;
+    gap.restarted = restarted;
+    if (last) Compare(stamp, gap);
+    if (last || gap.silent > 0) open.push_back(gap);
+    last = stamp;
+    silent = 0;
+    restarted = told = false;
+    return learned.size() >= learnedFrom || open.size() >= patience ? Rest() : std::vector<GrabLoss>();
+}
+
+void LossWatch::Compare(const FrameStamp& stamp, Gap& gap)
+{
+    // Whatever a camera fills in, the difference is one.
+    const auto passed = static_cast<std::int64_t>(static_cast<std::uint64_t>(stamp.time) -
+                                                  static_cast<std::uint64_t>(last->time));
+    gap.time = std::clamp<std::int64_t>(passed, -1, forEver);
+    gap.longest = std::clamp<std::int64_t>(std::max(stamp.duration, last->duration), 0, forEver);
+    if (restarted) return;
+
+    const std::uint32_t step = stamp.sequence - last->sequence;
+    const bool forwards = step > 0 && step <= INT_MAX;
+    numbersGoOn |= forwards;
+    numbersGoBack |= step > INT_MAX;
+    timesGoOn |= gap.time > 0;
+    timesGoBack |= gap.time < 0;
+    gap.sameNumber = step == 0;
+    gap.sameTime = gap.time == 0;
+    if (forwards) gap.uncounted = std::int64_t{step} - 1;
+    gap.undelivered = static_cast<std::int64_t>(stamp.delivery - last->delivery) - 1;
+    if (gap.time <= 0 || gap.silent > 0) return;
+    learned.push_back(gap.time / (Missing(gap) + 1));
+    if (learned.size() > learnedFrom) learned.erase(learned.begin());
+}
+
+std::optional<GrabLoss> LossWatch::Nothing(Time waited)
+{
+    grabs++;
+    silent += waited.count();
+    if (told) return {};
+    told = true;
+    return GrabLoss{GrabLoss::Kind::none, grabs, 0, Milliseconds(silent), restarted};
+}
+
+void LossWatch::Restarted(Time waited)
+{
+    silent += waited.count();
+    restarted = true;
+}
+
+std::vector<GrabLoss> LossWatch::Rest()
+{
+    std::vector<GrabLoss> losses;
+    for (const Gap& gap : open)
+        if (GrabLoss loss; Judge(gap, loss)) losses.push_back(loss);
+    open.clear();
+    return losses;
+}
+
+std::int64_t LossWatch::Missing(const Gap& gap) const
+{
+    return std::max(NumbersHold() ? gap.uncounted : 0, gap.undelivered);
+}
+
+std::int64_t LossWatch::Period() const
+{
+    if (learned.empty() || !TimesHold()) return 0;
+    std::vector<std::int64_t> sorted = learned;
+    std::sort(sorted.begin(), sorted.end());
+    return sorted[(sorted.size() - 1) / 2];
+}
+
+bool LossWatch::Judge(const Gap& gap, GrabLoss& loss) const
+{
+    if ((gap.sameNumber && NumbersHold()) || (gap.sameTime && TimesHold())) {
+        loss = {GrabLoss::Kind::repeated, gap.grab};
+        return true;
+    }
+    const std::int64_t period = Period() > 0 ? std::max(Period(), gap.longest) : 0,
+                       passed = std::max(TimesHold() ? gap.time : 0, gap.silent);
+    std::int64_t missing = Missing(gap);
+    if (period > 0 && passed > period + period / 2)
+        missing = std::max(missing, (passed + period / 2) / period - 1);
+    if (gap.silent > 0) missing = std::max<std::int64_t>(missing, 1);
+    if (missing <= 0) return false;
+    loss = {GrabLoss::Kind::lost, gap.grab, Held(missing), Milliseconds(passed > 0 ? passed : gap.waited),
+            gap.restarted};
+    return true;
+}
+
+} // namespace telvane::camera
