@@ -2,6 +2,7 @@
 #include <Telvane/Grab.h>
 
 #include <Kavrix/inner/KXclones.h>
+#include <Telvane/Frames.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -33,8 +34,8 @@ int Grab(raspicam::RaspiCam* camera, CubByte seq, int period1, int period2)
     if (seq.dim1 < 1 || seq.dim1 > maxWidth || seq.dim2 < 1 || seq.dim2 > maxHeight || seq.dim3 < 1)
         return -1;
 
-    const int warmUp = 10; // frames that go into plane 0 and are overwritten by frame 0
-    for (int imgNr = -warmUp; imgNr < seq.dim3; imgNr++) {
+    // Those of the warm-up go into plane 0 and are overwritten by frame 0.
+    for (int imgNr = -telvane::warmUpFrames; imgNr < seq.dim3; imgNr++) {
         std::cout << imgNr << ' ' << std::flush;
         const int period = imgNr < 1 ? 1 : imgNr % 2 != 0 ? period1 : period2;
         for (int i = 0; i < period; i++) camera->grab();

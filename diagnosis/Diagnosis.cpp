@@ -334,11 +334,13 @@ private:
             return Say(Verdict::badFrames, "There is 1 frame only: motion shows between two.",
                        "Take 15 frames.");
         bool compared = false;
-        std::vector<int> gone;
+        std::vector<int> gone, again; // frames before and behind such gaps, from 1
         for (std::size_t i = 0; i + 1 < times.size(); i++) {
             if (times[i + 1] - times[i] != 1) continue;
             compared = true;
-            if (i < run.lost.size() && run.lost[i] > 0) gone.push_back(static_cast<int>(i) + 1);
+            if (i >= run.lost.size()) continue;
+            if (run.lost[i] > 0) gone.push_back(static_cast<int>(i) + 1);
+            if (run.lost[i] == RunSeen::again) again.push_back(static_cast<int>(i) + 2);
         }
         if (!compared)
             return Say(Verdict::badFrames,
@@ -350,6 +352,11 @@ private:
                        "The camera lost frames after frame " + ListText(gone) +
                            ", so that the wheel went further there than between the others.",
                        "Run it again, with less else to do for the computer and its storage.");
+        if (!again.empty())
+            return Say(Verdict::badFrames,
+                       "The camera had no new picture for frame " + ListText(again) +
+                           ", and an old one was taken again.",
+                       "Run it again; if that does not help, see to the camera's cable and power supply.");
         if (!quality.repeated.empty()) {
             std::vector<int> numbers;
             for (const int frame : quality.repeated) numbers.push_back(frame + 1);

@@ -46,7 +46,11 @@ struct RunSeen {
     std::optional<RunArguments> arguments; ///< where they are known
     MatShort u, v; ///< the flow pictures of OF_Norm; without storage: made from the frames
     RunOutcome outcome;
-    std::vector<int> lost; ///< entry i: camera frames lost between frames i and i + 1; may be empty
+    /// Entry i: camera frames lost between frames i and i + 1, or `again`; may be empty.
+    std::vector<int> lost;
+
+    /// Between those frames the camera had nothing new, and an old picture was taken again.
+    static constexpr int again = -1;
 };
 
 /// The ring in which the motion lies, pixels.

@@ -5,6 +5,7 @@
 
 #include <Telvane/Frames.h>
 #include <run/Document.h>
+#include <run/MissingFrames.h>
 #include <tools/CommandLine.h>
 #include <tools/Files.h>
 #include <tools/Text.h>
@@ -136,6 +137,7 @@ void TakeRunDocument(ReportOptions& options)
     }
     options.arguments = document.request.arguments;
     options.outcome = document.outcome;
+    options.lost = MissingFrames(document.err, document.request.arguments);
 }
 
 int Run(int argc, char** argv)

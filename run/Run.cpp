@@ -7,6 +7,7 @@
 #include <run/Document.h>
 #include <run/Failure.h>
 #include <run/Frames.h>
+#include <run/MissingFrames.h>
 #include <run/OutFolder.h>
 #include <run/Output.h>
 #include <run/Process.h>
@@ -69,9 +70,7 @@ double TimeFor(const Request& request)
 {
     const RunArguments& a = request.arguments;
     if (a.files) return request.timeout;
-    int grabs = 11; // until there is a first frame
-    for (int i = 1; i < a.count; i++) grabs += i % 2 == 1 ? a.period1 : a.period2;
-    return request.timeout + grabs / 10.0;
+    return request.timeout + GrabsOf(a).back() / 10.0;
 }
 
 std::string SourceOf(const Request& request, const std::string& err)
@@ -195,6 +194,7 @@ void Making::Judge()
     options.called = out.Final();
     options.arguments = Asked().arguments;
     options.outcome = document.outcome;
+    options.lost = MissingFrames(document.err, Asked().arguments);
     report = MakeReport(options);
     document.timings.report = Since(start);
 }

@@ -160,6 +160,19 @@ TEST(Diagnosis, FramesLostBetweenComparedOnesAreNeverGood)
     EXPECT_EQ(Diagnose(run).verdict, Verdict::good);
 }
 
+TEST(Diagnosis, FramesForWhichTheCameraHadNothingNewAreNamed)
+{
+    RunSeen run = RunOf(Scene(), Method::ring);
+    run.lost = {0, RunSeen::again, 0, 0, RunSeen::again};
+    const Diagnosis diagnosis = Diagnose(run);
+    EXPECT_EQ(diagnosis.verdict, Verdict::badFrames);
+    EXPECT_EQ(diagnosis.evidence,
+              "The camera had no new picture for frame 3 and 6, and an old one was taken again.");
+    EXPECT_TRUE(Says(diagnosis.cure, "cable"));
+    run.lost[3] = 1;
+    EXPECT_TRUE(Says(Diagnose(run).evidence, "lost frames after frame 4,"));
+}
+
 TEST(Diagnosis, PeriodsThatCompareNothingAreNamed)
 {
     RunSeen run = RunOf(Scene(), Method::ring);
