@@ -3,6 +3,7 @@
 
 #include <Telvane/Frames.h>
 #include <Telvane/Grab.h>
+#include <camera/GrabLoss.h>
 #include <report/Pictures.h>
 #include <setup/MotionPicture.h>
 
@@ -19,6 +20,7 @@ namespace {
 constexpr auto pictureTime = 33'333us; // cameras in memory are not faster than real ones
 constexpr auto figureTime = 180ms;     // people read them
 constexpr auto patience = 3s;          // with a camera that gives no sign of life
+constexpr auto longestGrab = 8s;       // of a back end that waits, starts its camera anew and waits again
 constexpr auto again = 700ms;          // until a camera that failed is opened again
 constexpr int settle = 4;              // pictures that a back end may still hold from before
 
@@ -54,7 +56,8 @@ public:
         explicit Sequence(Order o) : order(std::move(o)), frames(frameWidth, frameHeight, order.count) {}
         Order order;
         CubByte frames;
-        int pass = settle, taken = 0;
+        int pass = settle, taken = 0, retakes = 3;
+        unsigned losses = 0; // of the camera, up to the last picture
     };
     std::unique_ptr<Sequence> sequence;
 
@@ -66,6 +69,7 @@ Film::~Film() { Stop(); }
 
 bool Film::Start()
 {
+    camera::lossesAreTold = false; // by hours of lines: between its own pictures a page misses many
     ended = false;
     try {
         thread = std::thread([this] { Run(); });
@@ -81,7 +85,7 @@ bool Film::Stop()
     std::unique_lock lock(mutex);
     stopping = true;
     changed.notify_all();
-    const bool done = changed.wait_for(lock, 2 * patience, [this] { return ended; });
+    const bool done = changed.wait_for(lock, longestGrab, [this] { return ended; });
     lock.unlock();
     if (done) thread.join();
     else thread.detach();
@@ -171,6 +175,15 @@ void Film::Run()
             // Neighbours of the camera, whatever else takes its time: nothing but an unchanged picture is
             // shown.
             Reel::Sequence& sequence = *reel.sequence;
+            const unsigned losses = camera::lossesSoFar;
+            if (sequence.taken > 0 && losses != sequence.losses) {
+                if (sequence.retakes-- == 0) {
+                    fail(CameraState::silent);
+                    continue;
+                }
+                sequence.taken = sequence.pass = 0; // what was lost would look like a leap of the wheel
+            }
+            sequence.losses = losses;
             if (sequence.pass > 0) {
                 // A long wait is no reason to show nothing; there is time for a picture.
                 if (sequence.pass-- % 8 == 7 && ViewersOf(View::plain) > 0)

@@ -1,6 +1,8 @@
 // The film with a camera that the test plays: sequences, viewers, a camera that fails.
 #include <setup/Film.h>
 
+#include <camera/GrabLoss.h>
+
 #include <raspicam/raspicam.h>
 
 #include <gtest/gtest.h>
@@ -25,6 +27,8 @@ std::atomic<bool> opens{true};
 std::atomic<int> stripes{0}; // grey levels
 std::atomic<int> goodGrabs{1 << 30}, opened{0}, closed{0};
 std::atomic<bool> hangs{false}; // grabs do not come back
+std::atomic<int> lossIn{0}; // grabs until a picture is lost; 0: none is
+std::atomic<bool> losesAlways{false};
 
 } // namespace
 
@@ -45,6 +49,7 @@ bool RaspiCam::grab()
     grabs++;
     if (goodGrabs-- <= 0) return false;
     while (hangs) std::this_thread::sleep_for(5ms);
+    if (--lossIn == 0 || losesAlways) grabs++, camera::lossesSoFar++;
     std::fill(buffer.begin(), buffer.end(), static_cast<unsigned char>(grabs));
     for (std::size_t i = 0; stripes > 0 && i < buffer.size(); i++)
         buffer[i] = static_cast<unsigned char>(i / 3 % 4 < 2 ? stripes.load() : 0);
@@ -152,6 +157,20 @@ TEST_F(FilmOfTest, ACameraThatFailsDuringASequenceIsToldAndOpenedAgain)
     EXPECT_EQ(Take(3, 1, 1).get().size(), 3u);
     EXPECT_GE(opened, 2);
     EXPECT_EQ(closed, opened - 1) << "one at a time";
+}
+
+TEST_F(FilmOfTest, ASequenceThatTheCameraLosesFramesOfIsTakenAnew)
+{
+    film.Start();
+    EXPECT_FALSE(camera::lossesAreTold) << "nobody wants lines by the hour";
+    ASSERT_TRUE(WaitFor(CameraState::films));
+    lossIn = 12; // in the sequence
+    EXPECT_EQ(Steps(Take(20, 1, 2).get()), (Greys{1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1}));
+    EXPECT_LE(lossIn, 0) << "it was lost";
+    losesAlways = true;
+    EXPECT_EQ(Take(20, 1, 1).get(), Greys()) << "there is no end to it";
+    losesAlways = false;
+    EXPECT_EQ(Take(3, 1, 1).get().size(), 3u);
 }
 
 TEST_F(FilmOfTest, ACameraThatIsAwayComesBack)
