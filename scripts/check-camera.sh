@@ -1,9 +1,25 @@
 #!/bin/bash
 # Checks the camera back ends as far as that goes without a camera: the program is built over the real libcamera and
-# run to its end on this machine, which must have no camera; it is compiled for raspicam against declarations of that
-# library; and the build chooses the back end that it should. The last line is the count of what passed and failed.
+# run to its end on this machine, which must have no camera; it films through libcamera's virtual camera, where this
+# libcamera has one; it is compiled for raspicam against declarations of that library; and the build chooses the back end
+# that it should. What could not be tried is told as skipped, with the reason. The last line is the count of what passed
+# and failed.
+#
+#     scripts/check-camera.sh           on this machine
+#     scripts/check-camera.sh trixie    in a bare system of that Debian release; needs root
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+if (($# > 0)); then
+    source scripts/roots.sh
+    root=$roots/camera
+    trap 'rm -rf "$root"' EXIT
+    bare_root "$1"
+    copy_root "$roots/$1" "$root"
+    in_root "$root" bash -c 'mkdir /root/telvane && cd /root/telvane &&
+        tar -C /telvane --exclude=./build --exclude=./.git -cf - . | tar -xf - && scripts/check-camera.sh'
+    exit
+fi
 
 scripts/install-packages.sh "${build_packages[@]}" libcamera-dev
 
@@ -11,7 +27,13 @@ jobs=$(jobs_at_once)
 work=$PWD/build/camera
 rm -rf "$work"
 mkdir -p "$work/run" "$work/raspicam/lib"
-passed=0 failed=0
+passed=0 failed=0 skipped=0
+
+# skip <what> <why>: what could not be tried has not passed.
+skip() {
+    skipped=$((skipped + 1))
+    echo "skipped $1: $2"
+}
 
 # check <what> <command>...: counts whether the command succeeds. What it printed is shown when it does not.
 check() {
@@ -56,6 +78,92 @@ check "it says that it could not open the camera" no_camera "$program" -n 3 "${g
 check "it says so when frames come from files" no_camera "$program" -l 3 "${geometry[@]}"
 check "libcamera says nothing, even when asked to" \
     no_camera LIBCAMERA_LOG_LEVELS='*:DEBUG' "$program" "${geometry[@]}"
+
+# --- filming, where there is something that libcamera can film without a camera
+
+library=$(sed -n 's/^LIBCAMERA_LIBRARY:[A-Z]*=//p' build/libcamera/CMakeCache.txt)
+
+filming_program() {
+    configure release -B build/film -DTELVANE_CAMERA=libcamera -DTELVANE_TESTS=OFF -DTELVANE_WERROR=ON
+    cmake --build build/film --parallel "$jobs" --target Telvane telvane-from-files -- --no-print-directory --silent
+}
+
+# What the virtual camera needs, and the pictures that it shows: those of the simulated camera, two teeth in 45 frames,
+# so that the last is followed by the first. It shows each of them four times.
+virtual_camera() {
+    mkdir -p "$work/film/pictures"
+    (
+        cd "$work/film"
+        "$simulated" -n 45 -s -jpg "${wheel[@]}"
+        for i in {1..45}; do mv "img$i.jpg" "pictures/$((i - 1)).jpg"; done
+    )
+    cat >"$work/film/virtual.yaml" <<END
+"Virtual0":
+  supported_formats:
+  - width: 1280
+    height: 960
+    frame_rates: [30, 60]
+  frames:
+    path: "$work/film/pictures"
+    scale_mode: "fill"
+  model: "Virtual"
+END
+    g++ -std=c++20 -Wall -Wextra -Werror -O1 -shared -fPIC tests/camera/virtual_camera/stand_in.cpp \
+        -o "$work/film/stand_in.so"
+    g++ -std=c++20 -Wall -Wextra -Werror -O1 -I. -Icamera/libcamera tests/camera/virtual_camera/films.cpp \
+        build/film/camera/libtelvane_camera_{libcamera,frames,losses}.a "$library" "${library%.so}-base.so" \
+        -o "$work/film/films"
+}
+
+before_virtual_camera() { env VIRTUAL_CAMERA="$work/film/virtual.yaml" LD_PRELOAD="$work/film/stand_in.so" "$@"; }
+
+# The region of the program's run there, frames from pictures that follow each other. A machine that is busy with other
+# things may lose some: then once more.
+region_filmed() {
+    for _ in {1..5}; do
+        (cd "$work/film" && before_virtual_camera "$film" -n 15 -p1 4 -p2 4 -s "${wheel[@]}" >filmed.txt 2>lost.txt) ||
+            return 1
+        cat "$work/film/lost.txt"
+        [[ -s $work/film/lost.txt ]] || break
+    done
+    [[ ! -s $work/film/lost.txt && $(md5sum "$work"/film/img*.bmp | cut -d ' ' -f 1 | sort -u | wc -l) == 15 ]] || return 1
+    (cd "$work/film" && "$simulated" -n 15 "${wheel[@]}" >simulated.txt)
+    grep -h '^OROI=' "$work"/film/{filmed,simulated}.txt
+    [[ $(grep '^OROI=' "$work/film/filmed.txt") == "$(grep '^OROI=' "$work/film/simulated.txt")" ]]
+}
+
+# While one process films, a second one tries to. Status 2: it films as well.
+busy() {
+    local first status=0
+    mkdir -p "$work/film/first"
+    (cd "$work/film/first" && before_virtual_camera "$film" -n 50 -p1 5 -p2 5 "${wheel[@]}" >out.txt 2>&1) &
+    first=$!
+    until grep -q -- '-5 ' "$work/film/first/out.txt" 2>/dev/null || ! kill -0 "$first" 2>/dev/null; do sleep 0.1; done
+    (cd "$work/film" && before_virtual_camera "$film" -n 1 "${geometry[@]}") 2>"$work/film/busy.txt" || status=$?
+    wait "$first" || return 1
+    cat "$work/film/busy.txt"
+    ((status == 0)) && return 2
+    [[ $status == 1 && $(<"$work/film/busy.txt") == "Could not open the camera" ]]
+}
+
+film=$PWD/build/film/Telvane/Telvane simulated=$PWD/build/film/lib/telvane/Telvane
+wheel=(560 560 280 280 216 250 -1 0 360 360 40 1 0 0 0 0)
+if grep -q PipelineHandlerVirtual "$library"; then
+    check "the program that films is built" filming_program
+    check "the virtual camera is set up" virtual_camera
+    check "a camera is opened, grabbed from, closed, opened again" before_virtual_camera "$work/film/films"
+    check "the region is that of the simulated camera for the same pictures" region_filmed
+    status=0
+    busy >"$work/busy.txt" 2>&1 || status=$?
+    if ((status == 2)); then
+        skip "a second process finds the camera busy" "this libcamera lets several processes have its virtual camera"
+    else
+        check "a second process finds the camera busy" eval "cat '$work/busy.txt' && ((status == 0))"
+    fi
+else
+    skip "filming through libcamera" \
+        "$library has no virtual camera; that of Debian 13 has: scripts/check-camera.sh trixie"
+fi
 
 # --- raspicam
 
@@ -103,5 +211,6 @@ check "auto simulates when cross-compiling on the board" chooses "Camera: simula
     -DCMAKE_SYSTEM_NAME=Linux
 
 echo
+((skipped == 0)) || echo "$skipped skipped"
 echo "$passed passed, $failed failed"
 ((failed == 0))

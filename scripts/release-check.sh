@@ -10,7 +10,7 @@ set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 exec </dev/null
 
-steps=(ci code asan tsan faults arm fuzz coverage vectors report setup packages verdicts)
+steps=(ci code asan tsan faults arm fuzz coverage vectors report setup packages film verdicts)
 declare -A command=(
     [ci]=".ci/run"
     [code]="scripts/check-code.sh --all"
@@ -24,6 +24,7 @@ declare -A command=(
     [report]="scripts/check-report.sh"
     [setup]="scripts/check-setup.sh --long"
     [packages]="scripts/check-packages.sh" # needs root
+    [film]="scripts/check-camera.sh trixie" # needs root
     [verdicts]="scripts/accuracy.sh --verdicts"
 )
 (($# == 0)) || steps=("$@")

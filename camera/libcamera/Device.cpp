@@ -243,14 +243,16 @@ void Device::Parts::Completed(libcamera::Request* request)
     unsigned char* const frame = frames.BeginFrame();
     if (!frame) return;
     const libcamera::FrameBuffer* const buffer = request->buffers().begin()->second;
-    const bool good = buffer->metadata().status == libcamera::FrameMetadata::FrameSuccess;
+    const libcamera::FrameMetadata& metadata = buffer->metadata();
+    // Not every camera fills this in: what is no failure is a frame.
+    const bool good = metadata.status != libcamera::FrameMetadata::FrameError &&
+                      metadata.status != libcamera::FrameMetadata::FrameCancelled;
     if (good) {
         const Picture& picture = pictures[request->cookie()];
         for (const Mapping& mapping : picture.mappings) mapping.Sync(DMA_BUF_SYNC_START);
         ConvertToBgr(format, picture.planes, frame);
         for (const Mapping& mapping : picture.mappings) mapping.Sync(DMA_BUF_SYNC_END);
     }
-    const libcamera::FrameMetadata& metadata = buffer->metadata();
     const std::int64_t duration = request->metadata().get(libcamera::controls::FrameDuration).value_or(0);
     frames.EndFrame(good,
                     {metadata.sequence, static_cast<std::int64_t>(metadata.timestamp), 1000 * duration});
