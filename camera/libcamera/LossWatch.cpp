@@ -44,16 +44,15 @@ void LossWatch::Compare(const FrameStamp& stamp, Gap& gap)
     if (restarted) return;
 
     const std::uint32_t step = stamp.sequence - last->sequence;
-    const bool forwards = step > 0 && step <= INT_MAX;
-    numbersGoOn |= forwards;
+    numbersGoOn |= step > 0;
     numbersGoBack |= step > INT_MAX;
     timesGoOn |= gap.time > 0;
     timesGoBack |= gap.time < 0;
     gap.sameNumber = step == 0;
     gap.sameTime = gap.time == 0;
-    if (forwards) gap.uncounted = std::int64_t{step} - 1;
+    if (step > 0) gap.uncounted = std::int64_t{step} - 1;
     gap.undelivered = static_cast<std::int64_t>(stamp.delivery - last->delivery) - 1;
-    if (gap.time <= 0 || gap.silent > 0) return;
+    if (gap.time <= 0) return;
     learned.push_back(gap.time / (Missing(gap) + 1));
     if (learned.size() > learnedFrom) learned.erase(learned.begin());
 }
@@ -104,8 +103,7 @@ bool LossWatch::Judge(const Gap& gap, GrabLoss& loss) const
     const std::int64_t period = Period() > 0 ? std::max(Period(), gap.longest) : 0,
                        passed = std::max(TimesHold() ? gap.time : 0, gap.silent);
     std::int64_t missing = Missing(gap);
-    if (period > 0 && passed > period + period / 2)
-        missing = std::max(missing, (passed + period / 2) / period - 1);
+    if (period > 0) missing = std::max(missing, (passed + period / 2) / period - 1); // to the nearest
     if (gap.silent > 0) missing = std::max<std::int64_t>(missing, 1);
     if (missing <= 0) return false;
     loss = {GrabLoss::Kind::lost, gap.grab, Held(missing), Milliseconds(passed > 0 ? passed : gap.waited),

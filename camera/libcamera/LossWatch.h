@@ -20,7 +20,7 @@ struct FrameStamp {
 };
 
 /// Follows the grabs of an open camera. A frame is missing where a number was left out, the camera's or the
-/// exchange's; and where more than one and a half frame times have passed, for some cameras count only what
+/// exchange's; and where one and a half frame times have passed, for some cameras count only what
 /// they deliver. The frame time is learned, the median of the last gaps; until it is known nothing is judged.
 /// A camera that slows down in dim light and says so loses nothing by that. Not every camera fills in what
 /// goes with a frame: numbers or times that never change, or go back, are left alone from then on.

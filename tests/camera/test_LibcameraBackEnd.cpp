@@ -315,6 +315,7 @@ TEST_F(LibcameraBackEnd, FramesThatASlowProgramLosesAreToldWithoutStamps)
 TEST_F(LibcameraBackEnd, NothingIsToldInAProgramThatDoesNotCountItsGrabs)
 {
     camera::lossesAreTold = false;
+    const unsigned before = camera::lossesSoFar;
     testing::internal::CaptureStderr();
     Grabs(16, [](int grab, camera::FrameStamp& stamp) {
         stamp.sequence *= static_cast<std::uint32_t>(grab);
@@ -322,6 +323,7 @@ TEST_F(LibcameraBackEnd, NothingIsToldInAProgramThatDoesNotCountItsGrabs)
     });
     camera::lossesAreTold = true;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(camera::lossesSoFar, before + 15);
 }
 
 TEST_F(LibcameraBackEnd, CameraThatIsGoneIsNotWaitedFor)

@@ -74,6 +74,18 @@ TEST(LossWatch, NumbersGoOnPastTheirEnd)
               Lost(3, 9, 33));
 }
 
+TEST(LossWatch, NumbersGoBackWhereTheyLeapByHalfOfAllOrMore)
+{
+    const auto leap = [](std::uint32_t step) {
+        return Told(20, [step](int grab, FrameStamp& s) {
+            if (grab >= 9) s.sequence += step;
+        });
+    };
+    EXPECT_EQ(leap(0x7FFFFFFEu), Lost(0x7FFFFFFE, 9, 33));
+    EXPECT_EQ(leap(0x7FFFFFFFu), "");
+    EXPECT_EQ(leap(std::numeric_limits<std::uint32_t>::max() - 5), "");
+}
+
 TEST(LossWatch, TheLargerOfBothCountsIsTold)
 {
     for (const int at : {2, 5, 6, 11, 20}) {
@@ -262,6 +274,31 @@ TEST(LossWatch, SilenceIsToldAtItsFirstGrabAndAtItsEnd)
     for (const GrabLoss& loss : watch.Got(stamp, 40ms)) tell(loss); // its times stand still meanwhile
     EXPECT_EQ(text, "no frame at grab 18, silent for 2000 ms\n"
                     "60 frames lost before grab 19, silent for 2040 ms\n");
+}
+
+TEST(LossWatch, NumbersOfACameraThatWasStartedAnewBeginAgainAndCount)
+{
+    LossWatch watch;
+    for (int grab = 1; grab <= 12; grab++) EXPECT_TRUE(watch.Got(StampOf(grab), 7ms).empty());
+    watch.Restarted(100ms);
+    std::string text;
+    for (const int frame : {16, 17, 19, 20}) { // 18 is missing by its number alone
+        FrameStamp stamp = StampOf(frame);
+        stamp.sequence -= 16;
+        stamp.time = StampOf(frame < 18 ? frame : frame - 1).time;
+        stamp.delivery = static_cast<std::uint64_t>(frame < 18 ? frame + 100 : frame + 99);
+        for (const GrabLoss& loss : watch.Got(stamp, 5ms)) text += LineOf(loss) + '\n';
+    }
+    EXPECT_EQ(text, "Camera: 3 frames lost before grab 13, silent for 133 ms, restarted\n"
+                    "Camera: 1 frame lost before grab 15, silent for 33 ms\n");
+}
+
+TEST(LossWatch, LossesAreNotKeptBackWhereNoTimesComeToJudgeThemBy)
+{
+    LossWatch watch;
+    std::size_t told = 0;
+    for (std::uint64_t grab = 1; grab <= 11; grab++) told += watch.Got({0, 0, 0, 2 * grab}, 7ms).size();
+    EXPECT_EQ(told, 10u);
 }
 
 TEST(LossWatch, SilenceBeforeTheFirstFrameIsToldOnceFrameTimesAreKnown)

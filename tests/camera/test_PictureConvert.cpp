@@ -409,6 +409,8 @@ TEST(PictureConvert, PicturesWithoutPixelsAreRefused)
         p.format.width = width;
         p.format.height = height;
         EXPECT_TRUE(Refused(p)) << width << " x " << height;
+        p.format.fourcc = 0x20203852; // "R8  ", whose pixels are its bytes
+        EXPECT_TRUE(Refused(p)) << width << " x " << height;
     }
 }
 

@@ -42,6 +42,7 @@ protected:
         raspicam::RaspiCam camera, second;
         testing::internal::CaptureStderr();
         testing::internal::CaptureStdout();
+        grabbedClosed = camera.grab();
         opened = camera.open(true);
         errorsOfOpen = testing::internal::GetCapturedStderr();
         testing::internal::CaptureStderr();
@@ -53,12 +54,13 @@ protected:
         output = testing::internal::GetCapturedStdout();
     }
 
-    static inline bool opened = false, grabbed = false;
+    static inline bool grabbedClosed = true, opened = false, grabbed = false;
     static inline std::string errorsOfOpen, errorsOfFirstGrab, errorsOfLaterGrabs, output;
 };
 
 TEST_F(SimulatedCamera, SaysOnceAtTheFirstGrabThatFramesAreSimulated)
 {
+    EXPECT_FALSE(grabbedClosed); // and nothing is said of it
     EXPECT_TRUE(opened);
     EXPECT_TRUE(grabbed);
     EXPECT_EQ(errorsOfOpen, "");
