@@ -21,11 +21,9 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <utility>
 
 #include <stdio_ext.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <jpeglib.h>
@@ -42,6 +40,7 @@ struct Exited {
     int status;
 };
 
+std::uint32_t inputHash = 0;
 bool inside = false;        // a routine is running
 bool endedByJpeg = false;   // libjpeg would have ended the process
 std::string* err = nullptr; // what the routine prints
@@ -49,16 +48,9 @@ std::string* err = nullptr; // what the routine prints
 struct OpenFile {
     std::string name;
     std::unique_ptr<FileBytes> bytes; // so far, of one that is written
+    std::size_t at = 0;               // of one that is read: the next byte, beyond the end as well
 };
-std::map<std::FILE*, OpenFile> openFiles;
-
-[[noreturn]] void Finding(const std::string& what)
-{
-    inside = false;
-    const std::string line = "FINDING: " + what + "\n";
-    if (write(STDERR_FILENO, line.data(), line.size()) < 0) std::abort();
-    std::abort();
-}
+std::map<std::FILE*, std::unique_ptr<OpenFile>> openFiles;
 
 // Takes what there is room for.
 ssize_t WriteToDisk(void* cookie, const char* bytes, std::size_t length)
@@ -71,6 +63,31 @@ ssize_t WriteToDisk(void* cookie, const char* bytes, std::size_t length)
     return static_cast<ssize_t>(taken);
 }
 
+ssize_t ReadFromFile(void* cookie, char* bytes, std::size_t length)
+{
+    OpenFile& open = *static_cast<OpenFile*>(cookie);
+    const FileBytes& file = files[open.name];
+    const std::size_t from = std::min(open.at, file.size()), got = std::min(length, file.size() - from);
+    std::copy_n(file.begin() + static_cast<std::ptrdiff_t>(from), got, bytes);
+    open.at += got;
+    return static_cast<ssize_t>(got);
+}
+
+// As of a file on a disk: to anywhere but before its begin.
+int SeekInFile(void* cookie, off64_t* offset, int whence)
+{
+    OpenFile& open = *static_cast<OpenFile*>(cookie);
+    const std::size_t base = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? open.at : files[open.name].size();
+    const off64_t at = static_cast<off64_t>(base) + *offset;
+    if (at < 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    open.at = static_cast<std::size_t>(at);
+    *offset = at;
+    return 0;
+}
+
 ssize_t PrintToErr(void*, const char* text, std::size_t length)
 {
     err->append(text, length);
@@ -80,44 +97,46 @@ ssize_t PrintToErr(void*, const char* text, std::size_t length)
 // Both error streams into one text, in order, and standard output into another.
 class Capture {
 public:
-    explicit Capture(Ending& e)
-        : ending(e), coutBuffer(std::cout.rdbuf(out.rdbuf())), cerrBuffer(std::cerr.rdbuf(&errBuffer)),
-          errStream(stderr)
+    explicit Capture(Ending& ending)
+        : out{ending.out}, errs{ending.err}, coutBuffer(std::cout.rdbuf(&out)),
+          cerrBuffer(std::cerr.rdbuf(&errs)), errStream(stderr)
     {
+        static std::FILE* const printed = [] {
+            std::FILE* const stream = fopencookie(nullptr, "w", {nullptr, PrintToErr, nullptr, nullptr});
+            std::setvbuf(stream, nullptr, _IONBF, 0);
+            return stream;
+        }();
         err = &ending.err;
-        stderr = fopencookie(nullptr, "w", {nullptr, PrintToErr, nullptr, nullptr});
-        std::setvbuf(stderr, nullptr, _IONBF, 0);
+        stderr = printed;
     }
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
     ~Capture()
     {
-        std::swap(stderr, errStream);
-        std::fclose(errStream);
+        stderr = errStream;
         std::cerr.rdbuf(cerrBuffer);
         std::cout.rdbuf(coutBuffer);
         std::cout.clear();
         std::cerr.clear();
-        ending.out = out.str();
     }
 
 private:
-    struct ErrBuffer : std::streambuf {
+    struct Buffer : std::streambuf {
+        explicit Buffer(std::string& to) : text(to) {}
         int_type overflow(int_type c) override
         {
-            if (c != traits_type::eof()) err->push_back(static_cast<char>(c));
+            if (c != traits_type::eof()) text.push_back(static_cast<char>(c));
             return 0;
         }
-        std::streamsize xsputn(const char* text, std::streamsize length) override
+        std::streamsize xsputn(const char* more, std::streamsize length) override
         {
-            err->append(text, static_cast<std::size_t>(length));
+            text.append(more, static_cast<std::size_t>(length));
             return length;
         }
+        std::string& text;
     };
 
-    Ending& ending;
-    std::ostringstream out;
-    ErrBuffer errBuffer;
+    Buffer out, errs;
     std::streambuf *coutBuffer, *cerrBuffer;
     std::FILE* errStream;
 };
@@ -170,20 +189,15 @@ std::FILE* __wrap_fopen(const char* name, const char* mode)
     const auto found = files.find(name);
     if (!written && found == files.end()) return nullptr;
 
-    OpenFile open{name, {}};
+    auto open = std::make_unique<OpenFile>(OpenFile{name, {}, 0});
+    std::FILE* file = nullptr;
     if (written) {
-        auto cookie = std::make_unique<FileBytes>();
-        std::FILE* const file = fopencookie(cookie.get(), mode, {nullptr, WriteToDisk, nullptr, nullptr});
-        open.bytes = std::move(cookie);
-        openFiles[file] = std::move(open);
+        open->bytes = std::make_unique<FileBytes>();
+        file = fopencookie(open->bytes.get(), mode, {nullptr, WriteToDisk, nullptr, nullptr});
         files[name].clear(); // as of now it is an empty one
-        return file;
+    } else {
+        file = fopencookie(open.get(), mode, {ReadFromFile, nullptr, SeekInFile, nullptr});
     }
-    const int fd = memfd_create("file", MFD_CLOEXEC);
-    const FileBytes& bytes = found->second;
-    if (fd < 0 || pwrite(fd, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-        std::abort();
-    std::FILE* const file = fdopen(fd, mode);
     openFiles[file] = std::move(open);
     return file;
 }
@@ -194,7 +208,7 @@ int __wrap_fclose(std::FILE* file)
     const auto open = openFiles.find(file);
     if (open == openFiles.end()) Finding("closes a stream that is not open");
     const int result = __real_fclose(file);
-    if (open->second.bytes) files[open->second.name] = *open->second.bytes;
+    if (open->second->bytes) files[open->second->name] = *open->second->bytes;
     openFiles.erase(open);
     return result;
 }
@@ -241,21 +255,26 @@ Ending RunToItsEnd(const std::function<void()>& routine)
         }
         inside = false;
     }
-    if (ending.returned && !openFiles.empty()) Finding("leaves " + openFiles.begin()->second.name + " open");
+    if (ending.returned && !openFiles.empty()) Finding("leaves " + openFiles.begin()->second->name + " open");
     for (const auto& [file, open] : openFiles) {
         __fpurge(file); // a process that has ended or sleeps writes nothing any more
         __real_fclose(file);
-        if (open.bytes) files[open.name] = *open.bytes;
+        if (open->bytes) files[open->name] = *open->bytes;
     }
     openFiles.clear();
     Require(Trace::getLevel() == 0, "the trace stack is empty again");
     return ending;
 }
 
-void Require(bool kept, const std::string& promise)
+void Finding(std::string_view what)
 {
-    if (!kept) Finding("not kept: " + promise);
+    inside = false;
+    const std::string line = "FINDING: " + std::string(what) + "\n";
+    if (write(STDERR_FILENO, line.data(), line.size()) < 0) std::abort();
+    std::abort();
 }
+
+bool OneIn(unsigned n) { return inputHash % n == 0; }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -264,6 +283,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     disk = Disk();
     const int blocks = Datablock::nblocks;
     const unsigned bytes = Datablock::memUsed();
+    inputHash = 2166136261u; // FNV-1a
+    for (std::size_t i = 0; i < size; i++) inputHash = (inputHash ^ data[i]) * 16777619u;
+    inputHash ^= inputHash >> 16;
     FuzzedDataProvider input(data, size);
     Fuzz(input);
     Require(Datablock::nblocks == blocks && Datablock::memUsed() == bytes, "all storage is released");

@@ -22,6 +22,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// One input. Defined by each target.
@@ -66,8 +67,18 @@ extern Disk disk;
 inline const char* const notEnoughMemory = "Datablock::create: Not enough memory";
 inline const char* const invalidRange = "RNG: Invalid range selection";
 
+/// True for one input in n, whichever that is and always the same. What makes an input slow and finds little
+/// is left to these: the fuzzer cannot breed them.
+bool OneIn(unsigned n);
+
+/// Ends the run as a finding.
+[[noreturn]] void Finding(std::string_view what);
+
 /// A finding where the promise is broken; `promise` says what should have been.
-void Require(bool kept, const std::string& promise);
+inline void Require(bool kept, std::string_view promise)
+{
+    if (!kept) Finding("not kept: " + std::string(promise));
+}
 
 /// The same for the comparisons of the tests, which say what differs.
 inline void Require(const testing::AssertionResult& same, const std::string& what)

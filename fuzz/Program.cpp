@@ -5,6 +5,15 @@
 
 int TelvaneMain(int argc, char* argv[]);
 
+int programWidth = 16, programHeight = 12;
+
+void SetFrameSize(int width, int height)
+{
+    const bool full = OneIn(256);
+    programWidth = full ? 1280 : width;
+    programHeight = full ? 960 : height;
+}
+
 Ending RunProgram(std::vector<std::string> words)
 {
     words.insert(words.begin(), "Telvane");
@@ -25,8 +34,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     std::vector<std::string> words = {"-l", "1"};
     for (int i = 0; i < 3; i++) words.insert(words.end(), {"-m", "0", "0", "9", "9"});
     words.insert(words.end(), 16, "0");
-    storage.limit = programStorage;
-    files["img1.bmp"] = reference::BmpByte(reference::Picture<std::uint8_t>(1280, 960));
+    files["img1.bmp"] = reference::BmpByte(reference::Picture<std::uint8_t>(programWidth, programHeight));
     RunProgram(words);
     return 0;
 }

@@ -145,7 +145,7 @@ void RequireThatItRan(const reference::CommandLine& line, const Ending& ending)
     std::vector<Ints> masks;
     for (const reference::Region& mask : line.masks) masks.emplace_back(mask.begin(), mask.end());
     Require(calls.masks == masks && calls.masked == (masks.empty() ? 0 : 1), "masks are as given");
-    Require(calls.iroi == Ints{0, 0, 1280, 960, 1}, "the region is the frame");
+    Require(calls.iroi == Ints{0, 0, programWidth, programHeight, 1}, "the region is the frame");
     Require(calls.usePeriods == line.usePeriods && calls.periods == line.periods, "periods are as given");
     Require(Same(calls.params, line.params), "parameters");
 }
@@ -155,6 +155,7 @@ void RequireThatItRan(const reference::CommandLine& line, const Ending& ending)
 void Fuzz(FuzzedDataProvider& input)
 {
     calls = Calls();
+    SetFrameSize(8, 6);
     storage.limit = programStorage;
     storage.fill = -1; // it is much, and nobody looks at it
 

@@ -1,5 +1,5 @@
-// The whole program at full size, with one to three frames from files or from the camera. Slow: a second or
-// more for each input.
+// The whole program with one to three frames from files or from the camera, which are small ones but for a
+// few inputs.
 #include <fuzz/Program.h>
 
 #include <Kavrix/Kavrix.h>
@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int width = 1280, height = 960;
 std::vector<BytePicture> frames;
 const BytePicture* inBuffer = nullptr; // what the camera's buffer holds, where it holds anything
 
@@ -57,13 +56,17 @@ std::string Word(FuzzedDataProvider& input, int low, int high)
 
 std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
 {
-    WheelScene scene; // the default one fits the frame
+    const int width = programWidth, height = programHeight;
+    WheelScene scene;
+    scene.width = width;
+    scene.height = height;
     scene.centreX = input.ConsumeIntegralInRange(0, width);
     scene.centreY = input.ConsumeIntegralInRange(0, height);
-    scene.outerR = input.ConsumeIntegralInRange(20, 300);
+    scene.outerR = input.ConsumeIntegralInRange(8, height / 2);
     scene.innerR = scene.outerR * 0.85;
     scene.hubR = scene.innerR / 5;
-    scene.degreesPerFrame = input.ConsumeIntegralInRange(-20, 20) / 10.0;
+    scene.teeth = 8;
+    scene.degreesPerFrame = input.ConsumeIntegralInRange(-20, 20) / 2.0;
     std::vector<BytePicture> film;
     film.reserve(static_cast<std::size_t>(count));
     for (int t = 0; t < count; t++) film.push_back(WheelFrame(scene, t));
@@ -73,7 +76,7 @@ std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
         BytePicture& frame = film[input.ConsumeIntegralInRange<std::size_t>(0, film.size() - 1)];
         const int x0 = input.ConsumeIntegralInRange(0, width - 1),
                   y0 = input.ConsumeIntegralInRange(0, height - 1);
-        const int side = input.ConsumeIntegralInRange(1, 400);
+        const int side = input.ConsumeIntegralInRange(1, width / 3);
         const bool noise = input.ConsumeBool();
         const auto grey = input.ConsumeIntegral<std::uint8_t>();
         Dice dice(grey);
@@ -88,6 +91,8 @@ std::vector<BytePicture> Film(FuzzedDataProvider& input, int count)
 
 void Fuzz(FuzzedDataProvider& input)
 {
+    SetFrameSize(96, 72);
+    const int width = programWidth, height = programHeight;
     storage.limit = programStorage;
     const int count = input.ConsumeIntegralInRange(1, 3);
     const bool load = input.ConsumeBool(), save = input.ConsumeBool(), ring = input.ConsumeBool();
@@ -100,11 +105,11 @@ void Fuzz(FuzzedDataProvider& input)
     if (periods & 2) words.insert(words.end(), {"-p2", "3"});
     for (int masks = input.ConsumeIntegralInRange(0, 3); masks > 0; masks--) {
         words.push_back("-m");
-        for (int i = 0; i < 4; i++) words.push_back(Word(input, i < 2 ? -200 : 1, 1300));
+        for (int i = 0; i < 4; i++) words.push_back(Word(input, i < 2 ? -width / 6 : 1, width + 4));
     }
-    for (int i = 0; i < 4; i++) words.push_back(Word(input, 1, 400));
-    words.push_back(Word(input, 0, 250));             // innerR
-    words.push_back(Word(input, 1, 300));             // outerR
+    for (int i = 0; i < 4; i++) words.push_back(Word(input, 1, width / 3));
+    words.push_back(Word(input, 0, width / 4));       // innerR
+    words.push_back(Word(input, 1, width / 3));       // outerR
     words.push_back(ring ? "-1" : Word(input, 0, 3)); // R3
     for (int i = 0; i < 3; i++) words.push_back(Word(input, -360, 720));
     words.push_back(Word(input, 0, 60));
@@ -136,7 +141,10 @@ void Fuzz(FuzzedDataProvider& input)
     }
 
     const Ending ending = RunProgram(words);
-    const reference::Run plain = reference::PredictRun(words, expected);
+    reference::Circumstances circumstances;
+    circumstances.width = width;
+    circumstances.height = height;
+    const reference::Run plain = reference::PredictRun(words, expected, circumstances);
     Require(ending.out == plain.out && ending.err == plain.err, "the run prints what the plain run does");
     Require(ending.halted == plain.halts, "the run halts where the plain run does");
     if (!plain.halts) Require(ending.status == plain.status, "the status is that of the plain run");

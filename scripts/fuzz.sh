@@ -1,6 +1,7 @@
 #!/bin/bash
-# Fuzzes the program and the library: scripts/fuzz.sh [<seconds for each target>] [<target>...]
-#                                     scripts/fuzz.sh --seeds
+# Fuzzes the program, the library and what the tools read: scripts/fuzz.sh [<seconds for each target>] [<target>...]
+#                                                          scripts/fuzz.sh --short [<target>...]
+#                                                          scripts/fuzz.sh --seeds
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds the targets of fuzz/ with clang,
 # libFuzzer and the sanitizers into build/fuzz, and runs all of them, or those that are named, two at a time:
@@ -9,13 +10,18 @@
 # to build/fuzz/findings; nothing is written into the tree. FUZZ_SEED=<n> makes other inputs, 0 new ones in
 # each run. The last line counts targets. Exit status 0 when there was no finding.
 #
+# --short tries as many inputs as take a second or less after the seeds, the same ones on every machine and under every
+# load: what it says about a change is no matter of luck.
 # --seeds writes the seeds of the file readers anew.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-seconds=10 make_seeds=
+seconds=10 make_seeds='' short=''
 if [[ ${1:-} == --seeds ]]; then
     make_seeds=1
+    shift
+elif [[ ${1:-} == --short ]]; then
+    short=1
     shift
 elif [[ ${1:-} =~ ^[0-9]+$ ]]; then
     seconds=$1
@@ -48,21 +54,35 @@ for_sanitizers
 # The freed memory that is kept for finding uses after free is most of what such a program takes.
 ASAN_OPTIONS+=:quarantine_size_mb=16
 
+seed=${FUZZ_SEED:-1}
+[[ ! $short ]] || seed=1
+# New inputs of --short: a second or two of each target on one core.
+declare -A runs=([any]=10000 [detect]=2000 [driver]=500)
+
 # fuzz <target>: its line of the table goes to build/fuzz/runs/<target>/line.
 fuzz() {
-    local target=$1 folder=build/fuzz/runs/$1 family=${1%%_*} options=() status=0 finding
+    local target=$1 folder=build/fuzz/runs/$1 family=${1%%_*} options=() status=0 finding count
     rm -rf "$folder" build/fuzz/findings/"$target"-*
     mkdir -p "$folder/corpus" build/fuzz/findings
-    for seeds in "fuzz/corpus/$family" "fuzz/corpus/$target"; do
-        [[ ! -d $seeds ]] || find "$seeds" -type f -exec cp -t "$folder/corpus" {} +
-    done
+    # In the same order everywhere, which that of a folder is not.
+    find "fuzz/corpus/$family" "fuzz/corpus/$target" -type f 2>/dev/null | sort -u >"$folder/seeds"
+    count=$(wc -l <"$folder/seeds")
+    tr '\n' , <"$folder/seeds" | sed 's/,$//' >"$folder/list"
+    ((count == 0)) || options+=("-seed_inputs=@$folder/list")
     [[ ! -f fuzz/$family.dict ]] || options+=("-dict=fuzz/$family.dict")
     # Few inputs fit into the time of a slow target: they are long ones from the beginning.
     [[ $target != driver ]] || options+=(-len_control=0)
-    if ((seconds)); then options+=("-max_total_time=$seconds"); else options+=(-runs=0); fi
-    "${sanitized[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="${FUZZ_SEED:-1}" -max_len=4096 \
-        -rss_limit_mb=2048 -timeout=300 -report_slow_units=300 -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" \
-        "$folder/corpus" >"$folder/log" 2>&1 || status=$?
+    if [[ $short ]]; then
+        # Compared values that mutations insert may be addresses, which differ from run to run.
+        options+=("-runs=$((count + ${runs[$target]:-${runs[any]}}))" -shuffle=0 -reload=0 -use_cmp=0)
+    elif ((seconds)); then
+        options+=("-max_total_time=$seconds")
+    else
+        options+=(-runs=0)
+    fi
+    "${sanitized[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="$seed" -max_len=4096 \
+        -rss_limit_mb=2048 -timeout=300 -report_slow_units=300 -print_final_stats=1 \
+        -artifact_prefix="build/fuzz/findings/$target-" "$folder/corpus" >"$folder/log" 2>&1 || status=$?
 
     finding=$(find build/fuzz/findings -name "$target-*" ! -name '*-slow-unit-*' -print -quit)
     if ((status != 0)) && [[ -z $finding ]]; then finding="$folder/log"; fi

@@ -104,7 +104,7 @@ namespace {
 void RunTo(Run& run, const std::vector<std::string>& words, const std::vector<Picture<std::uint8_t>>& frames,
            const Circumstances& circumstances)
 {
-    const int width = 1280, height = 960;
+    const int width = circumstances.width, height = circumstances.height;
     const CommandLine line = ParseCommandLine(words);
     if (line.usage) {
         run.err += UsageText();

@@ -43,6 +43,7 @@ struct Run {
 struct Circumstances {
     bool cameraOpens = true;
     PatternSum sum = SumPatternByRuns;
+    int width = 1280, height = 960; ///< of the program's frames
 };
 
 /// The frames are those that load one after the other: with fewer than the command line asks for, the next
