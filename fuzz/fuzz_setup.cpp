@@ -95,7 +95,7 @@ void RequireHost(const HttpRequest& request)
 void RequireRoundTrip(Session& session)
 {
     const auto state = session.WheelState();
-    Require(session.SetWheel(state["wheel"]).empty() && session.WheelState() == state,
+    Require(session.SetWheel(state["wheel"]).empty() && session.WheelState()["wheel"] == state["wheel"],
             "a wheel is the same when it is told back");
     std::string toml;
     if (!session.Toml(toml).empty()) return;

@@ -45,7 +45,9 @@ std::vector<std::pair<std::string, Json>> Given(const Wheel& wheel, bool all)
     if (run.centreInRegion) std::tie(run.arguments.centreX, run.arguments.centreY) = *run.centreInRegion;
     std::vector<std::pair<std::string, Json>> given;
     const auto add = [&](const RunOption& option) {
-        if (run.given.count(option.name) > 0) given.emplace_back(option.name, ToJson(option, run));
+        if (run.given.count(option.name) == 0) return;
+        // What is given as its default may be nothing, as no teeth are: no file can hold that.
+        if (Json value = ToJson(option, run); !value.is_null()) given.emplace_back(option.name, value);
     };
     for (const std::string_view name : pageOptions) add(*OptionNamed(name));
     for (const RunOption& option : OptionTable())

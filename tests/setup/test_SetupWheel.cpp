@@ -1,7 +1,10 @@
 // The wheel of the page, between JSON, TOML and command lines.
 #include <setup/Wheel.h>
 
+#include <run/ConfigFile.h>
+
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 
@@ -118,6 +121,16 @@ TEST(SetupWheel, WhatTheFileHeldBesideStaysAndRecordedFramesAreNotTaken)
     Request run;
     EXPECT_EQ(CompleteRun(wheel, run), "");
     EXPECT_FALSE(run.arguments.files);
+}
+
+TEST(SetupWheel, WhatIsGivenAsNoneIsInNoFileAndOnNoLine)
+{
+    Wheel wheel =
+        Read({{"inner", 216}, {"outer", 250}, {"region", {560, 540}}, {"teeth", 0}, {"background", 0}});
+    EXPECT_EQ(RunLine(wheel), "telvane-run --inner 216 --outer 250 --region 560,540");
+    Wheel read;
+    EXPECT_EQ(ReadConfigText("wheel.toml", TomlText(wheel), read.run), "");
+    EXPECT_EQ(WheelJson(read), WheelJson(wheel));
 }
 
 } // namespace
