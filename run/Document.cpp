@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 
 namespace telvane {
@@ -34,9 +35,11 @@ double Rounded(double seconds) { return std::round(seconds * 1000) / 1000; }
 std::optional<int> Number(const Json& json)
 {
     if (!json.is_number_integer()) return {};
-    const int number = json.get<int>();
-    if (json != number) return {};
-    return number;
+    const bool within = json.is_number_unsigned()
+                            ? json.get<std::uint64_t>() <= INT32_MAX
+                            : json.get<std::int64_t>() >= INT32_MIN && json.get<std::int64_t>() <= INT32_MAX;
+    if (!within) return {};
+    return json.get<int>();
 }
 
 /// A document that is JSON and says that it is one of a run; its version, or nothing.

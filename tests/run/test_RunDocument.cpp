@@ -135,12 +135,19 @@ TEST(RunDocument, WhatIsNoneIsRefused)
         EXPECT_EQ(ReadRunDocument(json.dump(), read).rfind("its arguments: ", 0), 0u) << key << bad;
     }
     for (const Json& bad :
-         {Json(5), Json::array({1, 2, 3}), Json::array({1, 2, 3, "4"}), Json::array({1, 2, 3, 1e99})}) {
+         {Json(5), Json::array({1, 2, 3}), Json::array({1, 2, 3, "4"}), Json::array({1, 2, 3, 1e99}),
+          Json::array({UINT64_MAX, 2, 3, 4}), Json::array({1, 2, 3, 2147483648})}) {
         Json json = whole;
         json["region"] = bad;
         EXPECT_EQ(ReadRunDocument(json.dump(), read), "its region is none") << bad;
     }
     Json json = whole;
+    json["result"] = UINT64_MAX; // -1 in 32 bits
+    EXPECT_EQ(ReadRunDocument(json.dump(), read), "");
+    EXPECT_FALSE(read.outcome.result);
+    const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
+    EXPECT_EQ(ReadRunDocument("{\"schema\":\"telvane-run/1\",\"arguments\":{\"inner\":" + deep + "}}", read),
+              "not a JSON document of a run");
     json.erase("arguments");
     EXPECT_EQ(ReadRunDocument(json.dump(), read), "its arguments: --inner must be given");
 }

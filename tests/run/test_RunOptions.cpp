@@ -301,14 +301,21 @@ TEST(ConfigFile, WhatIsGivenAlreadyStays)
 
 TEST(ConfigFile, WhatIsNoTomlIsToldWithItsPlace)
 {
-    for (const char* text : {"inner = 010\n", "region = [1, 2\n", "inner 216\n", "inner = 1\ninner = 2\n",
-                             "sense = cw\n", "= 5\n", "inner = 5 outer = 6\n", "sense = \"cw\n",
-                             "\xFF\xFE = 1\n", "inner = 1__0\n", "[[mask]\n"}) {
+    for (const char* text :
+         {"inner = 010\n", "region = [1, 2\n", "inner 216\n", "inner = 1\ninner = 2\n", "sense = cw\n",
+          "= 5\n", "inner = 5 outer = 6\n", "sense = \"cw\n", "\xFF\xFE = 1\n", "inner = 1__0\n", "[[mask]\n",
+          "[= 5\n", "[[=]]\n", "a.= 1\n", "[a.=]\n"}) {
         const std::string problem = ConfigProblem(text);
         EXPECT_EQ(problem.find('\n'), problem.npos) << problem;
         int line = 0, column = 0;
         EXPECT_EQ(std::sscanf(problem.c_str(), "wheel.toml:%d:%d: ", &line, &column), 2) << text << problem;
     }
+}
+
+TEST(ConfigFile, LettersBeyondAsciiInTheWrongPlaceAreToldWithTheirPlace)
+{
+    for (const char* text : {"\u00E4 = 1\n", "\uFEFBl", "\u0416", "inner\u00FC = 1\n", "inner = 1 \u0448\n"})
+        EXPECT_EQ(ConfigProblem(text).rfind("wheel.toml:1:", 0), 0u) << text;
 }
 
 TEST(ConfigFile, UnknownKeysAreRefused)
