@@ -6,7 +6,7 @@
 //   jpeg_std_error  libjpeg's error manager, whose error_exit calls exit inside libjpeg: its end is noted,
 //                   libjpeg's memory released, and the writer left by an exception. The writer catches
 //                   exceptions; what it does from there on is not what a process that ended would do.
-//   fopen, fclose   files in memory
+//   fopen, fclose   files in memory; fmemopen and open_memstream are theirs already and are only counted
 //   malloc          storage with a limit
 //
 // Outside RunToItsEnd all of them are the real ones: libFuzzer itself calls them too.
@@ -152,6 +152,8 @@ int __real_pause();
 [[noreturn]] void __real_exit(int status);
 jpeg_error_mgr* __real_jpeg_std_error(jpeg_error_mgr* manager);
 std::FILE* __real_fopen(const char* name, const char* mode);
+std::FILE* __real_fmemopen(void* memory, std::size_t size, const char* mode);
+std::FILE* __real_open_memstream(char** memory, std::size_t* size);
 int __real_fclose(std::FILE* file);
 void* __real_malloc(std::size_t size);
 
@@ -199,6 +201,20 @@ std::FILE* __wrap_fopen(const char* name, const char* mode)
         file = fopencookie(open.get(), mode, {ReadFromFile, nullptr, SeekInFile, nullptr});
     }
     openFiles[file] = std::move(open);
+    return file;
+}
+
+std::FILE* __wrap_fmemopen(void* memory, std::size_t size, const char* mode)
+{
+    std::FILE* const file = __real_fmemopen(memory, size, mode);
+    if (inside && file != nullptr) openFiles[file] = std::make_unique<OpenFile>(OpenFile{"memory", {}, 0});
+    return file;
+}
+
+std::FILE* __wrap_open_memstream(char** memory, std::size_t* size)
+{
+    std::FILE* const file = __real_open_memstream(memory, size);
+    if (inside && file != nullptr) openFiles[file] = std::make_unique<OpenFile>(OpenFile{"memory", {}, 0});
     return file;
 }
 

@@ -1,6 +1,7 @@
 // Writes the seeds of the file readers: make_seeds <folder>. What they are is in their names. The BMP files
 // are the shapes that readers of that format are known to get wrong, small, and each with one thing odd.
 #include <tests/reference/Files.h>
+#include <tests/reference/Jpeg.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -190,6 +191,8 @@ void WriteBmps()
     Vary("8bit-says-colours-highest", grey, [](Bmp& b) { b.coloursUsed = 0xFFFFFFFF; });
     Vary("8bit-colours256", grey, [](Bmp& b) { b.colours = 256; });
     Vary("8bit-colours0-is-256", grey, [](Bmp& b) { b.colours = 256, b.coloursUsed = 0; });
+    for (const int colours : {255, 257})
+        Vary("8bit-colours" + std::to_string(colours), grey, [colours](Bmp& b) { b.colours = colours; });
     Vary("8bit-colours300", grey, [](Bmp& b) { b.colours = 300; });
     Vary("8bit-gap-before-pixels", grey, [](Bmp& b) { b.pixels = Bytes(44, 7), b.dataOffset = 90; });
     Vary("24bit-padding4", colour, [](Bmp& b) { b.imageSize = 57; });
@@ -210,6 +213,86 @@ void WriteBmps()
     SaveBmp("own-24bit", reference::BmpColour({picture, picture, picture}));
     SaveBmp("own-16bit", reference::BmpShort(reference::Picture<std::int16_t>(6, 2, -9)));
     SaveBmp("own-16bit-odd", reference::BmpShort(reference::Picture<std::int16_t>(5, 2, -9)));
+}
+
+// ---------------------------------------------------------------------------------- pictures of a run
+
+// The target takes the kind and the size of the picture from the end of an input.
+enum Kind { frame, numbers, jpeg };
+void SavePicture(const std::string& name, Kind kind, Bytes bytes, int width, int height)
+{
+    for (const int choice : {height - 1, width - 1, int{kind}})
+        bytes.push_back(static_cast<std::uint8_t>(choice));
+    Save("pictures/" + name, bytes);
+}
+
+void WritePictures()
+{
+    const Bmp grey, sixteen = Sixteen(6, 3);
+    const struct {
+        std::string name;
+        Kind kind;
+        Bmp bmp;
+    } kinds[] = {{"frame", frame, grey}, {"numbers", numbers, sixteen}};
+    for (const auto& one : kinds) {
+        const Bmp& bmp = one.bmp;
+        const int w = bmp.width, h = bmp.height;
+        const auto save = [&one](const std::string& what, const Bytes& bytes, int width, int height) {
+            SavePicture(one.name + "-" + what, one.kind, bytes, width, height);
+        };
+        const auto vary = [&](const std::string& what, auto change) {
+            Bmp other = bmp;
+            change(other);
+            save(what, other.File(), w, h);
+        };
+        const Bytes whole = bmp.File();
+        save("whole", whole, w, h);
+        save("wider", whole, w - 1, h);
+        save("narrower", whole, w + 1, h);
+        save("higher", whole, w, h - 1);
+        save("lower", whole, w, h + 1);
+        for (const std::size_t length : {0, 1, 2, 53, 54})
+            save("cut" + std::to_string(length),
+                 Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)), w, h);
+        for (const std::ptrdiff_t missing : {1, 3, 4}) // from none of the last row's pixels on
+            save("short" + std::to_string(missing), Bytes(whole.begin(), whole.end() - missing), w, h);
+        for (const std::uint32_t size : {12u, 39u, 41u})
+            vary("header" + std::to_string(size), [size](Bmp& b) { b.headerSize = size; });
+        vary("magic", [](Bmp& b) { b.magic = "BN"; });
+        vary("topdown", [](Bmp& b) { b.height = -3; });
+        vary("width-negative", [](Bmp& b) { b.width = -b.width; });
+        vary("width0", [](Bmp& b) { b.width = 0; });
+        vary("height0", [](Bmp& b) { b.height = 0; });
+        vary("other-depth", [](Bmp& b) { b.bits = b.bits == 8 ? 16 : 8; });
+        for (const std::uint32_t compression : {0u, 1u, 2u, 3u, 4u})
+            vary("compression" + std::to_string(compression),
+                 [compression](Bmp& b) { b.compression = compression; });
+        for (const std::int64_t offset : {0, 53, 54, 65, 66, 67})
+            vary("offset" + std::to_string(offset), [offset](Bmp& b) { b.dataOffset = offset; });
+        vary("offset-huge", [](Bmp& b) { b.dataOffset = 0xFFFFFFFF; });
+        vary("colours257", [](Bmp& b) { b.colours = 257; });
+    }
+    SavePicture("numbers-odd", numbers, Sixteen(5, 3).File(), 5, 3);
+    SavePicture("numbers-own", numbers, reference::BmpShort(reference::Picture<std::int16_t>(5, 2, -9)), 5,
+                2);
+
+    reference::Picture<std::uint8_t> picture(17, 9);
+    for (std::size_t i = 0; i < picture.a.size(); i++) picture.a[i] = static_cast<std::uint8_t>(i * 7);
+    const Bytes whole = reference::JpegGrey(picture, 85);
+    SavePicture("jpeg-whole", jpeg, whole, 17, 9);
+    SavePicture("jpeg-wider", jpeg, whole, 16, 9);
+    SavePicture("jpeg-lower", jpeg, whole, 17, 10);
+    for (const std::size_t length : {std::size_t{2}, std::size_t{3}, whole.size() / 2, whole.size() - 2})
+        SavePicture("jpeg-cut" + std::to_string(length), jpeg,
+                    Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)), 17, 9);
+    Bytes huge = whole; // the frame's header says 65500 x 65500
+    for (std::size_t i = 0; i + 9 < huge.size(); i++)
+        if (huge[i] == 0xFF && huge[i + 1] == 0xC0)
+            for (const std::size_t at : {i + 5, i + 7}) huge[at] = 0xFF, huge[at + 1] = 0xDC;
+    SavePicture("jpeg-huge", jpeg, huge, 17, 9);
+    Bytes behind = whole;
+    Append(behind, {1, 2, 3});
+    SavePicture("jpeg-bytes-behind", jpeg, behind, 17, 9);
 }
 
 // ---------------------------------------------------------------------------------- other files
@@ -254,6 +337,7 @@ int main(int argc, char* argv[])
     }
     folder = argv[1];
     WriteBmps();
+    WritePictures();
     WriteImgs();
     return 0;
 }
