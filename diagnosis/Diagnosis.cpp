@@ -1,11 +1,7 @@
 // From what was measured to the verdict, its cure, the remarks and the arguments that fit.
 #include <diagnosis/Diagnosis.h>
 
-#include <diagnosis/Changes.h>
-#include <diagnosis/FrameQuality.h>
-#include <diagnosis/Motion.h>
-#include <diagnosis/Ring.h>
-#include <diagnosis/Rotation.h>
+#include <diagnosis/Findings.h>
 #include <diagnosis/Words.h>
 
 #include <algorithm>
@@ -22,36 +18,29 @@ const double closeEnough = 2.4; // pixels between the centre found and the rotat
 // Light and lens shift what is seen by about this, in pixels. The smaller the angle, the more it moves the
 // centre.
 const double unseenShift = 0.003;
-const double leastDoubt = 0.3;  // pixels that make a difference
-const double mostDoubt = 1.2;   // pixels that doubt takes off it
-const double surest = 0.7;      // standard deviation of the rotation's centre that a verdict may rest on
-const double tooFastFrom = 0.4; // of a tooth from frame to frame: half a tooth has no sense
-const double darkest = 60;      // grey value that the brightest of the ring should exceed
+const double leastDoubt = 0.3; // pixels that make a difference
+const double mostDoubt = 1.2;  // pixels that doubt takes off it
+const double darkest = 60;     // grey value that the brightest of the ring should exceed
 const double worstFlicker = 0.15;
-const double otherFrom = 0.15; // share of the motion that can mislead
 const double mostClipped = 0.3;
-const double straightFrom = 0.75; // share of the motion in one direction; of half a wheel's it is 2 / pi
 const double mostUneven = 0.12;   // of a tooth
 const double noisiest = 4;        // grey levels
 const double worstPush = 1;       // pixels
 const double mostEccentric = 1.5; // pixels between the ring's middle and the rotation's centre
-
-double Distance(const Place& a, const Place& b) { return std::hypot(a.x - b.x, a.y - b.y); }
 
 std::string Plural(int number, const char* one, const char* several)
 {
     return std::to_string(number) + ' ' + (number == 1 ? one : several);
 }
 
-/// Goes from the frames to the verdict.
+/// Goes from what was measured to the verdict.
 class Judge {
 public:
-    explicit Judge(const RunSeen& r) : run(r) {}
+    Judge(const RunSeen& r, const Findings& f) : run(r), findings(f) {}
 
     Diagnosis Result()
     {
-        Answer();
-        if (HasFrames()) Measure();
+        Measured();
         Decide();
         Remark();
         Propose();
@@ -59,68 +48,23 @@ public:
     }
 
 private:
-    /// For the flow, and for anything to be seen.
-    bool LargeEnough() const { return run.frames.dim1 >= 32 && run.frames.dim2 >= 32; }
     bool HasFrames() const { return run.frames.p_data != nullptr && run.frames.dim3 >= 1; }
     int Count() const { return HasFrames() ? run.frames.dim3 : 0; }
     const RunArguments* Given() const { return run.arguments ? &*run.arguments : nullptr; }
     bool Votes() const { return Given() && Given()->HowSearched() == Method::votes; }
-    bool Answered() const { return run.outcome.result == 0 && run.outcome.region.has_value(); }
     bool Refused() const { return run.outcome.result.value_or(0) != 0; }
 
-    void Answer()
+    bool Trusted() const { return findings.Trusted(); }
+    bool OtherMotionFound() const { return findings.OtherMotionFound(); }
+    double ToothStep() const { return findings.ToothStep(); }
+
+    void Measured()
     {
-        if (Answered() && Given())
-            diagnosis.found = Place{double(run.outcome.region->left) + Given()->centreX,
-                                    double(run.outcome.region->top) + Given()->centreY};
-    }
-
-    // ------------------------------------------------------------------------------ measuring
-
-    void Measure()
-    {
-        times = Given() ? Given()->Times() : std::vector<int>();
-        while (static_cast<int>(times.size()) < Count())
-            times.push_back(times.empty() ? 0 : times.back() + 1);
-        times.resize(static_cast<std::size_t>(Count()));
-        if (Given()) masks = Given()->masks;
-        if (Count() < 2 || !LargeEnough()) return;
-
-        changes = ChangesOf(run.frames);
-        quality = QualityOf(run.frames, changes);
-        const bool given = IsFlow(run.u) && IsFlow(run.v);
-        MatShort madeU, madeV;
-        if (!given) FlowOf(run.frames, times, madeU, madeV);
-        const MatShort u = given ? run.u : madeU, v = given ? run.v : madeV;
-        cells = MotionCells(u, v, masks);
-        motion = Summarise(cells);
-        if (quality.moving <= 0) return;
-
-        LocateRing();
-        FindRotation(masks);
-        straight = Straight(cells);
-        if (!Trusted() && !ring.ring && straight.share >= straightFrom) {
-            // What goes straight on hides a wheel that moves more weakly.
-            masks.push_back(straight.box);
-            motion = Summarise(MotionCells(u, v, masks));
-            LocateRing();
-            FindRotation(masks);
-        }
-        if (Trusted()) LookAboutAxis();
-        if (ring.ring)
-            quality.bright = BrightnessOf(changes, ring.middle, ring.ring->inner, ring.ring->outer);
-        LearnSense();
-        LookElsewhere();
-        if (!Trusted() && OtherMotionFound()) {
-            // Once more without it.
-            std::vector<Region> more = masks;
-            more.push_back(elsewhere.box);
-            FindRotation(more);
-            LearnSense();
-            LookElsewhere();
-        }
+        diagnosis.found = CentreFound(run);
+        diagnosis.sense = findings.sense;
         diagnosis.ring = ring.ring;
         diagnosis.teeth = ring.teeth;
+        if (findings.elsewhere) diagnosis.elsewhere = findings.elsewhere->share;
         if (!Trusted()) return;
         diagnosis.centre = fit.centre;
         diagnosis.sigma = fit.sigma;
@@ -128,131 +72,6 @@ private:
         diagnosis.degreesPerFrame = fit.degreesPerFrame;
         diagnosis.explained = fit.explained;
     }
-
-    /// Teeth lie evenly about the axis where the camera stands askew, and about the ring's middle where that
-    /// is not the axis: they are counted where they are clearer.
-    void LookAboutAxis()
-    {
-        if (!ring.ring) {
-            LocateRing(fit.centre);
-        } else if (Distance(ring.middle, fit.centre) > Nearby(ring)) {
-            RingFound about = FindRing(run.frames, times, changes, fit.centre, masks);
-            if (!about.teeth || !(about.clear > ring.clear)) return;
-            about.ring = ring.ring;
-            about.middle = ring.middle;
-            about.oval = ring.oval;
-            ring = about;
-        }
-    }
-
-    /// From beside its middle a ring seems to have more teeth on one side than on the other.
-    static double Nearby(const RingFound& found)
-    {
-        return std::min(2.0, 0.5 * found.ring->outer / *found.teeth);
-    }
-
-    void LearnSense()
-    {
-        const auto of = [](double turned) { return turned > 0 ? Sense::clockwise : Sense::counterClockwise; };
-        diagnosis.sense.reset();
-        if (ring.teeth && ToothStep() >= tooFastFrom && ToothStep() <= 1 - tooFastFrom) return;
-        if (Trusted()) diagnosis.sense = of(fit.degreesPerFrame);
-        else if (ring.teeth && ring.steady > 0.8) diagnosis.sense = of(ring.step);
-        else if (motion.turns && motion.agrees > 0.8) diagnosis.sense = motion.sense;
-    }
-
-    void LookElsewhere()
-    {
-        diagnosis.elsewhere.reset();
-        if (!diagnosis.sense || !ring.ring) return;
-        elsewhere = Elsewhere(cells, Trusted() ? fit.centre : ring.middle, *ring.ring, *diagnosis.sense);
-        diagnosis.elsewhere = elsewhere.share;
-    }
-
-    /// At one place, and not all over the wheel as noise is.
-    bool OtherMotionFound() const
-    {
-        return diagnosis.elsewhere && elsewhere.share >= otherFrom &&
-               Distance(elsewhere.where, ring.middle) > 0.4 * ring.ring->outer;
-    }
-
-    /// About the flow's centre, or else about the one found, or else about the middle of what changes.
-    void LocateRing()
-    {
-        std::vector<Place> centres;
-        if (motion.turns) centres.push_back(motion.centre);
-        if (diagnosis.found && NearPicture(*diagnosis.found)) centres.push_back(*diagnosis.found);
-        centres.push_back(MiddleOf(changes, masks));
-        for (const Place& centre : centres)
-            if (LocateRing(centre)) return;
-        ring = {};
-    }
-
-    /// About a centre, and then about the ring's own.
-    bool LocateRing(const Place& centre)
-    {
-        ring = FindRing(run.frames, times, changes, centre, masks);
-        if (!ring.ring) return false;
-        if (Distance(ring.middle, centre) > Nearby(ring)) {
-            const RingFound again = FindRing(run.frames, times, changes, ring.middle, masks);
-            if (again.ring) ring = again;
-        }
-        pushes = PushesOf(RingPlaces(run.frames, ring.middle, *ring.ring, *ring.teeth, masks));
-        return true;
-    }
-
-    bool IsFlow(const MatShort& sums) const
-    {
-        return sums.p_data != nullptr && sums.dim1 == run.frames.dim1 + 1 && sums.dim2 == run.frames.dim2 + 1;
-    }
-
-    /// No further outside than the picture is wide: what a run answered may be of another picture.
-    bool NearPicture(const Place& place) const
-    {
-        return std::abs(place.x) <= 2 * run.frames.dim1 && std::abs(place.y) <= 2 * run.frames.dim2;
-    }
-
-    /// From the ring's middle; or else from the flow's centre, and from what the run was told.
-    void FindRotation(const std::vector<Region>& leftOut)
-    {
-        std::vector<RotationStart> starts;
-        if (ring.ring) starts.push_back({ring.middle, ring.ring->inner, ring.ring->outer});
-        if (motion.turns && !ring.ring) {
-            const std::optional<Ring> rough = RoughRing(RadialProfile(changes, motion.centre, masks));
-            if (rough) starts.push_back({motion.centre, rough->inner, rough->outer});
-        }
-        if (diagnosis.found && NearPicture(*diagnosis.found) && !ring.ring &&
-            Given()->innerR < Given()->outerR && Given()->innerR >= 0)
-            starts.push_back({*diagnosis.found, double(Given()->innerR), double(Given()->outerR)});
-
-        // The longest part between pushes: across one the wheel seems to turn about another place.
-        int from = 0, to = Count() - 1, begin = 0;
-        if (!pushes.empty()) {
-            to = -1;
-            for (std::size_t i = 0; i <= pushes.size(); i++) {
-                const int end = i < pushes.size() ? pushes[i].frame - 1 : Count() - 1;
-                if (end - begin > to - from) from = begin, to = end;
-                begin = end + 1;
-            }
-        }
-        fittedFrom = from;
-        if (to - from < 1) return;
-        for (const RotationStart& start : starts) {
-            Fit(from, to, start, leftOut);
-            // A whole number of teeth further, teeth look as they did: fewer frames lie less far apart.
-            if (!Trusted() && fit.gap > 1 && std::abs(std::remainder(ToothStepOf(fit) * fit.gap, 1)) < 0.1)
-                Fit(from, from + (to - from + 1) / 2, start, leftOut);
-            if (Trusted()) return;
-        }
-    }
-
-    void Fit(int from, int to, const RotationStart& start, const std::vector<Region>& leftOut)
-    {
-        fit = FitRotation(run.frames(RNG::All(), RNG::All(), RNG(from, to)),
-                          {times.begin() + from, times.begin() + to + 1}, start, leftOut);
-    }
-
-    bool Trusted() const { return fit.holds && std::max(fit.sigma.x, fit.sigma.y) <= surest; }
 
     // ------------------------------------------------------------------------------ the verdict
 
@@ -310,7 +129,7 @@ private:
     {
         Place middle = fit.centre;
         for (const Push& push : pushes)
-            if (push.frame <= fittedFrom) middle = {middle.x - push.by.x, middle.y - push.by.y};
+            if (push.frame <= findings.fittedFrom) middle = {middle.x - push.by.x, middle.y - push.by.y};
         double apart = Distance(*diagnosis.found, middle); // in the first frame
         for (const Push& push : pushes) {
             middle = {middle.x + push.by.x, middle.y + push.by.y};
@@ -400,7 +219,7 @@ private:
             "");
     }
 
-    bool FramesStill() const { return HasFrames() && LargeEnough() && !(quality.moving > 0); }
+    bool FramesStill() const { return findings.measured && !(quality.moving > 0); }
 
     bool Still()
     {
@@ -417,13 +236,6 @@ private:
                    std::string(turn) + ", cover what else moves or blank it with -m, and run it again.");
     }
 
-    /// Of a tooth, from frame to frame; 0 where the teeth are not known.
-    double ToothStepOf(const RotationFit& rotation) const
-    {
-        return std::abs(rotation.degreesPerFrame) * ring.teeth.value_or(0) / 360;
-    }
-    double ToothStep() const { return Trusted() && ring.teeth ? ToothStepOf(fit) : std::abs(ring.step); }
-
     bool TooFast()
     {
         if (!ring.teeth || !(ToothStep() >= tooFastFrom)) return false;
@@ -436,7 +248,7 @@ private:
 
     std::string MaskText() const
     {
-        const Region box = InPicture(elsewhere.box);
+        const Region box = InPicture(findings.elsewhere->box);
         std::string text = "-m";
         for (const int number : {box.left, box.top, box.width, box.height})
             text += ' ' + std::to_string(number);
@@ -455,9 +267,9 @@ private:
     {
         if (!OtherMotionFound()) return false;
         return Say(Verdict::otherMotion,
-                   ShareText(elsewhere.share) + " of the motion is not the wheel's: it lies " +
-                       WhereText(elsewhere.where, run.frames.dim1, run.frames.dim2) +
-                       " of the picture, around " + PlaceText(elsewhere.where) + '.',
+                   ShareText(findings.elsewhere->share) + " of the motion is not the wheel's: it lies " +
+                       WhereText(findings.elsewhere->where, run.frames.dim1, run.frames.dim2) +
+                       " of the picture, around " + PlaceText(findings.elsewhere->where) + '.',
                    "Cover what moves there, or blank it with " + MaskText() + ", and run it again.");
     }
 
@@ -612,8 +424,8 @@ private:
             Note("The wheel has " + Plural(*ring.teeth, "tooth", "teeth") + "; the run was told " +
                  std::to_string(Given()->teeth) + '.');
         if (verdict != Verdict::otherMotion && OtherMotionFound())
-            Note(ShareText(elsewhere.share) + " of the motion is not the wheel's, around " +
-                 PlaceText(elsewhere.where) + '.');
+            Note(ShareText(findings.elsewhere->share) + " of the motion is not the wheel's, around " +
+                 PlaceText(findings.elsewhere->where) + '.');
         if (verdict != Verdict::badFrames) {
             if (!pushes.empty())
                 Note("The picture jumped by " + NumberText(LargestPush(), 1) + " px before frame " +
@@ -655,7 +467,7 @@ private:
             proposal.method = true;
         }
         if (diagnosis.verdict == Verdict::otherMotion && arguments.masks.size() < 3)
-            arguments.masks.push_back(InPicture(elsewhere.box));
+            arguments.masks.push_back(InPicture(findings.elsewhere->box));
         diagnosis.proposal = proposal;
     }
 
@@ -669,18 +481,14 @@ private:
     }
 
     const RunSeen& run;
-    std::vector<int> times;
-    std::vector<Region> masks;
-    Changes changes;
-    FrameQuality quality;
-    std::vector<MotionCell> cells;
-    MotionSummary motion;
-    RotationFit fit;
-    RingFound ring;
-    std::vector<Push> pushes;
-    int fittedFrom = 0; // the first frame of those that the fit saw
-    StraightMotion straight;
-    MotionElsewhere elsewhere;
+    const Findings& findings;
+    // What was found, by shorter names.
+    const std::vector<int>& times = findings.times;
+    const FrameQuality& quality = findings.quality;
+    const StraightMotion& straight = findings.straight;
+    const RingFound& ring = findings.ring;
+    const std::vector<Push>& pushes = findings.pushes;
+    const RotationFit& fit = findings.fit;
     Diagnosis diagnosis;
 };
 
@@ -704,6 +512,8 @@ const char* Name(Verdict verdict)
     return "";
 }
 
-Diagnosis Diagnose(const RunSeen& run) { return Judge(run).Result(); }
+Diagnosis DiagnosisOf(const RunSeen& run, const Findings& findings) { return Judge(run, findings).Result(); }
+
+Diagnosis Diagnose(const RunSeen& run) { return DiagnosisOf(run, FindingsOf(run)); }
 
 } // namespace telvane
