@@ -50,31 +50,18 @@ void WriteWheel(const TemporaryFolder& folder, int first = 1, int last = frameCo
     for (int i = first; i <= last; i++) folder.Write("img" + std::to_string(i) + ".bmp", Frame(i));
 }
 
+/// Frames of one grey value, which are quickly judged and shown, where it does not matter what they show.
+void WritePlain(const TemporaryFolder& folder, const std::string& within = "", int last = frameCount)
+{
+    static const std::string frame = AsText(reference::BmpByte(pictures::Bytes(1280, 960, 90)));
+    for (int i = 1; i <= last; i++) folder.Write(within + "img" + std::to_string(i) + ".bmp", frame);
+}
+
 /// A run of the program on frames of the default wheel.
 void MakeRun(const TemporaryFolder& folder, bool votes = true)
 {
     WriteWheel(folder);
     ASSERT_NE(RunIn(folder, TELVANE_PATH, RunWords(votes)).out.find("RESULT=0"), std::string::npos);
-}
-
-/// Votes with a hill at (12, 20) and one at another place.
-std::string Votes(int x, int y, int next)
-{
-    pictures::Shorts votes(1281, 961);
-    votes.At(12, 20) = 900;
-    votes.At(12, 21) = 400;
-    votes.At(x, y) = static_cast<std::int16_t>(next);
-    return AsText(reference::BmpShort(votes));
-}
-
-std::string NoShorts() { return AsText(reference::BmpShort(pictures::Shorts(1281, 961))); }
-
-/// Other bytes in a file that stays as old as it was.
-void Replace(const TemporaryFolder& folder, const std::string& name, const std::string& bytes)
-{
-    const fs::file_time_type written = fs::last_write_time(folder / name);
-    folder.Write(name, bytes);
-    fs::last_write_time(folder / name, written);
 }
 
 void MakeOlder(const TemporaryFolder& folder, const std::string& name, std::chrono::seconds by)
@@ -129,14 +116,11 @@ TEST(Report, ShowsEverythingOfARun)
     EXPECT_EQ(page.images[5].height, 961);
     EXPECT_TRUE(page.images[8].bytes == first);
     EXPECT_TRUE(page.images[9].bytes == AsText(reference::JpegGrey(WheelFrame(WheelScene(), 3), 85)));
-}
+    EXPECT_EQ(page.facts.at("Result"), "not known") << "there is no command line";
+    EXPECT_EQ(page.facts.at("Region"), "not known");
+    EXPECT_EQ(page.marks.count("region"), 0u);
+    EXPECT_EQ(page.marks.count("given-circles"), 0u);
 
-TEST(Report, CaptionsHaveTwoSentencesAtMost)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    ASSERT_EQ(Report(folder, Behind(RunWords())).status, 0);
-    const Shown page = Page(folder);
     EXPECT_EQ(page.captions.size(), allImages);
     for (const std::string& caption : page.captions) {
         int sentences = 0;
@@ -145,73 +129,53 @@ TEST(Report, CaptionsHaveTwoSentencesAtMost)
     }
 }
 
+TEST(Report, WhatIsWrongWithFilesIsSaidOnStandardErrorAndOnThePage)
+{
+    TemporaryFolder folder;
+    MakeRun(folder);
+    MakeOlder(folder, "detected.jpg", std::chrono::hours(2));
+    folder.Write("hough.bmp", "BM");
+    fs::remove(folder / "u_sum_sh.bmp");
+    const Finished run = Report(folder);
+    EXPECT_EQ(run.status, 0);
+    const std::string doubt = "detected.jpg: older than img3.bmp; expected files of one run",
+                      votes = "hough.bmp: cut short within its header; expected a 16-bit picture as a run "
+                              "with -s writes it",
+                      flow = "u_sum_sh.bmp: not there; expected the flow along x, which a run with -s writes";
+    EXPECT_EQ(run.err, Line(doubt) + Line(votes) + Line(flow));
+    const Shown page = Page(folder);
+    EXPECT_EQ(page.headings, allHeadings);
+    ASSERT_FALSE(page.notes.empty());
+    EXPECT_EQ(page.notes.front(), "There are files of different runs here:");
+    EXPECT_LT(page.text.find(doubt), page.text.find("Result")) << "at the top";
+    for (const std::string& line : {votes, flow}) EXPECT_TRUE(page.Says("Not shown: " + line + ".")) << line;
+    EXPECT_TRUE(page.Says("Made here from the frames.")) << "in place of the flow that is missing";
+    EXPECT_EQ(page.images.size(), allImages - 3);
+}
+
 TEST(Report, ComparesWithTheCommandLineOfTheRun)
 {
     TemporaryFolder folder;
     WriteWheel(folder);
-    for (const bool votes : {true, false}) {
-        const Words words = RunWords(votes);
-        const Finished program = RunIn(folder, TELVANE_PATH, words);
-        int left = 0, top = 0;
-        const std::size_t region = program.out.find("OROI=[");
-        ASSERT_NE(region, program.out.npos) << program.out;
-        ASSERT_EQ(std::sscanf(program.out.c_str() + region, "OROI=[%d,%d,", &left, &top), 2);
+    const Words words = RunWords(false);
+    const Finished program = RunIn(folder, TELVANE_PATH, words);
+    int left = 0, top = 0;
+    const std::size_t region = program.out.find("OROI=[");
+    ASSERT_NE(region, program.out.npos) << program.out;
+    ASSERT_EQ(std::sscanf(program.out.c_str() + region, "OROI=[%d,%d,", &left, &top), 2);
 
-        const Finished run = Report(folder, Behind(words));
-        EXPECT_EQ(run.status, 0);
-        const Shown page = Page(folder);
-        EXPECT_EQ(page.facts.at("Result"), "RESULT=0, computed here");
-        EXPECT_EQ(page.facts.at("Region"),
-                  "600 x 560 at (" + std::to_string(left) + ", " + std::to_string(top) + ")");
-        std::string line = "Telvane";
-        for (const std::string& word : words) line += " " + word;
-        EXPECT_EQ(page.commands.back(), line);
-        EXPECT_EQ(page.marks.count("region"), 1u);
-        EXPECT_EQ(page.marks.count("found-centre"), 1u);
-        EXPECT_EQ(page.marks.count("given-circles"), 1u);
-    }
-}
-
-TEST(Report, WithoutACommandLineTheResultIsNotKnown)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    ASSERT_EQ(Report(folder).status, 0);
+    const Finished run = Report(folder, Behind(words));
+    EXPECT_EQ(run.status, 0);
     const Shown page = Page(folder);
-    EXPECT_EQ(page.facts.at("Result"), "not known");
-    EXPECT_EQ(page.facts.at("Region"), "not known");
-    EXPECT_EQ(page.marks.count("region"), 0u);
-    EXPECT_EQ(page.marks.count("given-circles"), 0u);
-}
-
-TEST(Report, SaysHowClearThePeakIs)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    Replace(folder, "hough.bmp", Votes(33, 9, 300));
-    ASSERT_EQ(Report(folder, {"--apart", "10"}).status, 0);
-    const Shown clear = Page(folder);
-    EXPECT_TRUE(clear.Says("The peak is clear: it has 3 times the votes of the next best place."));
-    EXPECT_TRUE(clear.Says("The peak has 900 votes at (12, 20) of the vote picture; that is pixel (11, 19)"));
-    EXPECT_TRUE(clear.Says("The next best place has 300 votes at (33, 9)."));
-    EXPECT_TRUE(clear.Says("within 10 columns and 10 rows"));
-
-    ASSERT_EQ(Report(folder, {"--apart", "25"}).status, 0);
-    EXPECT_TRUE(Page(folder).Says("The peak is clear: no other place stands out."));
-
-    for (const auto& [next, words] :
-         {std::pair{301, "The peak stands out, but another place has many votes as well: it has 3 times"},
-          {600, "The peak stands out, but another place has many votes as well: it has 1.5 times"},
-          {601, "The peak is not clear: it has only 1.5 times"},
-          {900, "The peak is not clear: it has only 1 times"}}) {
-        Replace(folder, "hough.bmp", Votes(33, 9, next));
-        ASSERT_EQ(Report(folder, {"--apart", "10"}).status, 0);
-        EXPECT_TRUE(Page(folder).Says(words)) << next;
-    }
-
-    Replace(folder, "hough.bmp", NoShorts());
-    ASSERT_EQ(Report(folder).status, 0);
-    EXPECT_TRUE(Page(folder).Says("Nobody voted"));
+    EXPECT_EQ(page.facts.at("Result"), "RESULT=0, computed here");
+    EXPECT_EQ(page.facts.at("Region"),
+              "600 x 560 at (" + std::to_string(left) + ", " + std::to_string(top) + ")");
+    std::string line = "Telvane";
+    for (const std::string& word : words) line += " " + word;
+    EXPECT_EQ(page.commands.back(), line);
+    EXPECT_EQ(page.marks.count("region"), 1u);
+    EXPECT_EQ(page.marks.count("found-centre"), 1u);
+    EXPECT_EQ(page.marks.count("given-circles"), 1u);
 }
 
 TEST(Report, ThePeakIsWhereTheProgramPutsTheCentre)
@@ -244,133 +208,10 @@ TEST(Report, ThePeakIsWhereTheProgramPutsTheCentre)
     EXPECT_LT(redness(652, 472 + 233), -10000);
 }
 
-TEST(Report, WhatARunOfThisKindDoesNotWriteIsNoWarning)
-{
-    TemporaryFolder ring, alone;
-    MakeRun(ring, false);
-    for (const Words& words : {Words(), Behind(RunWords(false))}) {
-        const Finished run = Report(ring, words);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, "");
-        EXPECT_EQ(Page(ring).images.size(), allImages - 3);
-        EXPECT_FALSE(Page(ring).Has("The votes for the centre"));
-    }
-    // A run that saved nothing: its frames are all there is.
-    WriteWheel(alone);
-    for (const Words& words : {Words(), Behind(RunWords())}) {
-        const Finished run = Report(alone, words);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, "");
-        const Shown page = Page(alone);
-        EXPECT_EQ(page.images.size(), allImages - 4);
-        EXPECT_TRUE(page.Has("The motion"));
-        EXPECT_TRUE(page.Says("Made here from the frames."));
-    }
-}
-
-TEST(Report, TheFlowMadeFromFramesIsThatOfTheFiles)
-{
-    TemporaryFolder folder;
-    MakeRun(folder, false);
-    ASSERT_EQ(Report(folder).status, 0);
-    const Shown files = Page(folder);
-    EXPECT_FALSE(files.Says("Made here from the frames."));
-    for (const char* name : {"u_sum_sh.bmp", "v_sum_sh.bmp"}) fs::remove(folder / name);
-    ASSERT_EQ(Report(folder).status, 0);
-    const Shown made = Page(folder);
-    ASSERT_EQ(made.images.size(), files.images.size());
-    for (std::size_t i = 0; i < made.images.size(); i++)
-        EXPECT_TRUE(made.images[i].bytes == files.images[i].bytes) << i;
-}
-
-TEST(Report, WhatIsMissingIsNamedAndTheRestShown)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    struct Missing {
-        const char* name;
-        std::size_t images; // fewer
-        const char* heading;
-    };
-    const Words words = Behind(RunWords()); // from which a votes' run with -s is known
-    for (const auto& [name, images, heading] :
-         {Missing{"detected.jpg", 1, "The picture that the program marked"},
-          {"hough.bmp", 3, "The votes for the centre"},
-          {"u_sum_sh.bmp", 0, "The motion"},
-          {"v_sum_sh.bmp", 0, "The motion"}}) {
-        const std::string bytes = folder.Read(name);
-        const fs::file_time_type written = fs::last_write_time(folder / name);
-        fs::remove(folder / name);
-        const Finished run = Report(folder, words);
-        EXPECT_EQ(run.status, 0) << name;
-        EXPECT_EQ(run.err.rfind("telvane-report: " + std::string(name) + ": not there; expected ", 0), 0u)
-            << run.err;
-        EXPECT_EQ(Lines(run.err), 1u) << run.err;
-        const Shown page = Page(folder);
-        EXPECT_EQ(page.images.size(), allImages - images) << name;
-        EXPECT_TRUE(page.Has(heading));
-        EXPECT_TRUE(page.Says("Not shown: " + std::string(name) + ": not there; expected ")) << name;
-        folder.Write(name, bytes);
-        fs::last_write_time(folder / name, written);
-    }
-}
-
-TEST(Report, DamagedAndForeignFilesAreNamedAndTheRestShown)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    const std::string marked = folder.Read("detected.jpg"), votes = folder.Read("hough.bmp"),
-                      frame = folder.Read("img2.bmp");
-    const std::string smallJpeg = AsText(reference::JpegGrey(pictures::Bytes(640, 480, 90), 85));
-    const std::string smallFrame = AsText(reference::BmpByte(pictures::Bytes(640, 480, 90)));
-    const std::string smallShorts = AsText(reference::BmpShort(pictures::Shorts(41, 33)));
-    struct Bad {
-        const char *name, *problem;
-        std::string bytes;
-    };
-    for (const Bad& bad : std::vector<Bad>{
-             {"detected.jpg", "a JPEG file that is damaged or cut short", marked.substr(0, 5000)},
-             {"detected.jpg", "not a JPEG file", votes},
-             {"detected.jpg", "of 640 x 480 pixels, not 1280 x 960", smallJpeg},
-             {"hough.bmp", "not a BMP file", marked},
-             {"hough.bmp", "cut short within its header", votes.substr(0, 30)},
-             {"hough.bmp", "of 41 x 33 pixels, not 1281 x 961", smallShorts},
-             {"u_sum_sh.bmp", "a BMP file of 8 bits per pixel, compression 0", frame},
-             {"v_sum_sh.bmp", "not a BMP file", ""},
-             {"img1.bmp", "a BMP file of 16 bits per pixel, compression 3", votes},
-             {"img2.bmp", "of 640 x 480 pixels, not 1280 x 960", smallFrame},
-             {"img3.bmp", "cut short: 1280 x 960 pixels need 1229878 bytes, there are 1000000",
-              frame.substr(0, 1000000)}}) {
-        const std::string before = folder.Read(bad.name);
-        Replace(folder, bad.name, bad.bytes);
-        const Finished run = Report(folder);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(
-            run.err.rfind("telvane-report: " + std::string(bad.name) + ": " + bad.problem + "; expected ", 0),
-            0u)
-            << run.err;
-        EXPECT_EQ(Lines(run.err), 1u) << run.err;
-        const Shown page = Page(folder);
-        // The flow is made of the frames instead, and the frame between shows nowhere.
-        const std::string name = bad.name;
-        const bool stillAll = name == "img2.bmp" || name == "u_sum_sh.bmp" || name == "v_sum_sh.bmp";
-        EXPECT_EQ(page.images.size() == allImages, stillAll) << name;
-        EXPECT_GE(page.images.size(), allImages - 4) << bad.name;
-        const bool isFrame = name.rfind("img", 0) == 0;
-        EXPECT_EQ(page.verdict == "The frames cannot be used", isFrame) << bad.name;
-        Replace(folder, bad.name, before);
-    }
-    fs::remove(folder / "hough.bmp");
-    fs::create_directory(folder / "hough.bmp");
-    const Finished run = Report(folder);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.err.rfind(Line("hough.bmp: Is a directory; expected ").substr(0, 50), 0), 0u) << run.err;
-}
-
 TEST(Report, FramesThatCannotBeUsedAreTheVerdict)
 {
     TemporaryFolder folder;
-    WriteWheel(folder);
+    WritePlain(folder);
     folder.Write("img2.bmp", "BM");
     Finished run = Report(folder, {"--count", "5"});
     EXPECT_EQ(run.status, 0);
@@ -384,7 +225,7 @@ TEST(Report, FramesThatCannotBeUsedAreTheVerdict)
     EXPECT_EQ(page.drawings, 1) << "the first frame is there";
 
     // The command line says how many there must be.
-    folder.Write("img2.bmp", Frame(2));
+    WritePlain(folder);
     Words words = RunWords();
     words[1] = "4";
     run = Report(folder, Behind(words));
@@ -393,7 +234,7 @@ TEST(Report, FramesThatCannotBeUsedAreTheVerdict)
     EXPECT_EQ(Page(folder).facts.at("Result"), "not known");
 
     TemporaryFolder one;
-    WriteWheel(one, 1, 1);
+    WritePlain(one, "", 1);
     run = Report(one);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
@@ -404,110 +245,13 @@ TEST(Report, FramesThatCannotBeUsedAreTheVerdict)
 TEST(Report, WhereTheProgramHaltsTheRunFailed)
 {
     TemporaryFolder folder;
-    WriteWheel(folder);
+    WritePlain(folder);
     const Finished run = Report(folder, Behind(Join({{"-m", "10", "10", "0", "5"}, RunWords()})));
     EXPECT_EQ(run.status, 0);
     const Shown page = Page(folder);
     EXPECT_EQ(page.verdict, "The run failed: there is no result");
     EXPECT_EQ(page.facts.at("Result"), "none: halted (RNG: Invalid range selection)");
     EXPECT_TRUE(page.Says("Give every mask, and the region, a width and a height of at least 1"));
-}
-
-TEST(Report, NothingMovesIsSaid)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    for (const char* name : {"u_sum_sh.bmp", "v_sum_sh.bmp"}) Replace(folder, name, NoShorts());
-    EXPECT_EQ(Report(folder).status, 0);
-    EXPECT_TRUE(Page(folder).Says("Nothing moves"));
-}
-
-TEST(Report, FilesOfDifferentRunsAreToldApart)
-{
-    struct Old {
-        const char *name, *line;
-    };
-    for (const auto& [name, line] :
-         {Old{"hough.bmp", "hough.bmp: older than img3.bmp; expected files of one run"},
-          {"u_sum_sh.bmp", "u_sum_sh.bmp: older than img3.bmp; expected files of one run"},
-          {"detected.jpg", "detected.jpg: older than img3.bmp; expected files of one run"}}) {
-        TemporaryFolder folder;
-        MakeRun(folder);
-        MakeOlder(folder, name, std::chrono::hours(2));
-        const Finished run = Report(folder);
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, Line(line));
-        const Shown page = Page(folder);
-        ASSERT_FALSE(page.notes.empty());
-        EXPECT_EQ(page.notes.front(), "There are files of different runs here:");
-        EXPECT_LT(page.text.find(line), page.text.find("Result")) << "at the top";
-    }
-    TemporaryFolder folder;
-    MakeRun(folder);
-    for (int i = 1; i <= frameCount; i++)
-        MakeOlder(folder, "img" + std::to_string(i) + ".bmp", std::chrono::hours(3));
-    EXPECT_EQ(Report(folder).err, "") << "frames may be older than what is read from them";
-    MakeOlder(folder, "detected.jpg", std::chrono::hours(1));
-    EXPECT_EQ(Report(folder).err, Line("detected.jpg: older than u_sum_sh.bmp; expected files of one run"));
-    MakeOlder(folder, "v_sum_sh.bmp", std::chrono::hours(2));
-    MakeOlder(folder, "u_sum_sh.bmp", std::chrono::hours(2));
-    EXPECT_EQ(Report(folder).err,
-              Line("u_sum_sh.bmp: older than detected.jpg; expected files of one run") +
-                  Line("v_sum_sh.bmp: older than detected.jpg; expected files of one run"));
-    EXPECT_TRUE(Page(folder).Says("Made here from the frames.")) << "the old flow is not this run's";
-}
-
-TEST(Report, FramesOfALongerRunAreLeftOut)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    WriteWheel(folder, 4, 6);
-    const std::string beyond = Line("img4.bmp to img6.bmp: beyond the run's 3 frames; left out");
-    EXPECT_EQ(Report(folder, Behind(RunWords())).err, beyond);
-    EXPECT_NE(Page(folder).captions.back().find("img3.bmp"), std::string::npos);
-    EXPECT_EQ(Report(folder, {"--count", "3"}).err, beyond);
-    // Of nothing but the files, the dates tell.
-    for (int i = 4; i <= 6; i++) MakeOlder(folder, "img" + std::to_string(i) + ".bmp", std::chrono::hours(1));
-    EXPECT_EQ(Report(folder).err, Line("img4.bmp to img6.bmp: older than img1.bmp; left out"));
-    EXPECT_NE(Page(folder).captions.back().find("img3.bmp"), std::string::npos);
-    fs::remove(folder / "img4.bmp");
-    fs::remove(folder / "img6.bmp");
-    EXPECT_EQ(Report(folder).err, Line("img5.bmp: behind a gap; left out"));
-    EXPECT_NE(Page(folder).captions.back().find("img3.bmp"), std::string::npos);
-}
-
-TEST(Report, FramesThatWereCopiedInAnyOrderAreOneRun)
-{
-    TemporaryFolder folder;
-    WriteWheel(folder, 1, 4);
-    MakeOlder(folder, "img1.bmp", std::chrono::minutes(1));
-    MakeOlder(folder, "img3.bmp", std::chrono::minutes(2));
-    const Finished run = Report(folder);
-    EXPECT_EQ(run.err, "");
-    EXPECT_NE(Page(folder).captions.back().find("img4.bmp"), std::string::npos);
-}
-
-TEST(Report, ARunThatKeptNoFramesHasNoneHere)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    Words words = RunWords();
-    words[0] = "-n";
-    EXPECT_EQ(Report(folder, Behind(words)).err, "");
-    MakeOlder(folder, "img1.bmp", std::chrono::hours(1));
-    EXPECT_EQ(Report(folder, Behind(words)).err,
-              Line("img1.bmp: older than detected.jpg; expected files of one run"));
-    words.erase(words.begin() + 2); // -s
-    EXPECT_EQ(Report(folder, Behind(words)).err, Line("img1.bmp: of another run; this one kept no frames"));
-}
-
-TEST(Report, VotesOfAnEarlierRunAreLeftOutAfterARingSearch)
-{
-    TemporaryFolder folder;
-    MakeRun(folder);
-    EXPECT_EQ(Report(folder, Behind(RunWords(false))).err,
-              Line("hough.bmp: votes, which a ring search does not cast; left out"));
-    EXPECT_FALSE(Page(folder).Has("The votes for the centre"));
 }
 
 TEST(Report, NothingToShowKeepsTheOldReport)
@@ -534,7 +278,7 @@ TEST(Report, NothingToShowKeepsTheOldReport)
 TEST(Report, AReportThatCannotBeWrittenKeepsTheOldOne)
 {
     TemporaryFolder folder;
-    WriteWheel(folder);
+    WritePlain(folder);
     folder.Write("report.html", "the old one");
     const Words before = FilesIn(folder);
     Finished run;
@@ -556,7 +300,9 @@ TEST(Report, AReportThatCannotBeWrittenKeepsTheOldOne)
 TEST(Report, AFileOfTheRunIsNeverOverwritten)
 {
     TemporaryFolder folder;
-    MakeRun(folder);
+    WritePlain(folder);
+    folder.Write("hough.bmp", "");
+    folder.Write("detected.jpg", "");
     folder.Write("run.json", "{}");
     const Untouched untouched(folder);
     fs::create_symlink("detected.jpg", folder / "link.html");
@@ -567,7 +313,9 @@ TEST(Report, AFileOfTheRunIsNeverOverwritten)
         const Finished run = Report(folder, Join({{"--out", out}, Behind(RunWords())}));
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.out, "");
-        EXPECT_EQ(run.err, Line("cannot write " + std::string(out) + ": it is a file of the run, " + input));
+        EXPECT_TRUE(run.err.ends_with(
+            Line("cannot write " + std::string(out) + ": it is a file of the run, " + input)))
+            << run.err;
     }
     EXPECT_TRUE(untouched.Still());
 }
@@ -575,7 +323,7 @@ TEST(Report, AFileOfTheRunIsNeverOverwritten)
 TEST(Report, WhatIsNoRegularFileIsNotReplaced)
 {
     TemporaryFolder folder;
-    WriteWheel(folder);
+    WritePlain(folder, "", 2);
     fs::create_symlink("there.html", folder / "link.html");
     EXPECT_EQ(Report(folder, {"--out", "link.html"}).status, 0);
     EXPECT_TRUE(fs::is_symlink(folder / "link.html"));
@@ -606,8 +354,8 @@ TEST(Report, TheSameRunGivesTheSameBytes)
 TEST(Report, OtherFoldersFilesAndCounts)
 {
     TemporaryFolder folder, away;
-    MakeRun(folder);
-    WriteWheel(away, 1, 4);
+    WritePlain(folder);
+    WritePlain(away, "", 4);
     // From elsewhere, the report goes into the run's folder and messages name files by where they are.
     const Finished run = Report(away, {"--in", folder.Path(), "--frames", away.Path(), "--count", "4"});
     EXPECT_EQ(run.status, 0);
@@ -620,22 +368,6 @@ TEST(Report, OtherFoldersFilesAndCounts)
     EXPECT_EQ(more.err, Line((folder / "img4.bmp") + " to img9.bmp: not there; expected all 9 frames"));
 }
 
-TEST(Report, OfFramesOfBothKindsTheYoungerCount)
-{
-    TemporaryFolder folder;
-    WriteWheel(folder);
-    for (int i = 1; i <= 2; i++)
-        folder.Write("img" + std::to_string(i) + ".jpg",
-                     AsText(reference::JpegGrey(WheelFrame(WheelScene(), i), 85)));
-    const auto bmpTime = fs::last_write_time(folder / "img1.bmp");
-    fs::last_write_time(folder / "img1.jpg", bmpTime + std::chrono::seconds(1));
-    EXPECT_EQ(Report(folder).status, 0);
-    EXPECT_NE(Page(folder).captions.back().find("img2.jpg"), std::string::npos);
-    fs::last_write_time(folder / "img1.jpg", bmpTime - std::chrono::seconds(1));
-    EXPECT_EQ(Report(folder).status, 0);
-    EXPECT_NE(Page(folder).captions.back().find("img3.bmp"), std::string::npos);
-}
-
 TEST(Report, NamesOfAnyBytesAreShownAsText)
 {
     TemporaryFolder folder;
@@ -643,7 +375,7 @@ TEST(Report, NamesOfAnyBytesAreShownAsText)
                                       {"\x1B[2Jclear\n", "\\x1B[2Jclear\\x0A"},
                                       {"\xFF\xC3\xBC", "\\xFF\xC3\xBC"}}) {
         fs::create_directory(folder / name);
-        for (int i = 1; i <= 2; i++) folder.Write(name + ("/img" + std::to_string(i) + ".bmp"), Frame(i));
+        WritePlain(folder, std::string(name) + "/", 2);
         const Finished run = Report(folder, {"--in", name, "--count", "3"});
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.err, Line(shown + std::string("/img3.bmp: not there; expected all 3 frames")));
@@ -657,7 +389,7 @@ TEST(Report, NamesOfAnyBytesAreShownAsText)
 TEST(Report, JsonIsOneDocumentAndNoPage)
 {
     TemporaryFolder folder;
-    MakeRun(folder);
+    WriteWheel(folder);
     const Words before = FilesIn(folder);
     const Finished run = Report(folder, Join({{"--json"}, Behind(RunWords())}));
     EXPECT_EQ(run.status, 0);
@@ -699,7 +431,7 @@ TEST(Report, WithoutMemoryItSaysSo)
 TEST(Report, BadArgumentsAreSaidInALineAndNothingIsWritten)
 {
     TemporaryFolder folder;
-    MakeRun(folder);
+    folder.Write("hough.bmp", "");
     for (const Words& words : std::vector<Words>{{"--count", "0"},
                                                  {"--count", "51"},
                                                  {"--count", "x"},
@@ -742,7 +474,7 @@ TEST(Report, BadArgumentsAreSaidInALineAndNothingIsWritten)
 TEST(Report, AFolderThatIsNoneIsNamed)
 {
     TemporaryFolder folder;
-    MakeRun(folder);
+    folder.Write("hough.bmp", "");
     for (const char* option : {"--in", "--frames"})
         for (const char* name : {"missing", "hough.bmp"}) {
             const Finished run = Report(folder, {option, name});
@@ -775,7 +507,7 @@ TEST(Report, TellsItsVersion)
 TEST(Report, TellsWhenNobodyGetsWhatItPrints)
 {
     TemporaryFolder folder;
-    MakeRun(folder);
+    WritePlain(folder, "", 2);
     RunOptions options;
     options.before = [] { SendOutputTo("/dev/full"); };
     for (const Words& words : std::vector<Words>{{}, {"--json"}, {"--help"}, {"--version"}}) {
