@@ -103,7 +103,6 @@ std::optional<int> CountTeeth(const PolarProfile& profile, const std::vector<dou
         if (std::abs(i - nearest) > 2 * leak) other = std::max(other, power[Index(i)]);
     }
     if (other > 0.35 * power[Index(best)]) return {};
-    if (best < 3) return {};
     return best;
 }
 

@@ -129,3 +129,122 @@ TEST(Motion, WithoutMotionNothingTurns)
     none.Fill(0);
     EXPECT_TRUE(MotionCells(none, none, {}).empty());
 }
+
+namespace {
+
+MotionCell Cell(double x, double y, double toX, double toY)
+{
+    return {{x, y}, toX, toY, std::hypot(toX, toY)};
+}
+
+/// At a distance from (100, 200) in a direction, moving so many degrees off the clockwise tangent.
+MotionCell Round(double radius, double degrees, double off = 0, double strength = 1)
+{
+    const double at = degrees * 3.14159265358979 / 180, way = (degrees + 90 + off) * 3.14159265358979 / 180;
+    return Cell(100 + radius * std::cos(at), 200 + radius * std::sin(at), strength * std::cos(way),
+                strength * std::sin(way));
+}
+
+const Place about{100, 200};
+
+} // namespace
+
+TEST(MotionCells, LieWhereTheFlowIsAndPointAgainstIt)
+{
+    MatShort u(129, 65), v(129, 65);
+    u.Fill(short(0));
+    v.Fill(short(0));
+    for (int y = 16; y < 24; y++)
+        for (int x = 32; x < 48; x++) { // two cells
+            u(x, y) = -30;
+            v(x, y) = 40;
+        }
+    v(80, 40) = v(81, 41) = -200; // the upper left corner of another cell
+    std::vector<MotionCell> cells = MotionCells(u, v, {});
+    ASSERT_EQ(cells.size(), 3u);
+    EXPECT_EQ(cells[0].at.x, 35);
+    EXPECT_EQ(cells[1].at.x, 43);
+    EXPECT_EQ(cells[0].at.y, 19);
+    EXPECT_EQ(cells[0].x, 64 * 30);
+    EXPECT_EQ(cells[0].y, -64 * 40);
+    EXPECT_EQ(cells[0].strength, 64 * 50);
+    EXPECT_EQ(cells[2].at.x, 80) << "where it is strong";
+    EXPECT_EQ(cells[2].at.y, 40);
+    EXPECT_EQ(cells[2].y, 400);
+    // Less than a tenth of the strongest is not seen.
+    v(81, 41) = -119;
+    EXPECT_EQ(MotionCells(u, v, {}).size(), 2u);
+    v(81, 41) = -121;
+    EXPECT_EQ(MotionCells(u, v, {}).size(), 3u);
+    // Nor what lies within 3 pixels of a mask.
+    EXPECT_EQ(MotionCells(u, v, {{46, 0, 20, 60}}).size(), 2u);
+    EXPECT_EQ(MotionCells(u, v, {{47, 0, 20, 60}}).size(), 3u);
+    EXPECT_EQ(MotionCells(u, v, {{20, 0, 12, 60}}).size(), 3u);
+    EXPECT_EQ(MotionCells(u, v, {{20, 0, 13, 60}}).size(), 2u);
+}
+
+TEST(Motion, TheSenseIsThatOfMostOfTheMotionAlongTheCircle)
+{
+    const Ring ring{50, 100};
+    // 29 degrees off the tangent goes round, 31 degrees does not.
+    for (const auto& [off, agrees] : {std::pair{29.0, 1.0}, {-29.0, 1.0}, {31.0, 0.0}, {-31.0, 0.0}}) {
+        const MotionSummary motion = SummariseAbout({Round(70, 10, off), Round(70, 130, off)}, about, ring);
+        EXPECT_NEAR(motion.agrees, agrees, 1e-9) << off;
+        EXPECT_EQ(motion.turns, agrees > 0.5);
+    }
+    for (const auto& [share, turns] : {std::pair{0.51, true}, {0.49, false}}) {
+        const MotionSummary motion =
+            SummariseAbout({Round(70, 10, 180, share), Round(70, 130, 90, 1 - share)}, about, ring);
+        EXPECT_NEAR(motion.agrees, share, 1e-9);
+        EXPECT_EQ(motion.turns, turns);
+        EXPECT_EQ(motion.sense, Sense::counterClockwise);
+    }
+    // Only what lies in the ring counts.
+    const std::vector<MotionCell> cells{Round(49, 0, 180, 9), Round(51, 50), Round(99, 100),
+                                        Round(101, 200, 180, 9)};
+    EXPECT_EQ(SummariseAbout(cells, about, ring).sense, Sense::clockwise);
+    EXPECT_NEAR(SummariseAbout(cells, about, ring).agrees, 1, 1e-9);
+}
+
+TEST(Motion, ElsewhereIsBeyondTheRingOrAgainstTheTurning)
+{
+    const Ring ring{50, 100};
+    const auto share = [&](const MotionCell& cell, Sense sense = Sense::clockwise) {
+        const double sign = sense == Sense::clockwise ? 0 : 180;
+        return Elsewhere({cell, Round(70, 90, sign, 3)}, about, ring, sense).share;
+    };
+    EXPECT_EQ(share(Round(107.9, 0)), 0) << "a cell is 8 pixels wide";
+    EXPECT_NEAR(share(Round(108.1, 0)), 0.25, 1e-9);
+    EXPECT_EQ(share(Round(20, 0)), 0) << "spokes turn too";
+    EXPECT_EQ(share(Round(70, 200, 59)), 0);
+    EXPECT_NEAR(share(Round(70, 200, 61)), 0.25, 1e-9);
+    EXPECT_NEAR(share(Round(70, 200), Sense::counterClockwise), 0.25, 1e-9);
+    EXPECT_EQ(share(Round(70, 200, 180), Sense::counterClockwise), 0);
+}
+
+TEST(Motion, ElsewhereHasItsMiddleAndABoxWithRoom)
+{
+    std::vector<MotionCell> cells{Round(70, 90, 0, 5)};
+    for (int i = 0; i <= 50; i++) cells.push_back(Cell(400 + 2 * i, 300 + i, i == 50 ? 100 : 1, 0));
+    const MotionElsewhere elsewhere = Elsewhere(cells, about, {50, 100}, Sense::clockwise);
+    // By strength: 50 of the hundred and fifty lie evenly before the last.
+    EXPECT_NEAR(elsewhere.where.x, (50 * 449.0 + 100 * 500) / 150, 1e-9);
+    EXPECT_NEAR(elsewhere.where.y, (50 * 324.5 + 100 * 350) / 150, 1e-9);
+    EXPECT_NEAR(elsewhere.share, 150.0 / 155, 1e-9);
+    // Without the outermost of 25 on each side, with 12 pixels around.
+    EXPECT_EQ(elsewhere.box.left, 404 - 12);
+    EXPECT_EQ(elsewhere.box.top, 302 - 12);
+    EXPECT_EQ(elsewhere.box.left + elsewhere.box.width, 496 + 12 + 1);
+    EXPECT_EQ(elsewhere.box.top + elsewhere.box.height, 348 + 12 + 1);
+}
+
+TEST(Motion, StraightIsWhatIsLeftWhenAllIsAdded)
+{
+    const StraightMotion straight = Straight({Cell(10, 20, 3, 0), Cell(40, 60, 0, 4), Cell(30, 30, -3, 0)});
+    EXPECT_NEAR(straight.share, 0.4, 1e-9);
+    EXPECT_NEAR(straight.where.x, (30 + 160 + 90) / 10.0, 1e-9);
+    EXPECT_NEAR(straight.where.y, (60 + 240 + 90) / 10.0, 1e-9);
+    EXPECT_EQ(straight.box.left, 10 - 12);
+    EXPECT_EQ(straight.box.top, 20 - 12);
+    EXPECT_EQ(Straight({}).share, 0);
+}

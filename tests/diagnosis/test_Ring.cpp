@@ -120,3 +120,123 @@ TEST(Ring, WhereNothingMovesThereIsNone)
     scene.noise = 0;
     EXPECT_FALSE(RingOf(scene, {323.3, 238.6}).ring);
 }
+
+namespace {
+
+/// A ring of waves about (160, 120): as strong as `strength` says at each distance, going on by degrees.
+template <class Strength> CubByte Waves(int count, double degrees, Strength strength,
+                                        const std::vector<std::pair<int, double>>& teeth = {{20, 1}},
+                                        double stretch = 0)
+{
+    CubByte frames(320, 240, count);
+    for (int t = 0; t < count; t++)
+        for (int y = 0; y < 240; y++)
+            for (int x = 0; x < 320; x++) {
+                const double dx = x - 160, dy = y - 120, angle = std::atan2(dy, dx);
+                const double r = std::hypot(dx, dy) - stretch * std::cos(2 * angle);
+                double wave = 0;
+                for (const auto& [number, part] : teeth)
+                    wave += part * std::cos(number * (angle - t * degrees * 3.14159265358979 / 180));
+                frames(x, y, t) = static_cast<UBYTE>(std::lround(120 + 60 * strength(r) * wave));
+            }
+    return frames;
+}
+
+double Within(double r, double inner, double outer) { return r > inner && r < outer ? 1 : 0; }
+
+RingFound FoundIn(const CubByte& frames, std::vector<int> times = {})
+{
+    if (times.empty()) times = Times(frames.dim3);
+    return FindRing(frames, times, ChangesOf(frames), {160, 120}, {});
+}
+
+const auto sharp = [](double r) { return Within(r, 70, 100); };
+
+} // namespace
+
+TEST(Ring, ItsRimsLieWhereTheWavesFallToFourTenths)
+{
+    // Rising from 50 to 70, falling from 90 to 110.
+    const CubByte frames =
+        Waves(3, 3, [](double r) { return std::clamp(std::min((r - 50) / 20, (110 - r) / 20), 0.0, 1.0); });
+    const RingFound found = FoundIn(frames);
+    ASSERT_TRUE(found.ring);
+    EXPECT_NEAR(found.ring->inner, 58, 1);
+    EXPECT_NEAR(found.ring->outer, 102, 1);
+    EXPECT_EQ(found.teeth, 20);
+    EXPECT_NEAR(found.step, 3 / 18.0, 0.01);
+}
+
+TEST(Ring, AnOvalIsToldFromACircle)
+{
+    EXPECT_LT(FoundIn(Waves(3, 3, sharp)).oval, 0.3);
+    for (const double stretch : {2.0, 5.0}) {
+        const RingFound found = FoundIn(Waves(3, 3, sharp, {{20, 1}}, stretch));
+        ASSERT_TRUE(found.ring);
+        EXPECT_NEAR(found.oval, stretch, 0.5);
+    }
+}
+
+TEST(Ring, OvertonesOfTheTeethAreNotTheirNumber)
+{
+    for (const int overtone : {2, 3}) {
+        const RingFound found = FoundIn(Waves(3, 3, sharp, {{20, 0.4}, {20 * overtone, 0.6}}));
+        EXPECT_EQ(found.teeth, 20) << overtone;
+    }
+}
+
+TEST(Ring, WithoutANumberThatStandsOutThereAreNoTeeth)
+{
+    EXPECT_EQ(FoundIn(Waves(3, 3, sharp, {{20, 0.7}, {31, 0.3}})).teeth, 20);
+    EXPECT_FALSE(FoundIn(Waves(3, 3, sharp, {{20, 0.55}, {31, 0.45}})).teeth);
+}
+
+TEST(Ring, OnlyComparedFramesSayHowFarTheTeethGoOn)
+{
+    CubByte frames = Waves(4, 3, sharp);
+    const CubByte later = Waves(4, 6, sharp); // the third and fourth frame, 12 and 18 degrees on
+    for (const int t : {2, 3}) {
+        MatByte place = frames(RNG::All(), RNG::All(), t);
+        place = later(RNG::All(), RNG::All(), t == 2 ? 1 : 2);
+    }
+    // 0, 3 | 6 and 12 degrees: of 18 each 1/6 and 1/3 of a tooth, and 1/6 between.
+    RingFound found = FoundIn(frames, {0, 1, 5, 6});
+    EXPECT_NEAR(found.step, 0.25, 0.01);
+    EXPECT_NEAR(found.uneven, 1 / 12.0, 0.01);
+    found = FoundIn(frames, {0, 1, 2, 6});
+    EXPECT_NEAR(found.step, 1 / 6.0, 0.01);
+    EXPECT_NEAR(found.uneven, 0, 0.01);
+    EXPECT_NEAR(found.steady, 1, 0.01);
+}
+
+TEST(Ring, AboutAThirdOfItMustBeSeen)
+{
+    const CubByte frames = Waves(3, 3, sharp);
+    const Changes changes = ChangesOf(frames);
+    const auto seen = [&](int left) {
+        return FindRing(frames, Times(3), changes, {160, 120}, {{left, 0, 320, 240}});
+    };
+    EXPECT_TRUE(seen(150).ring) << "nearly half";
+    EXPECT_NEAR(seen(150).seen, 0.45, 0.03);
+    EXPECT_FALSE(seen(90).ring) << "a quarter";
+}
+
+TEST(Ring, TheRoughRingIsTheOutermostThatChanges)
+{
+    std::vector<double> profile(100, 0);
+    EXPECT_FALSE(RoughRing(profile));
+    for (int i = 20; i <= 30; i++) profile[static_cast<std::size_t>(i)] = 8;
+    for (int i = 50; i <= 60; i++) profile[static_cast<std::size_t>(i)] = 10;
+    profile[70] = 9; // a single one is noise
+    std::optional<Ring> ring = RoughRing(profile);
+    ASSERT_TRUE(ring);
+    EXPECT_EQ(ring->inner, 100);
+    EXPECT_EQ(ring->outer, 122);
+    for (int i = 50; i <= 60; i++) profile[static_cast<std::size_t>(i)] = 2.6; // of 9: 0.29
+    ring = RoughRing(profile);
+    ASSERT_TRUE(ring);
+    EXPECT_EQ(ring->inner, 40);
+    EXPECT_EQ(ring->outer, 62);
+    for (int i = 50; i <= 60; i++) profile[static_cast<std::size_t>(i)] = 2.8; // of 9: 0.31
+    EXPECT_EQ(RoughRing(profile)->outer, 122);
+}

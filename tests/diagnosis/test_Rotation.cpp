@@ -224,6 +224,28 @@ TEST(Rotation, DeviationsAreHonest)
     EXPECT_GE(within, axes * 0.87);
 }
 
+TEST(Rotation, TheLimitIsThatOfNoiseAndGradients)
+{
+    WheelScene scene = HalfWheel();
+    scene.uneven = 0;
+    scene.noise = 0;
+    const BytePicture clean = WheelFrame(scene, 0);
+    double alongX = 0, alongY = 0; // root of the summed squared slopes
+    for (int y = 1; y + 1 < scene.height; y++)
+        for (int x = 1; x + 1 < scene.width; x++) {
+            alongX += std::pow((clean.At(x + 1, y) - clean.At(x - 1, y)) / 2.0, 2);
+            alongY += std::pow((clean.At(x, y + 1) - clean.At(x, y - 1)) / 2.0, 2);
+        }
+    scene.noise = 3;
+    const RotationFit fit = FitOf(scene, 4, StartAt(scene));
+    ASSERT_TRUE(fit.holds);
+    const double angle = fit.gap * scene.degreesPerFrame * 3.14159265358979 / 180;
+    const double x = std::sqrt(2) * 3 / (angle * std::sqrt(alongX));
+    const double y = std::sqrt(2) * 3 / (angle * std::sqrt(alongY));
+    EXPECT_NEAR(fit.limit.x, x, 0.1 * x);
+    EXPECT_NEAR(fit.limit.y, y, 0.1 * y);
+}
+
 TEST(Rotation, WhatDoesNotTurnDoesNotHold)
 {
     WheelScene still = HalfWheel();

@@ -63,9 +63,30 @@ TEST(RunArguments, WhatIsWrittenReadsBack)
 {
     for (const char* line :
          {"-l 12 -s -jpg -p1 2 -m 1 2 3 4 -m -5 6 7 8 560 550 281 282 216 250 0 10 350 360 40 -1 0 0 0 -50",
+          "-l 50 -jpg -p2 50 1 2 3 4 5 6 7 8 9 10 11 -12 0 0 0 14",
+          "-n 1 -s -p1 50 1 2 3 4 5 6 -7 -8 -9 -10 11 12 0 0 0 0",
           "-n 15 1 2 3 4 5 6 7 8 9 10 11 12 0 0 0 0"}) {
         EXPECT_EQ(Read(line).CommandLine(), std::string("Telvane ") + line);
     }
+}
+
+TEST(RunArguments, SenseAndMethodGoByTheSignOfTheirNumbers)
+{
+    RunArguments run;
+    for (const auto& [turn, told] : {std::pair{0, std::optional<Sense>()},
+                                     {1, Sense::clockwise},
+                                     {7, Sense::clockwise},
+                                     {-1, Sense::counterClockwise}}) {
+        run.turn = turn;
+        EXPECT_EQ(run.Told(), told) << turn;
+    }
+    for (const auto& [offset, method] :
+         {std::pair{-1, Method::ring}, {0, Method::votes}, {1, Method::votes}}) {
+        run.offset = offset;
+        EXPECT_EQ(run.HowSearched(), method) << offset;
+    }
+    EXPECT_STREQ(Name(Method::ring), "ring");
+    EXPECT_STREQ(Name(Method::votes), "votes");
 }
 
 TEST(RunArguments, LaterOptionsReplaceAndFurtherWordsAreIgnored)
@@ -110,6 +131,9 @@ TEST(ShellWord, QuotesWhatAShellWouldChange)
     EXPECT_EQ(ShellWord("img/1.bmp"), "img/1.bmp");
     EXPECT_EQ(ShellWord(""), "''");
     EXPECT_EQ(ShellWord("a b"), "'a b'");
+    for (const char c : {'*', '?', '$', '~', '#', '&', ';', '<', '>', '|', '(', '"', '`', '!', '\\', '\n'})
+        EXPECT_EQ(ShellWord(std::string("a") + c), std::string("'a") + c + "'");
+    EXPECT_EQ(ShellWord("aZ09-_=+,./:@%"), "aZ09-_=+,./:@%");
     EXPECT_EQ(ShellWord("it's $HOME"), "'it'\\''s $HOME'");
 }
 
