@@ -567,6 +567,15 @@ void ExpectClearNames(const svg::Document& drawn, const std::string& of)
             const svg::Room b = svg::RoomOf(labels[k], size);
             EXPECT_FALSE(a.Overlaps(b)) << labels[i].text << " and " << labels[k].text << of;
         }
+        for (const svg::Shape& line : drawn.Shapes(labels[i].Text("data-of"), "path")) {
+            std::vector<svg::Point> places = line.Places();
+            if (line.Text("d").back() == 'Z') places.push_back(places.front());
+            for (std::size_t k = 1; k < places.size(); k++)
+                for (const double share : {0.0, 0.2, 0.4, 0.6, 0.8, 1.0})
+                    EXPECT_FALSE(a.Holds({places[k - 1].x + share * (places[k].x - places[k - 1].x),
+                                          places[k - 1].y + share * (places[k].y - places[k - 1].y)}))
+                        << labels[i].text << " lies on its line" << of;
+        }
         for (const svg::Shape& circle : drawn.Shapes(labels[i].Text("data-of"), "circle")) {
             const svg::Point c = circle.Middle();
             const double nearest =
@@ -629,6 +638,236 @@ TEST(Marks, NamesKeepClearOnWheelsOfEverySizeAndPlace)
             }
         }
     }
+}
+
+/// Where a line from a mark to its name begins and ends.
+std::vector<std::pair<svg::Point, svg::Point>> Leaders(const svg::Document& drawn)
+{
+    std::vector<std::pair<svg::Point, svg::Point>> leaders;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.Has("class") && shape.Text("class") == "leader")
+            leaders.emplace_back(shape.Places().at(0), shape.Places().at(1));
+    return leaders;
+}
+
+TEST(Marks, ALineLeadsFromAMarkToANameThatStandsFurtherAway)
+{
+    Marks marks;
+    marks.asArguments = true;
+    marks.scale = true;
+    marks.angles = AngleMarks{0, 360};
+    marks.cross = Place{652.4, 471.7};
+    marks.given = Ring(652.4, 471.7, 216, 250);
+    marks.sense = Sense::clockwise;
+    marks.region = Region{502, 342, 300, 260};
+    marks.centreInRegion = CentreInRegion{150, 130};
+    const svg::Document drawn = Drawn(marks);
+    const double size = drawn.All().front().Number("font-size");
+    const auto leaders = Leaders(drawn);
+    ASSERT_FALSE(leaders.empty());
+    for (const auto& [from, to] : leaders) {
+        EXPECT_GT(svg::Distance(from, to), 0.9 * size);
+        int its = 0;
+        for (const svg::Shape& label : drawn.Labels()) {
+            const bool ends =
+                std::abs(label.Number("x") - to.x) < 0.02 && std::abs(label.Number("y") - to.y) < 0.61 * size;
+            its += ends;
+            EXPECT_FALSE(svg::RoomOf(label, size).Holds(from)) << label.text;
+            if (!ends || label.Text("data-of") != "measures") continue;
+            // It begins on the arrow that the name belongs to.
+            const std::string name = label.text.substr(0, label.text.find(' '));
+            for (const svg::Shape& line : drawn.Shapes("measures", "line")) {
+                const svg::Shape& group = drawn.All()[line.parents[line.parents.size() - 2]];
+                if (group.Text("data-name") != name) continue;
+                const auto ends2 = line.Places();
+                EXPECT_NEAR(svg::Distance(ends2[0], from) + svg::Distance(from, ends2[1]),
+                            svg::Distance(ends2[0], ends2[1]), 30)
+                    << label.text;
+            }
+        }
+        EXPECT_EQ(its, 1) << "at " << to.x << ", " << to.y;
+    }
+}
+
+TEST(Marks, TheNameOfARingStandsAtItsOuterCircle)
+{
+    for (const bool given : {true, false}) {
+        Marks marks;
+        (given ? marks.given : marks.measured) = Ring(640, 480, 150, 330);
+        const svg::Document drawn = Drawn(marks);
+        const auto labels = drawn.Labels(given ? "given-circles" : "measured-ring");
+        ASSERT_EQ(labels.size(), 1u);
+        EXPECT_EQ(labels[0].text, given ? "given radii" : "measured ring");
+        const svg::Room a = svg::RoomOf(labels[0], drawn.All().front().Number("font-size"));
+        const double nearest =
+            std::hypot(std::clamp(640.0, a.left, a.right) - 640, std::clamp(480.0, a.top, a.bottom) - 480);
+        const double furthest =
+            std::hypot(std::max(640 - a.left, a.right - 640), std::max(480 - a.top, a.bottom - 480));
+        EXPECT_TRUE(std::abs(nearest - 330) < 30 || std::abs(furthest - 330) < 30)
+            << nearest << " to " << furthest;
+    }
+}
+
+TEST(Marks, TheNameOfTheSenseIsThatOfTheArrow)
+{
+    for (const bool arguments : {true, false})
+        for (const Sense sense : {Sense::clockwise, Sense::counterClockwise}) {
+            Marks marks;
+            marks.asArguments = arguments;
+            marks.given = Ring(640, 480, 150, 200);
+            marks.sense = sense;
+            const auto labels = Drawn(marks).Labels("sense");
+            ASSERT_EQ(labels.size(), 1u);
+            const bool clockwise = sense == Sense::clockwise;
+            EXPECT_EQ(labels[0].text, arguments   ? clockwise ? "<angSpd> 1" : "<angSpd> -1"
+                                      : clockwise ? "clockwise"
+                                                  : "counter-clockwise");
+        }
+}
+
+TEST(Marks, ArrowsHaveHeadsOfSixTenthsOfALetter)
+{
+    Marks marks;
+    marks.asArguments = true;
+    marks.given = Ring(640, 480, 200, 250);
+    const svg::Document drawn = Drawn(marks);
+    const double size = drawn.All().front().Number("font-size");
+    for (const svg::Shape& head : drawn.Shapes("given-circles", "head")) {
+        const auto places = head.Places();
+        const svg::Point back = {(places[1].x + places[2].x) / 2, (places[1].y + places[2].y) / 2};
+        EXPECT_NEAR(svg::Distance(places[0], back), 0.6 * size, 0.05);
+        EXPECT_NEAR(svg::Distance(places[1], places[2]), 0.76 * 0.6 * size, 0.05);
+    }
+}
+
+TEST(Marks, EveryMarkHasItsColourInTheDrawingTheNameAndTheLegend)
+{
+    const svg::Document drawn = Drawn(Everything(), true);
+    for (const auto& [group, colour] : {std::pair{"region", "#F0E442"},
+                                        {"found-centre", "#F0E442"},
+                                        {"given-circles", "#56B4E9"},
+                                        {"ring-centre", "#56B4E9"},
+                                        {"measured-ring", "#E69F00"},
+                                        {"sense", "#CC79A7"},
+                                        {"rotation-centre", "#D55E00"},
+                                        {"mask", "#FFFFFF"},
+                                        {"angles", "#009E73"}}) {
+        const svg::Shape shape = drawn.Shapes(group).at(0);
+        EXPECT_EQ(drawn.All()[shape.parents.back()].Text("color"), colour) << group;
+        for (const svg::Shape& name : drawn.Labels(group)) EXPECT_EQ(name.Text("fill"), colour) << group;
+    }
+    // A piece of the mark's line before its words: colour, dashes and thickness.
+    std::vector<std::string> swatches;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "path" && shape.In("legend"))
+            swatches.push_back(shape.Text("stroke") + " " +
+                               (shape.Has("stroke-dasharray") ? shape.Text("stroke-dasharray") : "-") + " " +
+                               shape.Text("stroke-width"));
+    EXPECT_EQ(swatches, (std::vector<std::string>{"#FFFFFF 2 4 2", "#56B4E9 7 4 2", "#E69F00 - 2",
+                                                  "#009E73 12 3 2 3 2", "#F0E442 - 2", "#CC79A7 - 3",
+                                                  "#D55E00 - 2.5", "#56B4E9 7 4 2", "#F0E442 - 2"}));
+}
+
+/// Where each line of the legend begins.
+std::vector<svg::Point> LegendPlaces(const svg::Document& drawn)
+{
+    std::vector<svg::Point> places;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "g" && shape.In("legend")) {
+            places.emplace_back();
+            std::sscanf(shape.Text("transform").c_str(), "translate(%lf %lf)", &places.back().x,
+                        &places.back().y);
+        }
+    return places;
+}
+
+TEST(Marks, TheLegendHasTwoColumnsWhereItsWordsLeaveRoom)
+{
+    Marks marks;
+    marks.cross = Place{600, 400};
+    marks.sense = Sense::clockwise;
+    marks.masks = {Region{0, 0, 70, 70}};
+    svg::Document drawn = Drawn(marks, true);
+    std::vector<svg::Point> places = LegendPlaces(drawn);
+    ASSERT_EQ(places.size(), 3u);
+    EXPECT_LT(places[0].x, 640);
+    EXPECT_EQ(places[1].x, places[0].x);
+    EXPECT_GT(places[1].y, places[0].y);
+    EXPECT_EQ(places[2].x, places[0].x + 640);
+    EXPECT_EQ(places[2].y, places[0].y);
+    // Words that reach further than the middle take a line each.
+    marks.rotation = RotationMark{{652.41, 471.69}, {0.04, 0.02}};
+    drawn = Drawn(marks, true);
+    places = LegendPlaces(drawn);
+    ASSERT_EQ(places.size(), 4u);
+    for (std::size_t i = 1; i < 4; i++) {
+        EXPECT_EQ(places[i].x, places[0].x);
+        EXPECT_GT(places[i].y, places[i - 1].y);
+    }
+    // Nobody's words run into the other column.
+    for (const Marks& some : {marks, Everything()}) {
+        const svg::Document all = Drawn(some, true);
+        const double letters = 0.83 * all.All().front().Number("font-size");
+        const auto begins = LegendPlaces(all);
+        const auto words = all.Legend();
+        for (std::size_t i = 0; i < words.size(); i++) {
+            bool beside = false;
+            for (const svg::Point& p : begins) beside = beside || (p.y == begins[i].y && p.x > begins[i].x);
+            if (beside) {
+                EXPECT_LT(begins[i].x + 1.4 * letters + 0.5 * letters * words[i].size(), 640 + 0.3 * letters)
+                    << words[i];
+            }
+        }
+    }
+}
+
+TEST(Marks, TheDrawingIsAsHighAsPictureAndLegend)
+{
+    for (const bool legend : {false, true}) {
+        const svg::Document drawn = Drawn(Everything(), legend);
+        double x = 0, y = 0, width = 0, height = 0;
+        std::istringstream(drawn.All().front().Text("viewBox")) >> x >> y >> width >> height;
+        EXPECT_EQ(drawn.All().front().Number("width"), width);
+        EXPECT_NEAR(drawn.All().front().Number("height"), height, 0.01);
+        EXPECT_EQ(height > 960, legend);
+    }
+}
+
+TEST(Marks, DeviationsHaveAsManyDigitsAsTheyGiveReasonFor)
+{
+    for (const auto& [sigma, words] : {std::pair{0.0949, "10 \xC2\xB1 0.095, 20"},
+                                       {0.0951, "10 \xC2\xB1 0.1, 20"},
+                                       {0.1234, "10 \xC2\xB1 0.12, 20"}}) {
+        Marks marks;
+        marks.rotation = RotationMark{{10, 20}, {sigma, 1}};
+        EXPECT_NE(Drawn(marks, true).Legend().at(0).find(words), std::string::npos) << sigma;
+    }
+}
+
+TEST(Marks, TheRadiiOfARingThatIsSeenSlantingReachItsLines)
+{
+    Marks marks;
+    marks.asArguments = true;
+    marks.given = Ring(600, 400, 150, 200);
+    for (int i = 0; i < 180; i++) {
+        const double angle = i * 3.14159265358979 / 90;
+        marks.given->innerSeen.push_back({600 + 120 * std::cos(angle), 400 + 150 * std::sin(angle)});
+        marks.given->outerSeen.push_back({600 + 160 * std::cos(angle), 400 + 200 * std::sin(angle)});
+    }
+    marks.angles = AngleMarks{-90, 450};
+    const svg::Document drawn = Drawn(marks);
+    const auto heads = drawn.Shapes("given-circles", "head");
+    ASSERT_EQ(heads.size(), 2u);
+    const auto expect = [](svg::Point tip, double rx, double ry, double degrees) {
+        const double angle = degrees * 3.14159265358979 / 180;
+        EXPECT_LT(svg::Distance(tip, {600 + rx * std::cos(angle), 400 + ry * std::sin(angle)}), 0.1);
+    };
+    expect(heads[0].Places()[0], 120, 150, -65);
+    expect(heads[1].Places()[0], 160, 200, 35);
+    const auto rays = drawn.Shapes("angles", "line");
+    ASSERT_EQ(rays.size(), 2u);
+    EXPECT_LT(svg::Distance(rays[0].Places()[1], {600, 400 - 230}), 0.1);
+    EXPECT_LT(svg::Distance(rays[1].Places()[1], {600, 400 + 230}), 0.1);
 }
 
 TEST(Marks, LettersAreLargeEnoughForAPhoneAndSmallerOnlyWhereThereIsRoom)
