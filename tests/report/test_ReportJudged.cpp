@@ -210,7 +210,10 @@ TEST(MakeReport, NamesItsInputsAndWhetherThereIsAnythingToShow)
         const reference::Bytes bytes = reference::BmpShort(pictures::Shorts(1281, 961));
         return std::string(bytes.begin(), bytes.end());
     }());
-    EXPECT_EQ(MakeReport(options).diagnosis.verdict, Verdict::badFrames);
+    for (const int count : {1, 2}) {
+        options.count = count;
+        EXPECT_EQ(MakeReport(options).diagnosis.verdict, Verdict::badFrames) << count;
+    }
     options.count = 0;
     EXPECT_EQ(MakeReport(options).diagnosis.verdict, Verdict::unclear);
     options.arguments = Told();

@@ -328,6 +328,7 @@ TEST(Sections, FilesOfDifferentRunsAreSaidAtTheTop)
     EXPECT_LT(page.text.find("img4.bmp: left out"), page.text.find("Result"));
     EXPECT_FALSE(PageOf(Whole()).Says("different runs"));
     EXPECT_EQ(PageOf(Whole()).page.find("<ul>"), std::string::npos) << "no empty lists";
+    EXPECT_EQ(PageOf(Whole()).page.find("class=\"cure\""), std::string::npos) << "nothing is to be done";
 }
 
 TEST(Sections, WhatCannotBeShownIsSaidInItsSection)
