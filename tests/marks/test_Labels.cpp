@@ -236,15 +236,35 @@ TEST(Labels, WhereNothingIsFreeNearAFreePlaceIsFoundAnywhere)
 
 TEST(Labels, TheLineThatLeadsToANameCrossesNoOtherName)
 {
-    // The nearest free places lie to the right and below; to the right another name is in the way.
+    // Free are a band to the right, in which another name lies first, and one to the left, further away.
     Labels labels = Picture();
-    for (int y = 340; y <= 460; y += 5) labels.AddLine({430, y * 1.0}, {570, y * 1.0}, 1);
-    const LabelBox other = Placed(labels, {{{572, 400}, 0}}, "ww", 9).box;
+    for (int y = 0; y <= 800; y += 10) {
+        const bool band = y > 375 && y < 425;
+        labels.AddLine({band ? 300.0 : 0, y * 1.0}, {band ? 570.0 : 1000, y * 1.0}, 3, true);
+    }
+    const LabelBox other = Placed(labels, {{{560, 400}, 0}}, "ww", 9).box;
+    ASSERT_GT(other.left, 570);
     const PlacedLabel placed = Placed(labels, {{middle, 0}});
+    EXPECT_LT(placed.box.right, 300);
     ASSERT_TRUE(placed.leader);
-    for (double share = 0; share <= 1; share += 0.01) {
-        const double x = 500 + share * (placed.leader->x - 500), y = 400 + share * (placed.leader->y - 400);
-        EXPECT_FALSE(x > other.left && x < other.right && y > other.top && y < other.bottom) << share;
+    EXPECT_EQ(placed.leader->x, placed.box.right) << "the side towards the place";
+}
+
+TEST(Labels, NoNameLiesOverALongLineThatLeadsToAnother)
+{
+    Labels labels = Picture();
+    for (int y = 0; y <= 800; y += 10) labels.AddLine({0, y * 1.0}, {y < 710 ? 1000.0 : 800, y * 1.0}, 3);
+    const PlacedLabel first = Placed(labels, {{{100, 100}, 0}}, "word", 3);
+    ASSERT_TRUE(first.leader);
+    const double dx = first.leader->x - 100, dy = first.leader->y - 100;
+    for (const double share : {0.3, 0.5, 0.7}) {
+        const Place on = {100 + share * dx, 100 + share * dy};
+        const double along = std::atan2(dy, dx) * 180 / 3.14159265358979;
+        const LabelBox box = Placed(labels, {{on, along}}, "word", 9).box;
+        for (double at = 0; at <= 1; at += 0.001) {
+            const double x = 100 + at * dx, y = 100 + at * dy;
+            EXPECT_FALSE(x > box.left && x < box.right && y > box.top && y < box.bottom) << share;
+        }
     }
 }
 
