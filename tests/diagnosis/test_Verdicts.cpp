@@ -738,10 +738,12 @@ TEST(Verdicts, TheProposalIsWhatWasMeasured)
     c.Told().teeth = 7;
     c.Told().turn = -3;
     c.Told().masks = {{1, 2, 3, 4}};
+    c.Told().save = true;
+    c.Told().background = -50;
     Diagnosis d = c.Judged();
     ASSERT_TRUE(d.proposal);
     EXPECT_EQ(d.proposal->arguments.CommandLine(),
-              "Telvane -n 6 -m 1 2 3 4 200 180 100 90 130 160 -1 0 360 360 24 3 0 0 0 0");
+              "Telvane -n 6 -s -m 1 2 3 4 200 180 100 90 130 160 -1 0 360 360 24 3 0 0 0 -50");
     EXPECT_TRUE(d.proposal->ring && d.proposal->sense && d.proposal->method);
     c.Told().turn = 0;
     EXPECT_EQ(c.Judged().proposal->arguments.turn, 1);
