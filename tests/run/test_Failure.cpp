@@ -13,7 +13,7 @@ using namespace telvane;
 
 namespace {
 
-Ended Ending(telvane::Ending ending, int code, const std::string& err = "", double seconds = 0)
+Ended After(Ending ending, int code, const std::string& err = "", double seconds = 0)
 {
     Ended ended;
     ended.ending = ending;
@@ -25,25 +25,25 @@ Ended Ending(telvane::Ending ending, int code, const std::string& err = "", doub
 
 TEST(Failure, EveryEndingHasItsWords)
 {
-    using enum telvane::Ending;
+    using enum Ending;
     for (const auto& [ended, words] : std::vector<std::pair<Ended, std::string>>{
-             {Ending(exited, 0), ""},
-             {Ending(exited, 0, "not enough memory\n"), ""},
-             {Ending(exited, 7), "Telvane ended with status 7"},
-             {Ending(exited, 1, "first\nlast\n\n"), "Telvane ended with status 1: last"},
-             {Ending(exited, 1, "Usage:\n    ... <teethCnt>\n"),
+             {After(exited, 0), ""},
+             {After(exited, 0, "not enough memory\n"), ""},
+             {After(exited, 7), "Telvane ended with status 7"},
+             {After(exited, 1, "first\nlast\n\n"), "Telvane ended with status 1: last"},
+             {After(exited, 1, "Usage:\n    ... <teethCnt>\n"),
               "Telvane ended with status 1: it does not take this command line"},
-             {Ending(exited, 1, "No Memory left\n"),
+             {After(exited, 1, "No Memory left\n"),
               "not enough memory: Telvane ended with status 1: No Memory left"},
-             {Ending(killed, SIGSEGV), "Telvane was ended by signal 11 (Segmentation fault)"},
-             {Ending(killed, SIGKILL, "begun\n"),
+             {After(killed, SIGSEGV), "Telvane was ended by signal 11 (Segmentation fault)"},
+             {After(killed, SIGKILL, "begun\n"),
               "not enough memory: Telvane was ended by signal 9 (Killed): begun"},
-             {Ending(tooLong, 0, "", 1.26), "Telvane was ended after 1.3 s"},
-             {Ending(halted, 0, "x\n"), "Telvane halted: x"},
-             {Ending(interrupted, 0), "Telvane was ended"},
-             {Ending(notStarted, ENOENT), "Telvane cannot be started: not there"},
-             {Ending(notStarted, EACCES), "Telvane cannot be started: Permission denied"},
-             {Ending(notStarted, ENOMEM),
+             {After(tooLong, 0, "", 1.26), "Telvane was ended after 1.3 s"},
+             {After(halted, 0, "x\n"), "Telvane halted: x"},
+             {After(interrupted, 0), "Telvane was ended"},
+             {After(notStarted, ENOENT), "Telvane cannot be started: not there"},
+             {After(notStarted, EACCES), "Telvane cannot be started: Permission denied"},
+             {After(notStarted, ENOMEM),
               "not enough memory: Telvane cannot be started: Cannot allocate memory"}})
         EXPECT_EQ(FailureOf(ended, false), words);
 }
