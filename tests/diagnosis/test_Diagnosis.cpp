@@ -214,6 +214,7 @@ TEST(Diagnosis, HalfAToothAFrameIsTooFast)
     scene.degreesPerFrame = 7.5;
     const Diagnosis diagnosis = Judged(scene, Method::votes);
     EXPECT_EQ(diagnosis.verdict, Verdict::tooFast) << diagnosis.evidence;
+    EXPECT_FALSE(diagnosis.sense) << "forwards looks like backwards";
 }
 
 TEST(Diagnosis, AnotherThingThatDrawsTheAnswerAwayIsNamedWithItsPlace)

@@ -76,6 +76,12 @@ TEST(FrameQuality, AFrameIsRepeatedAlsoWhereOnlyItsNoiseIsNew)
     CubByte frames = DrawnFrames(Filmed(), 6);
     RenderWheel(other, 2, &frames(0, 0, 3)); // once more what frame 2 shows
     EXPECT_EQ(QualityOf(frames).repeated, std::vector<int>{3});
+    // Also in little light, where the others differ by less.
+    WheelScene dark = Filmed();
+    dark.gain = other.gain = 0.2;
+    frames = DrawnFrames(dark, 6);
+    RenderWheel(other, 2, &frames(0, 0, 3));
+    EXPECT_EQ(QualityOf(frames).repeated, std::vector<int>{3});
 }
 
 TEST(FrameQuality, SlowMotionIsNoRepetition)
@@ -104,6 +110,20 @@ TEST(FrameQuality, TheChangeOfTheLightIsMeasured)
     scene.flickerPeriod = 4; // 1, 1.1, 1, 0.9, 1, ...
     EXPECT_NEAR(QualityOf(scene).flicker, 0.1, 0.02);
     EXPECT_LT(QualityOf(Filmed()).flicker, 0.005);
+}
+
+TEST(FrameQuality, TheChangeOfTheLightIsAShareOfTheFrameBefore)
+{
+    CubByte frames(64, 64, 3);
+    for (int t = 0; t < 3; t++) {
+        MatByte frame = frames(RNG::All(), RNG::All(), t);
+        frame.Fill(static_cast<UBYTE>(t == 0 ? 100 : t == 1 ? 150 : 120));
+    }
+    EXPECT_NEAR(QualityOf(frames).flicker, 0.5, 1e-6);
+    frames.Fill(UBYTE(120));
+    MatByte last = frames(RNG::All(), RNG::All(), 2);
+    last.Fill(UBYTE(90));
+    EXPECT_NEAR(QualityOf(frames).flicker, 0.25, 1e-6);
 }
 
 TEST(FrameQuality, OverexposedAndUnderexposedFramesAreTold)

@@ -206,6 +206,20 @@ TEST(Motion, TheSenseIsThatOfMostOfTheMotionAlongTheCircle)
     EXPECT_NEAR(SummariseAbout(cells, about, ring).agrees, 1, 1e-9);
 }
 
+TEST(Motion, TheCentreMayLieALittleOutsideOfWhatMoves)
+{
+    for (const double off : {0.0, 180.0}) {
+        std::vector<MotionCell> cells;
+        for (double degrees = 20; degrees <= 160; degrees += 4) cells.push_back(Round(70, degrees, off));
+        const MotionSummary motion = Summarise(cells);
+        ASSERT_TRUE(motion.turns);
+        EXPECT_NEAR(motion.centre.x, 100, 1e-6);
+        EXPECT_NEAR(motion.centre.y, 200, 1e-6) << "24 pixels above them";
+        EXPECT_EQ(motion.sense, off > 0 ? Sense::counterClockwise : Sense::clockwise);
+        EXPECT_NEAR(motion.agrees, 1, 1e-9);
+    }
+}
+
 TEST(Motion, ElsewhereIsBeyondTheRingOrAgainstTheTurning)
 {
     const Ring ring{50, 100};
@@ -246,5 +260,7 @@ TEST(Motion, StraightIsWhatIsLeftWhenAllIsAdded)
     EXPECT_NEAR(straight.where.y, (60 + 240 + 90) / 10.0, 1e-9);
     EXPECT_EQ(straight.box.left, 10 - 12);
     EXPECT_EQ(straight.box.top, 20 - 12);
+    EXPECT_NEAR(Straight({Cell(10, 20, 3, 0), Cell(40, 60, 0, 4)}).share, 5 / 7.0, 1e-9);
+    EXPECT_NEAR(Straight({Cell(10, 20, -3, 0), Cell(40, 60, 0, -4)}).share, 5 / 7.0, 1e-9);
     EXPECT_EQ(Straight({}).share, 0);
 }

@@ -187,7 +187,10 @@ TEST(Ring, OvertonesOfTheTeethAreNotTheirNumber)
 
 TEST(Ring, WithoutANumberThatStandsOutThereAreNoTeeth)
 {
-    EXPECT_EQ(FoundIn(Waves(3, 3, sharp, {{20, 0.7}, {31, 0.3}})).teeth, 20);
+    const RingFound found = FoundIn(Waves(3, 3, sharp, {{20, 0.7}, {31, 0.3}}));
+    EXPECT_EQ(found.teeth, 20);
+    EXPECT_NEAR(found.clear, 0.49 / 0.58, 0.05) << "by squares";
+    EXPECT_NEAR(FoundIn(Waves(3, 3, sharp)).clear, 1, 0.05);
     EXPECT_FALSE(FoundIn(Waves(3, 3, sharp, {{20, 0.55}, {31, 0.45}})).teeth);
 }
 

@@ -242,8 +242,8 @@ TEST(Rotation, TheLimitIsThatOfNoiseAndGradients)
     const double angle = fit.gap * scene.degreesPerFrame * 3.14159265358979 / 180;
     const double x = std::sqrt(2) * 3 / (angle * std::sqrt(alongX));
     const double y = std::sqrt(2) * 3 / (angle * std::sqrt(alongY));
-    EXPECT_NEAR(fit.limit.x, x, 0.1 * x);
-    EXPECT_NEAR(fit.limit.y, y, 0.1 * y);
+    EXPECT_NEAR(fit.limit.x, x, 0.05 * x);
+    EXPECT_NEAR(fit.limit.y, y, 0.05 * y);
 }
 
 TEST(Rotation, WhatDoesNotTurnDoesNotHold)

@@ -672,6 +672,14 @@ TEST(Marks, ALineLeadsFromAMarkToANameThatStandsFurtherAway)
             const bool ends =
                 std::abs(label.Number("x") - to.x) < 0.02 && std::abs(label.Number("y") - to.y) < 0.61 * size;
             its += ends;
+            if (ends) { // on a dark casing in the colour of the name
+                std::vector<std::string> strokes;
+                for (const svg::Shape& line : drawn.All())
+                    if (line.Has("class") && line.Text("class") == "leader" &&
+                        svg::Distance(line.Places()[1], to) == 0)
+                        strokes.push_back(line.Text("stroke"));
+                EXPECT_EQ(strokes, (std::vector<std::string>{"#000", label.Text("fill")}));
+            }
             EXPECT_FALSE(svg::RoomOf(label, size).Holds(from)) << label.text;
             if (!ends || label.Text("data-of") != "measures") continue;
             // It begins on the arrow that the name belongs to.
@@ -732,8 +740,13 @@ TEST(Marks, ArrowsHaveHeadsOfSixTenthsOfALetter)
     marks.given = Ring(640, 480, 200, 250);
     const svg::Document drawn = Drawn(marks);
     const double size = drawn.All().front().Number("font-size");
-    for (const svg::Shape& head : drawn.Shapes("given-circles", "head")) {
-        const auto places = head.Places();
+    const auto heads = drawn.Shapes("given-circles", "head"), lines = drawn.Shapes("given-circles", "line");
+    ASSERT_EQ(heads.size(), lines.size());
+    for (std::size_t i = 0; i < heads.size(); i++) {
+        const auto places = heads[i].Places();
+        // The line ends within the head, whose tip it would blunt.
+        EXPECT_NEAR(svg::Distance(lines[i].Places()[1], places[0]), 0.8 * 0.6 * size, 0.05);
+        EXPECT_LT(svg::Distance(lines[i].Places()[1], {640, 480}), svg::Distance(places[0], {640, 480}));
         const svg::Point back = {(places[1].x + places[2].x) / 2, (places[1].y + places[2].y) / 2};
         EXPECT_NEAR(svg::Distance(places[0], back), 0.6 * size, 0.05);
         EXPECT_NEAR(svg::Distance(places[1], places[2]), 0.76 * 0.6 * size, 0.05);

@@ -94,7 +94,7 @@ TEST(Answer, WhereTheProgramHaltsThereIsNone)
                                          {"-m 1280 0 0 0", false},
                                          {"-m 1279 959 1 1", false},
                                          {"-m 9 -5 4 5", false},
-                                         {"-m 9 -5 0 7", true}}) {
+                                         {"-m 9 -5 0 6", true}}) {
         const Words words =
             Split("-l 4 " + std::string(options) + " 300 260 150 130 216 250 -1 0 360 360 40 1 0 0 0 0");
         MatShort u, v;

@@ -88,6 +88,10 @@ TEST(FlowPicture, BrightnessIsTheStrength)
     const Bytes strength = PictureOf<UBYTE>(StrengthPicture(ArrayOf(u), ArrayOf(v)));
     const int linear[] = {0, 28, 64, 113, 255};
     for (int x = 0; x < 5; x++) EXPECT_EQ(strength.At(x, 0), linear[x]) << x;
+    // Of both directions together.
+    u.At(0, 0) = 300;
+    v.At(0, 0) = -400;
+    EXPECT_EQ(PictureOf<UBYTE>(StrengthPicture(ArrayOf(u), ArrayOf(v))).At(0, 0), 142);
 }
 
 TEST(FlowPicture, NoMotionIsBlack)

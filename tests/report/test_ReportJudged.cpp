@@ -126,6 +126,15 @@ TEST(Judged, TheFlowIsThatOfTheRunOrIsMade)
     EXPECT_EQ(Judge(Files(3), periods, known, {}, true).u.dim1, 0);
     periods.period1 = 2;
     EXPECT_EQ(Judge(Files(3), periods, known, {}, true).u.dim1, 49);
+    // What is blanked for the program does not move.
+    RunArguments masked = Told();
+    masked.masks = {{0, 0, 48, 40}};
+    run = Judge(Files(3), masked, {}, {}, true);
+    ASSERT_TRUE(run.computed && run.u.dim1 == 49);
+    EXPECT_EQ(run.u(24, 20), 0);
+    EXPECT_EQ(run.v(24, 20), 0);
+    EXPECT_TRUE(Judge(Files(3), Told(), {}, {}, true).u(24, 20) != 0 ||
+                Judge(Files(3), Told(), {}, {}, true).v(24, 20) != 0);
 }
 
 TEST(Judged, AnOutcomeIsComputedOnlyWhereNoneIsKnown)

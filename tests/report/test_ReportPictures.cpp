@@ -202,6 +202,8 @@ TEST(Frame, OtherFilesAreRefused)
     const std::string file = Text(reference::BmpByte(Bytes(4, 3)));
     EXPECT_EQ(problem(With<std::uint32_t>(file, compression, 1)),
               "a BMP file of 8 bits per pixel, compression 1");
+    EXPECT_EQ(problem(With<std::uint16_t>(file, depth, 24)),
+              "a BMP file of 24 bits per pixel, compression 0");
     EXPECT_EQ(problem(With<std::int32_t>(file, width, 1 << 30)), "of 1073741824 x 3 pixels, not 4 x 3");
     EXPECT_EQ(problem(With<std::int32_t>(file, height, 2)), "of 4 x 2 pixels, not 4 x 3");
     EXPECT_EQ(problem(With<std::uint32_t>(file, 46, 257)), "a BMP file that does not load");

@@ -279,6 +279,12 @@ TEST(HeatScale, NamesTheVotesOfItsColours)
     const std::vector<std::pair<std::string, double>> wanted = {
         {"0", 0}, {"36", 36}, {"360", 113.84}, {"900", 180}, {"1800", 254.56}, {"3600", 360}};
     EXPECT_EQ(marks, wanted);
+    for (const svg::Shape& shape : drawn.All()) // within the strip
+        if (shape.name == "text") {
+            EXPECT_EQ(shape.Text("text-anchor"), shape.text == "0"      ? "start"
+                                                 : shape.text == "3600" ? "end"
+                                                                        : "middle");
+        }
     const decoded::Colours strip = Below(drawn);
     ASSERT_EQ(strip.width, 360);
     for (int x = 0; x < 360; x++) EXPECT_EQ(strip.At(x, 10), Hex(HeatColour(x * x / (359.0 * 359)))) << x;
