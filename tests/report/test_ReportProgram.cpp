@@ -9,6 +9,7 @@
 #include <tests/reference/Files.h>
 #include <tests/reference/Jpeg.h>
 
+#include <run/Document.h>
 #include <simulator/Wheel.h>
 
 #include <nlohmann/json.hpp>
@@ -252,6 +253,36 @@ TEST(Report, WhereTheProgramHaltsTheRunFailed)
     EXPECT_EQ(page.verdict, "The run failed: there is no result");
     EXPECT_EQ(page.facts.at("Result"), "none: halted (RNG: Invalid range selection)");
     EXPECT_TRUE(page.Says("Give every mask, and the region, a width and a height of at least 1"));
+}
+
+TEST(Report, TheDocumentOfARunTellsItsArgumentsAndItsAnswer)
+{
+    TemporaryFolder folder;
+    WritePlain(folder);
+    telvane::RunDocument document;
+    telvane::RunArguments& arguments = document.request.arguments;
+    ASSERT_EQ(telvane::ReadRunArguments(RunWords(), arguments), "");
+    arguments.files = false;
+    document.outcome.result = 0;
+    document.outcome.region = telvane::Region{31, 41, 600, 560};
+    folder.Write("run.json", telvane::ToJson(document, Json::object()).dump());
+    ASSERT_EQ(Report(folder).status, 0);
+    Shown page = Page(folder);
+    EXPECT_EQ(page.facts.at("Result"), "RESULT=0") << "not computed here";
+    EXPECT_EQ(page.facts.at("Region"), "600 x 560 at (31, 41)");
+    ASSERT_EQ(page.commands.size(), 1u);
+    EXPECT_NE(page.commands[0].find(" 600 560 300 280 216 250 "), std::string::npos) << page.commands[0];
+
+    // A command line comes first.
+    ASSERT_EQ(Report(folder, Behind(RunWords())).status, 0);
+    page = Page(folder);
+    EXPECT_NE(page.facts.at("Result").find("computed here"), std::string::npos);
+    EXPECT_NE(page.commands.back().find(" 600 560 300 280 216 250 0 "), std::string::npos);
+
+    folder.Write("run.json", "{}");
+    const Finished run = Report(folder);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, Line("run.json: not the document of a run; expected what telvane-run writes"));
 }
 
 TEST(Report, NothingToShowKeepsTheOldReport)
