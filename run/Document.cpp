@@ -97,7 +97,7 @@ Json ToJson(const RunDocument& d, const Json& judgement)
 
 std::string ReadRunDocument(const std::string& text, RunDocument& document)
 {
-    const Json json = Json::parse(text, nullptr, false);
+    const Json json = ParseJson(text, 32); // its own have some five levels
     if (json.is_discarded()) return "not a JSON document";
     const std::string found = VersionOf(json);
     if (found.empty()) return "not the document of a run";

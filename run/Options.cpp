@@ -466,6 +466,18 @@ std::string Complete(Request& r)
     return {};
 }
 
+nlohmann::ordered_json ParseJson(const std::string& text, int deepest)
+{
+    using Json = nlohmann::ordered_json;
+    bool deep = false;
+    const auto within = [&deep, deepest](int depth, Json::parse_event_t, const Json&) {
+        deep = deep || depth > deepest;
+        return depth <= deepest;
+    };
+    Json json = Json::parse(text, within, false);
+    return deep ? Json(Json::value_t::discarded) : json;
+}
+
 std::string Dumped(const nlohmann::ordered_json& json)
 {
     return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);

@@ -84,6 +84,10 @@ nlohmann::ordered_json ToJson(const RunOption& option, const Request& request);
 /// \return nothing, or what is wrong and where: "--offset: ..."
 std::string Complete(Request& request);
 
+/// A text as JSON; discarded where it is none, and where it is nested deeper than `deepest` levels: whoever
+/// prints such a document follows it as deep.
+nlohmann::ordered_json ParseJson(const std::string& text, int deepest);
+
 /// Without line breaks, and whatever the bytes: what is no UTF-8 is replaced.
 std::string Dumped(const nlohmann::ordered_json& json);
 

@@ -81,7 +81,7 @@ fuzz() {
         options+=(-runs=0)
     fi
     "${sanitized[@]}" "build/fuzz/fuzz/fuzz_$target" "${options[@]}" -seed="$seed" -max_len=4096 \
-        -rss_limit_mb=2048 -timeout=300 -report_slow_units=300 -print_final_stats=1 \
+        -rss_limit_mb=2048 -malloc_limit_mb=128 -timeout=300 -report_slow_units=300 -print_final_stats=1 \
         -artifact_prefix="build/fuzz/findings/$target-" "$folder/corpus" >"$folder/log" 2>&1 || status=$?
 
     finding=$(find build/fuzz/findings -name "$target-*" ! -name '*-slow-unit-*' -print -quit)

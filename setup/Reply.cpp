@@ -81,14 +81,8 @@ Answer Download(Session& session, const HttpRequest&)
 
 Answer SetWheel(Session& session, const HttpRequest& request)
 {
-    // A wheel is four levels deep at most; what goes deeper would be followed as deep by whoever prints it.
-    bool deep = false;
-    const auto flat = [&deep](int depth, Json::parse_event_t, const Json&) {
-        deep = deep || depth > 8;
-        return depth <= 8;
-    };
-    const Json json = Json::parse(request.body, flat, false);
-    if (json.is_discarded() || deep) return Document({{"problem", "this is no JSON of a wheel"}}, 400);
+    const Json json = ParseJson(request.body, 8); // a wheel has four levels at most
+    if (json.is_discarded()) return Document({{"problem", "this is no JSON of a wheel"}}, 400);
     if (const std::string problem = session.SetWheel(json); !problem.empty())
         return Document({{"problem", problem}}, 400);
     return Document(session.WheelState());

@@ -147,7 +147,7 @@ TEST(RunDocument, WhatIsNoneIsRefused)
     EXPECT_FALSE(read.outcome.result);
     const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
     EXPECT_EQ(ReadRunDocument("{\"schema\":\"telvane-run/1\",\"arguments\":{\"inner\":" + deep + "}}", read),
-              "not a JSON document of a run");
+              "not a JSON document");
     json.erase("arguments");
     EXPECT_EQ(ReadRunDocument(json.dump(), read), "its arguments: --inner must be given");
 }
