@@ -29,10 +29,11 @@ Bytes Of(const std::string& text) { return Bytes(text.begin(), text.end()); }
 
 void Append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
 
-// The target takes its choices from the end of an input: into an empty array, from a stream.
-void SaveBmp(const std::string& name, Bytes bytes)
+// The target takes its choices from the end of an input: into an empty array or another receiver, from a
+// stream.
+void SaveBmp(const std::string& name, Bytes bytes, std::uint8_t receiver = 0)
 {
-    Append(bytes, {0, 0, 0, 0});
+    Append(bytes, {0, 0, 0, receiver});
     Save("bmp/" + name, bytes);
 }
 
@@ -161,6 +162,9 @@ void WriteBmps()
         Vary(name + "-file-size-wrong", bmp, [](Bmp& b) { b.fileSize = 1; });
         Vary(name + "-planes0", bmp, [](Bmp& b) { b.planes = 0; });
         const Bytes whole = bmp.File();
+        const char* const receivers[] = {"owner", "view", "view-with-gaps", "shared"};
+        for (std::uint8_t i = 0; i < 4; i++)
+            SaveBmp(name + "-into-" + receivers[i], whole, static_cast<std::uint8_t>(i + 1));
         for (const std::size_t length : {std::size_t{1}, std::size_t{14}, std::size_t{40}, std::size_t{54},
                                          std::size_t{60}, whole.size() - 9, whole.size() - 1})
             SaveBmp(name + "-cut" + std::to_string(length),
@@ -200,6 +204,8 @@ void WriteBmps()
     Vary("32bit", colour, [](Bmp& b) { b.bits = 32; });
     Vary("32bit-fields", sixteen, [](Bmp& b) { b.bits = 32; });
     Vary("16bit-555", sixteen, [](Bmp& b) { b.compression = 0, b.extra.clear(); });
+    Vary("16bit-topdown-without-masks", sixteen,
+         [](Bmp& b) { b.height = -3, b.extra.clear(), b.pixels = {1}; });
     Vary("16bit-masks-of-nothing", sixteen, [](Bmp& b) { b.extra = Bytes(12, 0); });
     for (const std::uint32_t size : {0u, 12u, 16u, 39u, 41u, 52u, 56u, 64u, 108u, 124u})
         Vary("header" + std::to_string(size), grey, [size](Bmp& b) { b.headerSize = size; });
