@@ -51,6 +51,8 @@ if [[ $make_seeds ]]; then
 fi
 
 for_sanitizers
+# Where things lie decides some branches of the libraries.
+if [[ $short ]] && setarch --addr-no-randomize true 2>/dev/null; then sanitized=(setarch --addr-no-randomize); fi
 # The freed memory that is kept for finding uses after free is most of what such a program takes.
 ASAN_OPTIONS+=:quarantine_size_mb=16
 
