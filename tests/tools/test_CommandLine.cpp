@@ -21,7 +21,7 @@ using Words = std::vector<std::string>;
 using Body = int (*)(int argc, char** argv);
 
 /// What a tool with this body does with these words.
-Finished Tool(Body body, const Words& words, const std::function<void()>& before = {})
+Finished Ran(Body body, const Words& words, const std::function<void()>& before = {})
 {
     child_process::Child child(
         [&] {
@@ -30,7 +30,7 @@ Finished Tool(Body body, const Words& words, const std::function<void()>& before
             all.insert(all.end(), words.begin(), words.end());
             std::vector<char*> argv;
             for (std::string& word : all) argv.push_back(word.data());
-            std::exit(RunTool("tool", body, static_cast<int>(argv.size()), argv.data(), 9));
+            std::exit(Tool("tool", 9).Run(body, static_cast<int>(argv.size()), argv.data()));
         },
         "");
     while (!child.Ended()) child.Read(std::chrono::milliseconds(5));
@@ -67,7 +67,7 @@ template <bool takesRest> int Print(int argc, char** argv)
 
 std::string Printed(const Words& words)
 {
-    const Finished run = Tool(Print<true>, words);
+    const Finished run = Ran(Print<true>, words);
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     return run.out;
@@ -95,7 +95,7 @@ TEST(CommandLine, BehindTwoDashesEverythingIsTakenAsItIs)
 {
     EXPECT_EQ(Printed({"--flag", "--", "--word", "", "--", "x"}), "none 1 0 | --word  -- x");
     EXPECT_EQ(Printed({"--"}), "none 0 0 |");
-    ExpectRefused(Tool(Print<false>, {"--flag", "--", "x"}), "there is no option '--'");
+    ExpectRefused(Ran(Print<false>, {"--flag", "--", "x"}), "there is no option '--'");
 }
 
 TEST(CommandLine, WhatCannotBeReadIsOneLineAndStatusTwo)
@@ -112,7 +112,7 @@ TEST(CommandLine, WhatCannotBeReadIsOneLineAndStatusTwo)
              {{"bare"}, "there is no option 'bare'"},
              {{"--wor", "a"}, "there is no option '--wor'"},
              {{"--none\x1B[2J"}, "there is no option '--none\\x1B[2J'"}})
-        ExpectRefused(Tool(Print<true>, words), problem);
+        ExpectRefused(Ran(Print<true>, words), problem);
 }
 
 TEST(CommandLine, NumbersAreTakenAtTheirLimitsAndNotBeyond)
@@ -120,13 +120,13 @@ TEST(CommandLine, NumbersAreTakenAtTheirLimitsAndNotBeyond)
     EXPECT_EQ(Printed({"--number", "2"}), "none 0 2");
     EXPECT_EQ(Printed({"--number", "+5"}), "none 0 5");
     for (const char* word : {"1", "6", "-2", "+-2", "2.0", "2x", "9999999999"})
-        ExpectRefused(Tool(Print<true>, {"--number", word}),
+        ExpectRefused(Ran(Print<true>, {"--number", word}),
                       std::string("--number takes a whole number from 2 to 5, not '") + word + "'");
 }
 
 TEST(CommandLine, HelpAndVersionGoToStandardOutput)
 {
-    const Finished help = Tool(Print<true>, {"--help"}), version = Tool(Print<true>, {"--version"});
+    const Finished help = Ran(Print<true>, {"--help"}), version = Ran(Print<true>, {"--version"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
     for (const char* part : {"Does nothing.", "--word W", "a number", "Words:", "The end.", "this text"})
@@ -136,7 +136,7 @@ TEST(CommandLine, HelpAndVersionGoToStandardOutput)
     EXPECT_EQ(version.out.rfind("tool ", 0), 0u) << version.out;
     EXPECT_EQ(std::count(version.out.begin(), version.out.end(), '\n'), 1);
     for (const char* word : {"--help", "--version"}) {
-        const Finished run = Tool(Print<true>, {word}, ToFull);
+        const Finished run = Ran(Print<true>, {word}, ToFull);
         EXPECT_EQ(run.status, 1) << word;
         EXPECT_EQ(run.err, "tool: cannot write to standard output\n") << word;
     }
@@ -162,12 +162,12 @@ TEST(Tools, WhatDoesNotGoOutIsSaid)
         return FlushOutput("tool") ? 0 : 1;
     };
     for (const Body body : {Body(little), Body(much)}) {
-        const Finished run = Tool(body, {}, ToFull);
+        const Finished run = Ran(body, {}, ToFull);
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.err, "tool: cannot write to standard output\n");
     }
-    EXPECT_EQ(Tool(little, {}).status, 0);
-    EXPECT_EQ(Tool(little, {}).err, "");
+    EXPECT_EQ(Ran(little, {}).status, 0);
+    EXPECT_EQ(Ran(little, {}).err, "");
 }
 
 TEST(Tools, WithoutMemoryTheySaySoWithTheirStatus)
@@ -175,11 +175,11 @@ TEST(Tools, WithoutMemoryTheySaySoWithTheirStatus)
     static const Body lacks = [](int, char**) -> int { throw std::bad_alloc(); };
     const Body whereNothingIsThrown = [](int argc, char** argv) noexcept { return lacks(argc, argv); };
     for (const Body body : {lacks, whereNothingIsThrown}) {
-        const Finished run = Tool(body, {});
+        const Finished run = Ran(body, {});
         EXPECT_EQ(run.status, 9);
         EXPECT_EQ(run.err, "tool: not enough memory\n");
     }
-    const Finished done = Tool([](int, char**) { return 3; }, {});
+    const Finished done = Ran([](int, char**) { return 3; }, {});
     EXPECT_EQ(done.status, 3);
     EXPECT_EQ(done.err, "");
 }
