@@ -90,7 +90,7 @@ void TryJpeg(const FileBytes& file, int width, int height)
     RunToItsEnd([&] { problem = ReadJpegFrame(written, width + 1, height, again); });
     Require(problem.starts_with("of "), "as a picture of its size");
     RunToItsEnd(
-        [&] { problem = ReadJpegFrame(written.substr(0, written.size() / 2), width, height, again); });
+        [&] { problem = ReadJpegFrame(written.substr(0, written.size() - 2), width, height, again); });
     Require(!problem.empty(), "and whole");
 }
 
