@@ -163,6 +163,11 @@ class Pass:
             expect(f"{speed} pixels are in words", found == words, found)
         found = shown(nearHalf=True)["speed"]
         expect("half a tooth is, too", found == "about half a tooth a frame: too fast to tell", found)
+        words = [self.run("""refused = true;
+            showCamera({ camera: { state: 'films', text: 'It films.' }, viewers: arguments[0] });
+            refused = false;
+            return document.getElementById('nothing').textContent""", viewers) for viewers in (7, 8)]
+        expect("who finds no place is told why", words == ["It films.", "Eight others look on already. Trying again."], words)
         self.click("best")
         expect("the best can be forgotten", wait(lambda: self.run(
             "return performance.getEntriesByType('resource').some(e => e.name.endsWith('/best'))")))
@@ -246,6 +251,7 @@ class Pass:
                                                     " && document.querySelector('#tried .result') !== null"), 90))
         text = self.get("tried").text
         expect("the verdict is good", text.startswith("good\n"), text)
+        expect("and looks so", self.browser.find_elements(By.CSS_SELECTOR, "#tried .result.good"))
         self.shoot("tried")
         links = self.browser.find_elements(By.CSS_SELECTOR, "#tried a[href='/report']")
         if not expect("there is a report", len(links) == 1, text):

@@ -99,6 +99,7 @@ TEST(OutFolder, WhatItDidNotMakeStays)
     TemporaryFolder folder, elsewhere;
     const Words foreign = {Numbered(1),           Numbered(2), "20261121T230904Z-03", "20261121T230904-4",
                            "20261121T230904Z-5x", "runs",      "20261121T230904Z-0"};
+    const Words hidden = {".notes.partial", "." + Numbered(1) + "_partial", Numbered(1) + ".partial"};
     for (const std::string& name : foreign) fs::create_directory(folder / name);
     folder.Write(Numbered(2) + "/run.json", "{\"schema\": \"something/1\"}");
     for (const char* name :
@@ -107,7 +108,7 @@ TEST(OutFolder, WhatItDidNotMakeStays)
     elsewhere.Write("run.json", document);
     fs::create_directory_symlink(elsewhere.Path(), folder / Numbered(6));
     folder.Write(Numbered(7), "a file");
-    fs::create_directory(folder / ".notes.partial");
+    for (const std::string& name : hidden) fs::create_directory(folder / name);
 
     EXPECT_EQ(MakeRun(folder, 1), Numbered(8));
     EXPECT_EQ(MakeRun(folder, 1), Numbered(9));
@@ -115,7 +116,7 @@ TEST(OutFolder, WhatItDidNotMakeStays)
     EXPECT_TRUE(elsewhere.Has("run.json"));
     EXPECT_TRUE(folder.Has(Numbered(6) + "/run.json"));
     EXPECT_EQ(folder.Read(Numbered(7)), "a file");
-    EXPECT_TRUE(folder.Has(".notes.partial"));
+    for (const std::string& name : hidden) EXPECT_TRUE(folder.Has(name)) << name;
     EXPECT_FALSE(folder.Has(Numbered(8)));
 }
 

@@ -46,6 +46,8 @@ TEST(RunProgram, RecordedFramesGiveFourLinesAndAFolder)
          {"report.html", "run.json", "detected.jpg", "u_sum_sh.bmp", "v_sum_sh.bmp", "img1.bmp", "img5.bmp"})
         EXPECT_TRUE(folder.Has(own + name)) << name;
     EXPECT_FALSE(folder.Has(own + "img6.bmp"));
+    EXPECT_EQ(folder.Read(own + "report.html").find(".partial"), std::string::npos)
+        << "the page knows its folder by its name";
     EXPECT_EQ(folder.Read(own + "img3.bmp"), AsText(reference::BmpByte(WheelFrame(QuietWheel(), 2))));
 }
 
@@ -73,9 +75,11 @@ TEST(RunProgram, TheDocumentHoldsTheTruthOfTheWheel)
         const Finished run = RunIn(folder, TELVANE_RUN_PATH,
                                    {"--inner", "180", "--outer", "215", "--teeth", "32", "--sense", "ccw",
                                     "--region", "500,480", "--centre-in-region", "260,230", "--frames",
-                                    "there", "--json", "--method", method, "--count", "6"});
+                                    "there", "--method", method, "--count", "6"});
         EXPECT_EQ(run.status, 0) << run.out;
-        const Json json = Json::parse(run.out);
+        EXPECT_NE(run.out.find("), 0.3"), run.out.npos) << run.out;
+        EXPECT_NE(run.out.find(" degrees per frame counter-clockwise\n"), run.out.npos) << run.out;
+        const Json json = Document(folder);
         EXPECT_EQ(json["schema"], "telvane-run/1");
         EXPECT_EQ(json["source"], "files");
         EXPECT_EQ(json["verdict"], "good");

@@ -123,7 +123,7 @@ TEST_F(Wheelsim, SaysWhatItWroteAndWhatTurns)
     EXPECT_EQ(lines(Run("--count 1 --first 3")),
               "Wrote 1 frame (camera frame 3) to frames\n"
               "Centre 652.4, 471.7; radii 216 and 250; 40 teeth; 0.4 degrees per camera frame (clockwise)\n");
-    EXPECT_EQ(lines(Run("--preview p.svg --noise 0 --first 3 --speed 0")),
+    EXPECT_EQ(lines(Run("--preview p.svg --noise 0 --first 3 --speed 0 --count 50")),
               "Wrote camera frame 3 with its geometry marked to p.svg\n"
               "Centre 652.4, 471.7; radii 216 and 250; 40 teeth; 0 degrees per camera frame (at rest)\n");
 }
@@ -495,7 +495,7 @@ TEST_F(Wheelsim, ExtremeScenesAreDrawn)
     for (const char* arguments :
          {"--inner 0 --outer 0.001", "--outer 100000", "--inner 99999 --outer 100000",
           "--teeth 1000 --spokes 100 --noise 100 --uneven 1", "--teeth 1 --spokes 0 --hub 0 --speed 0",
-          "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50",
+          "--speed 360 --start -360", "--first 1000000 --count 2 --p1 50 --p2 50",
           "--tilt 60,45 --distance 500 --thickness 1000 --lens 0.5", "--eccentric 1000,-360 --lens -0.1",
           "--speed 360 --exposure 1 --inner 20 --outer 30",
           "--inner 0 --outer 0.001 --thickness 1000 --tilt 60,0 --scratches 200 --dirt 200",

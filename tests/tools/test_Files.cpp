@@ -286,16 +286,17 @@ TEST(Files, WhatAKilledWriterLeftGoesWithTheNextOne)
     folder.Write(".file.telvane-ABC123", "of a writer who is at it");
     folder.Write(".file.telvane-abcdefg", "another name");
     folder.Write(".file2.telvane-abcdef", "left by a writer of another file");
+    folder.Write(".fill.telvane-abcdef", "and of one with a name as long");
     folder.Write("file.telvane-abcdef", "another name");
     const int busy = open((folder / ".file.telvane-ABC123").c_str(), O_RDWR);
     ASSERT_EQ(flock(busy, LOCK_EX), 0);
     EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
     EXPECT_FALSE(folder.Has(".file.telvane-abcdef"));
     EXPECT_TRUE(folder.Has(".file.telvane-ABC123"));
-    EXPECT_EQ(Entries(folder), 5);
+    EXPECT_EQ(Entries(folder), 6);
     close(busy);
     EXPECT_EQ(WriteWhole(folder / "file", "x"), "");
-    EXPECT_EQ(Entries(folder), 4);
+    EXPECT_EQ(Entries(folder), 5);
 }
 
 TEST(Files, AWriterThatIsEndedLeavesAWholeFileAndNothingElse)

@@ -43,6 +43,7 @@ TEST(Printable, WhatIsNoUtf8IsWrittenAsBytes)
         {"\xED\xBF\xBF", "\\xED\\xBF\\xBF"},
         {"\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"}, // beyond the last character
         {"\xF5\x80\x80\x80", "\\xF5\\x80\\x80\\x80"},
+        {"\xF9\x80\x80\x80", "\\xF9\\x80\\x80\\x80"},
         {"\xC3", "\\xC3"}, // cut short
         {"\xE2\x86", "\\xE2\\x86"},
         {"\xC3(", "\\xC3("},
