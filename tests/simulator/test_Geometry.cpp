@@ -149,6 +149,7 @@ TEST(Geometry, TheMaskHidesTheDiscOnItsWholeWay)
     ExpectMask(WithDisc(1100, 120, 2, 0), {1056, 76, 129, 89});
     ExpectMask(WithDisc(1100, 120, -2, 0), {1016, 76, 129, 89});
     ExpectMask(WithDisc(1100, 120, 0, 3), {1056, 76, 89, 149});
+    ExpectMask(WithDisc(1100, 220, 0, -3), {1056, 116, 89, 149});
     // A slanting way needs a fifth of its shorter side all round: 0.2 * 40 here.
     ExpectMask(WithDisc(1000, 120, 4, 2), {948, 68, 185, 145});
 }
