@@ -53,6 +53,11 @@ TEST(Access, SecretsHave128BitsAndAreNewEachTime)
         seen.insert(secret);
     }
     EXPECT_EQ(seen.size(), 100u);
+    // Of 1600 pairs about 100 are of equal digits.
+    int pairs = 0;
+    for (const std::string& secret : seen)
+        for (std::size_t i = 0; i < 32; i += 2) pairs += secret[i] == secret[i + 1];
+    EXPECT_LT(pairs, 400) << "every digit is random";
 }
 
 TEST(Access, SecretsAreComparedToTheirLastByte)
