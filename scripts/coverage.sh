@@ -26,8 +26,9 @@ ctest --preset coverage --parallel "$jobs" --no-tests=error "$@" \
     --exclude-regex '^(install|compile)\.|FileSizeLimit|OutputThatNobodyTakes|AReportThatCannotBeWritten' >"$folder/test.log" 2>&1 || status=$?
 tail -n 3 "$folder/test.log"
 
+rooms=({Kavrix,Telvane,camera,simulator,tools,diagnosis,marks,report,run,setup}/)
 gcovr --root . --object-directory "$folder" "$folder" -j "$jobs" \
-    --filter Kavrix/ --filter Telvane/ --filter simulator/ --filter camera/ --filter tools/ --filter report/ \
+    "${rooms[@]/#/--filter=}" \
     --exclude-throw-branches --exclude-unreachable-branches \
     --csv "$folder/coverage.csv" --html-details "$folder/html/index.html" --html-title "Coverage" >"$folder/gcovr.log"
 
