@@ -67,7 +67,7 @@ fuzz() {
     rm -rf "$folder" build/fuzz/findings/"$target"-*
     mkdir -p "$folder/corpus" build/fuzz/findings
     # In the same order everywhere, which that of a folder is not.
-    find "fuzz/corpus/$family" "fuzz/corpus/$target" -type f 2>/dev/null | sort -u >"$folder/seeds"
+    find fuzz/corpus -path "fuzz/corpus/$family/*" -o -path "fuzz/corpus/$target/*" | sort >"$folder/seeds"
     count=$(wc -l <"$folder/seeds")
     tr '\n' , <"$folder/seeds" | sed 's/,$//' >"$folder/list"
     ((count == 0)) || options+=("-seed_inputs=@$folder/list")
