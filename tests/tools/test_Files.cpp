@@ -116,21 +116,6 @@ TEST(Files, WhyAFileCannotBeWrittenIsSaid)
     EXPECT_EQ(Entries(folder), 1);
 }
 
-TEST(Files, ASocketStaysOne)
-{
-    TemporaryFolder folder;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    ASSERT_LT((folder / "socket").size(), sizeof address.sun_path);
-    (folder / "socket").copy(address.sun_path, sizeof address.sun_path - 1);
-    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(WriteWhole(folder / "socket", "x"), "not a regular file");
-    EXPECT_TRUE(fs::is_socket(folder / "socket"));
-    EXPECT_EQ(Entries(folder), 1);
-    close(listener);
-}
-
 TEST(Files, ALinkStaysAndWhatItLeadsToIsReplaced)
 {
     TemporaryFolder folder;
