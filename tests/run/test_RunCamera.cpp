@@ -29,7 +29,7 @@ Json RunFilm(const TemporaryFolder& folder, const std::string& script, const Wor
 }
 
 /// Whether everything is tried at every place, which takes minutes. Otherwise what is most unlike the others.
-const bool everyPlace = std::getenv("EVERY_PLACE") != nullptr;
+const bool everyPlace = std::getenv("TELVANE_ALL_FAULTS") != nullptr;
 
 /// What a text says of the camera, but for how long it was silent: that depends on the machine where it is
 /// started anew.
