@@ -5,18 +5,18 @@
 
 #include <tests/support/ChildProcess.h>
 
-#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <functional>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 #include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,7 +39,6 @@ struct CallFault {
 /// How a child with a fault ended, and its calls in their order, that of the fault included.
 struct FaultyRun : Finished {
     std::vector<long> calls;
-    long Faulty(const CallFault& fault) const { return calls.at(static_cast<std::size_t>(fault.at) - 1); }
 };
 
 namespace call_faults {
