@@ -138,7 +138,6 @@ void Film::Run()
         due = Clock::now();
     };
     const auto publish = [&](View view, std::string jpeg) {
-        if (jpeg.empty()) return;
         const std::lock_guard lock(mutex);
         shown[static_cast<std::size_t>(view)] =
             std::make_shared<const Shown>(Shown{pictures, std::move(jpeg)});
