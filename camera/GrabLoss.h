@@ -23,8 +23,9 @@ struct GrabLoss {
     bool restarted = false; ///< not `repeated`: the camera was started anew in this time
 };
 
-/// "Camera: 2 frames lost before grab 14, silent for 100 ms", "Camera: no frame at grab 14, silent for 4000
-/// ms", both with ", restarted" where it was; "Camera: grab 14 repeats the frame before"
+/// "Camera: 2 frames lost before grab 14, silent for 100 ms",
+/// "Camera: no frame at grab 14, silent for 4000 ms", both with ", restarted" where it was;
+/// "Camera: grab 14 repeats the frame before"
 std::string LineOf(const GrabLoss& loss);
 
 /// Reads such a line, without its newline.

@@ -2,8 +2,9 @@
 
 A page gets a name, by which others refer to it: Doxygen follows no path with blanks.
 
-Of a header, each class of a family, such as MatByte, is shown with the constructors that it takes over from its template, under its
-own name, and with the class of its elements as a base, which Doxygen does not find behind `typename`.
+Of a header, each class of a family, such as MatByte, is shown with the constructors that it takes over from its
+template, under its own name, and with the class of its elements as a base, which Doxygen does not find behind
+`typename`.
 """
 
 import pathlib

@@ -13,9 +13,7 @@ namespace telvane {
 std::vector<int> GrabsOf(const RunArguments& arguments);
 
 /// RunSeen::lost, from what the program wrote on standard error.
-/// \param err  as Capture keeps it: of more than that nothing is known but that it is much, and frames are
-/// taken to be
-///             lost everywhere
+/// \param err  as Capture keeps it. Where it left something out, frames are taken to be lost everywhere
 std::vector<int> MissingFrames(std::string_view err, const RunArguments& arguments);
 
 } // namespace telvane

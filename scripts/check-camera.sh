@@ -118,7 +118,7 @@ END
 before_virtual_camera() { env VIRTUAL_CAMERA="$work/film/virtual.yaml" LD_PRELOAD="$work/film/stand_in.so" "$@"; }
 
 # The region of the program's run there, frames from pictures that follow each other. A machine that is busy with other
-# things may lose some: then once more.
+# things may lose some: then it is tried again, five times in all.
 region_filmed() {
     for _ in {1..5}; do
         (cd "$work/film" && before_virtual_camera "$film" -n 15 -p1 4 -p2 4 -s "${wheel[@]}" >filmed.txt 2>lost.txt) ||

@@ -1,10 +1,11 @@
 #!/bin/bash
 # Static checks; a finding is an error: scripts/check-code.sh [--all]
 #
-# clang-tidy, which tells clang++'s own warnings as well, and cppcheck read the program, the library, the cameras and the
-# tools around them. clang-tidy reads each room as one file: the headers of the system, which take most of its time, then
-# come once. --all is for releases and takes five times as long: every file by itself with the analysis of its paths, and
-# of the tests the names. The last line counts the files. scripts/test.sh asan-clang compiles those with clang++; their macros stop cppcheck.
+# clang-tidy, which tells clang++'s own warnings as well, and cppcheck read the program, the library, the cameras and
+# the tools around them. clang-tidy reads each room as one file: the headers of the system, which take most of its time,
+# then come once. --all is for releases and takes five times as long: every file by itself with the analysis of its
+# paths, and of the tests the names. scripts/test.sh asan-clang compiles those with clang++; their macros stop cppcheck.
+# The last line counts the files.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -59,4 +60,3 @@ shellcheck --external-sources --source-path=SCRIPTDIR "${scripts[@]}"
 mapfile -t files < <(cpp_files)
 passed=$((${#files[@]} + ${#scripts[@]}))
 tell_count
-

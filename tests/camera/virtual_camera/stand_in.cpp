@@ -1,12 +1,13 @@
 // What libcamera's virtual camera wants of a system, for a process that this library is loaded into before
-// all others:
-// - /dev/udmabuf, which gives it memory for pictures. A kernel without it, or a container without its node,
-// is no
-//   reason not to film: memory of the process does as well.
-// - its configuration, which is the file that VIRTUAL_CAMERA names instead of one among the system's own.
-// - a frame rate. It draws pictures as fast as they are fetched. Each time that the processor is to see what
-// a camera
-//   wrote, this waits until a thirtieth of a second has passed.
+// all others.
+//
+// /dev/udmabuf, which gives it memory for pictures: a kernel without it, or a container without its node, is
+// no reason not to film. Memory of the process does as well.
+//
+// Its configuration: the file that VIRTUAL_CAMERA names, instead of one among the system's own.
+//
+// A frame rate: it draws pictures as fast as they are fetched. Each time that the processor is to see what a
+// camera wrote, this waits until a thirtieth of a second has passed.
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
