@@ -68,6 +68,17 @@ std::string Bare(const Json& value)
     return text;
 }
 
+/// A value in TOML: as in JSON, but that DEL is a control character there, too.
+std::string TomlValue(const Json& value)
+{
+    std::string text;
+    for (const char c : Dumped(value)) {
+        if (c == '\x7F') text += "\\u007F";
+        else text += c;
+    }
+    return text;
+}
+
 } // namespace
 
 Circles Wheel::Seen() const
@@ -128,7 +139,7 @@ std::string CompleteRun(const Wheel& wheel, Request& run)
 std::string TomlText(const Wheel& wheel)
 {
     std::string text = "# For telvane-run --config. Lengths are pixels, angles degrees.\n";
-    for (const auto& [name, value] : Given(wheel, true)) text += name + " = " + Dumped(value) + "\n";
+    for (const auto& [name, value] : Given(wheel, true)) text += name + " = " + TomlValue(value) + "\n";
     return text;
 }
 

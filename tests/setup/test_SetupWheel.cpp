@@ -133,4 +133,13 @@ TEST(SetupWheel, WhatIsGivenAsNoneIsInNoFileAndOnNoLine)
     EXPECT_EQ(WheelJson(read), WheelJson(wheel));
 }
 
+TEST(SetupWheel, AnyTextOfTheFileIsReadAgainFromTheNext)
+{
+    const std::string given = "out = \"a\\u001B\\u007F \\\"\\\\ \u00FC\\u2028\\U0001F600\"\n";
+    Wheel wheel, read;
+    ASSERT_EQ(ReadConfigText("wheel.toml", given, wheel.run), "");
+    ASSERT_EQ(ReadConfigText("wheel.toml", TomlText(wheel), read.run), "");
+    EXPECT_EQ(read.run.out, wheel.run.out);
+}
+
 } // namespace
