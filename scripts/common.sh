@@ -119,8 +119,7 @@ cpp_files() {
 
 # The shell scripts, by how they begin: those that are started, and those that say for which shell they are.
 shell_scripts() {
-    own_files -exec awk '
-        NR == 1 && /^#!.*[\/ ](ba|da)?sh( |$)/ || /^# shellcheck shell=/ { yes = 1 }
-        NR == 3 { exit }
-        END { exit !yes }' {} \;
+    own_files | tr '\n' '\0' | xargs -0 awk '
+        FNR == 1 && /^#!.*[\/ ](ba|da)?sh( |$)/ || /^# shellcheck shell=/ { print FILENAME; nextfile }
+        FNR == 3 { nextfile }'
 }
