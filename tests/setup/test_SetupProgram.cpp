@@ -515,7 +515,7 @@ TEST(SetupProgramRuns, ViewersRequestsAndWorkKeepItAndThenItEnds)
     std::filesystem::copy(SETUP_PATH, folder / "telvane-setup");
     folder.Write("telvane-run", "#!/bin/sh\nsleep 2\n");
     std::filesystem::permissions(folder / "telvane-run", std::filesystem::perms::owner_all);
-    const double idle = 0.015 * (slowness > 1 ? 5 : 1); // minutes
+    const double idle = 0.025 * (slowness > 1 ? 3 : 1); // minutes
     SetupProgram program(folder / "telvane-setup", {"--idle", std::to_string(idle)});
     program.Post("/wheel", standardWheel.dump());
     ASSERT_TRUE(program.WaitForCamera("films"));
