@@ -100,7 +100,8 @@ std::string FolderOf(const std::string& name)
 /// \return nothing, or why that cannot be told
 std::string FollowLinks(std::string& name)
 {
-    for (int links = 0; links < 40; links++) { // as many as the system follows
+    const int mostLinks = 40; // as many as the system follows
+    for (int links = 0; links <= mostLinks; links++) {
         char target[PATH_MAX];
         const ssize_t length = readlink(name.c_str(), target, sizeof target);
         if (length < 0) return {}; // no link
