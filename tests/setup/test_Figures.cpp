@@ -9,7 +9,9 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
+#include <utility>
 
 using namespace telvane;
 
@@ -161,6 +163,38 @@ TEST(Figures, NearHalfAToothTheSpeedIsNotTold)
     }
 }
 
+TEST(Figures, HalfAToothIsThatOfTheNumberOfTeethThatIsTold)
+{
+    WheelScene scene; // 40 teeth: 9 degrees each
+    scene.noise = 0;
+    scene.degreesPerFrame = 4.5;
+    const MatByte first = Frame(scene, 0), second = Frame(scene, 1);
+    Circles circles = CirclesOf(scene);
+    for (const auto& [teeth, nearHalf] : {std::pair{0, true}, {40, true}, {20, false}}) {
+        circles.teeth = teeth;
+        const auto speed = SpeedOf(first, second, circles);
+        ASSERT_TRUE(speed) << teeth;
+        EXPECT_EQ(speed->nearHalf, nearHalf) << teeth;
+        EXPECT_NEAR(std::abs(speed->pixels), TrueSpeed(scene), 0.1) << teeth << ": either way";
+    }
+}
+
+TEST(Figures, CirclesOfMoreThanFourPicturesHaveNoSpeed)
+{
+    // A bow of the ring goes through a small picture, which shows waves along it.
+    MatByte first(64, 48), second(64, 48);
+    for (int y = 0; y < 48; y++)
+        for (int x = 0; x < 64; x++) {
+            first(x, y) = static_cast<UBYTE>(128 + 60 * std::sin(y / 2.0));
+            second(x, y) = static_cast<UBYTE>(128 + 60 * std::sin((y - 1) / 2.0));
+        }
+    const auto speed = SpeedOf(first, second, {{32 - 246, 24}, 236, 256, 0});
+    ASSERT_TRUE(speed);
+    EXPECT_NEAR(speed->pixels, 1, 0.1);
+    EXPECT_FALSE(SpeedOf(first, second, {{32 - 246, 24}, 236, 256.5, 0}));
+    EXPECT_FALSE(SpeedOf(first, second, {{32, 24}, 1e15, 2e15, 0})) << "no memory has room for that ring";
+}
+
 TEST(Figures, AStillWheelHasNoSpeedAndWithoutTeethThereIsNone)
 {
     WheelScene still;
@@ -198,12 +232,12 @@ TEST(MotionPicture, IsAColourPictureOfHalfTheSize)
 
 namespace {
 
-/// The mean colour of the motion of a smooth pattern of 160 x 120 pixels that moves by (dx, dy).
-std::array<double, 3> MotionColour(double dx, double dy, double grey = 0)
+double Smooth(double x, double y) { return 60 + 25 * std::sin(x / 5) * std::sin(y / 5) + 0.5; }
+
+/// The mean colour of the motion of a pattern of 160 x 120 pixels that moves by (dx, dy).
+template <class Pattern = decltype(Smooth)>
+std::array<double, 3> MotionColour(double dx, double dy, Pattern pattern = Smooth)
 {
-    const auto pattern = [grey](double x, double y) {
-        return grey > 0 ? grey : 60 + 25 * std::sin(x / 5) * std::sin(y / 5) + 0.5;
-    };
     MatByte first(160, 120), second(160, 120);
     for (int y = 0; y < 120; y++)
         for (int x = 0; x < 160; x++) {
@@ -241,7 +275,22 @@ TEST(MotionPicture, TheColourIsThatOfTheReportForTheDirection)
 TEST(MotionPicture, WhatIsStillIsGreyAndHalfAsBrightAndSlowMotionShows)
 {
     for (const double grey : {60.0, 200.0})
-        for (const double part : MotionColour(0, 0, grey)) EXPECT_NEAR(part, grey / 2, 2);
+        for (const double part : MotionColour(0, 0, [grey](double, double) { return grey; }))
+            EXPECT_NEAR(part, grey / 2, 2);
     const auto slow = MotionColour(0.1, 0);
     EXPECT_GT(slow[0], slow[1] + 20) << slow[0] << ' ' << slow[1];
+}
+
+TEST(MotionPicture, FaintWavesShowAndNoiseStaysDark)
+{
+    const auto waves = [](double x, double y) { return 100.5 + 5 * std::sin(x / 5) * std::sin(y / 5); };
+    EXPECT_NEAR(MotionColour(0.5, 0, waves)[0], 50 + 62, 4);
+    std::uint32_t state = 1;
+    for (const auto& [levels, colour] : {std::pair{3u, 0}, {5u, 5}, {8u, 28}}) {
+        const auto noise = [&state, most = levels](double, double) {
+            state = state * 1664525 + 1013904223;
+            return 100.0 - most + (state >> 16) % (2 * most + 1);
+        };
+        for (const double part : MotionColour(0, 0, noise)) EXPECT_NEAR(part, 50 + colour, 2) << levels;
+    }
 }

@@ -5,6 +5,8 @@
 
 #include <raspicam/raspicam.h>
 
+#include <tests/support/Decoded.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,9 +24,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// What the camera does. Every grab makes an even picture that is one brighter than the last, or stripes.
+// What the camera does. Every grab makes an even picture that is one brighter than the last, or stripes, or
+// waves that have moved on.
 std::atomic<bool> opens{true};
 std::atomic<int> stripes{0}; // grey levels
+std::atomic<int> waves{0};   // pixels to the right a grab
 std::atomic<int> goodGrabs{1 << 30}, opened{0}, closed{0};
 std::atomic<bool> hangs{false}; // grabs do not come back
 std::atomic<int> lossIn{0};     // grabs until a picture is lost; 0: none is
@@ -53,6 +57,15 @@ bool RaspiCam::grab()
     std::fill(buffer.begin(), buffer.end(), static_cast<unsigned char>(grabs));
     for (std::size_t i = 0; stripes > 0 && i < buffer.size(); i++)
         buffer[i] = static_cast<unsigned char>(i / 3 % 4 < 2 ? stripes.load() : 0);
+    if (const int step = waves; step != 0) {
+        const std::size_t row = std::size_t{1280} * 3;
+        for (std::size_t i = 0; i < row; i++) {
+            const double x = static_cast<double>(i / 3) - step * static_cast<double>(grabs);
+            buffer[i] = static_cast<unsigned char>(100.5 + 60 * std::sin(x / 5));
+        }
+        for (std::size_t at = row; at < buffer.size(); at += row)
+            std::copy_n(buffer.begin(), row, buffer.begin() + static_cast<std::ptrdiff_t>(at));
+    }
     return true;
 }
 
@@ -69,7 +82,7 @@ protected:
     void SetUp() override
     {
         opens = true;
-        stripes = 0;
+        stripes = waves = 0;
         goodGrabs = 1 << 30;
         opened = closed = 0;
         hangs = false;
@@ -237,6 +250,26 @@ TEST_F(FilmOfTest, ViewersGetEachPictureOnceAndTheNewest)
     EXPECT_GE(viewer->Next(5s)->number + 2, filmed) << "what was missed is not made up for";
     EXPECT_TRUE(film.Stop());
     EXPECT_FALSE(viewer->Next(5s)) << "at the end nobody waits";
+}
+
+TEST_F(FilmOfTest, MotionIsShownTheWayThingsMove)
+{
+    waves = 2;
+    film.Start();
+    ASSERT_TRUE(WaitFor(CameraState::films));
+    const auto viewer = film.Watch(View::motion);
+    for (const bool circles : {false, true}) { // the figures of circles take a second picture
+        if (circles) film.Look({{640, 480}, 100, 200, 20});
+        for (int i = 0; i < 5; i++) {
+            const auto shown = viewer->Next(5s);
+            ASSERT_TRUE(shown);
+            const decoded::Decoded picture = decoded::Decode({shown->jpeg.begin(), shown->jpeg.end()});
+            const reference::Bytes& row = picture.rows[240];
+            double red = 0, blue = 0;
+            for (std::size_t x = 100; x < 540; x++) red += row[3 * x] / 440.0, blue += row[3 * x + 2] / 440.0;
+            EXPECT_GT(red, blue + 60) << "red is to the right";
+        }
+    }
 }
 
 TEST_F(FilmOfTest, AViewerWhoComesLaterGetsNoOldPicture)
