@@ -4,6 +4,8 @@
 #include <report/Document.h>
 #include <run/Document.h>
 
+#include <nlohmann/json.hpp>
+
 using namespace telvane;
 using Json = nlohmann::ordered_json;
 
