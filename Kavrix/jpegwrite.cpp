@@ -2,6 +2,7 @@
 #include <Kavrix/jpegwrite.h>
 
 #include <Kavrix/inner/HaltHook.h>
+#include <Kavrix/inner/JpegErrors.h>
 #include <Kavrix/inner/imagefile.h>
 
 #include <algorithm>
@@ -13,17 +14,6 @@
 using namespace kavrix::inner;
 
 namespace {
-
-// libjpeg leaves an operation at its first error and comes back here.
-struct JpegErrors {
-    jpeg_error_mgr manager; // the first member: libjpeg knows this one
-    std::jmp_buf back;
-};
-
-[[noreturn]] void LeaveJpeg(j_common_ptr info)
-{
-    std::longjmp(reinterpret_cast<JpegErrors*>(info->err)->back, 1);
-}
 
 // One picture of a's width and height. rowOf(y) gives the samples of row y.
 template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int components, J_COLOR_SPACE space,

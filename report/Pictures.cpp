@@ -1,6 +1,7 @@
 // BMP files of frames and of 16-bit pictures, and JPEG files.
 #include <report/Pictures.h>
 
+#include <Kavrix/inner/JpegErrors.h>
 #include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/bmpformat.h>
 #include <tools/Files.h>
@@ -60,17 +61,6 @@ std::string OtherKind(const BmpHeaders& h)
 {
     return "a BMP file of " + std::to_string(h.bitsPerPixel) + " bits per pixel, compression " +
            std::to_string(h.compression);
-}
-
-/// libjpeg leaves an operation at its first error and comes back here.
-struct JpegErrors {
-    jpeg_error_mgr manager; // the first member: libjpeg knows this one
-    std::jmp_buf back;
-};
-
-[[noreturn]] void LeaveJpeg(j_common_ptr info)
-{
-    std::longjmp(reinterpret_cast<JpegErrors*>(info->err)->back, 1);
 }
 
 /// Damage that libjpeg gets over with a warning, such as a missing end, is damage.
