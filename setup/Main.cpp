@@ -1,13 +1,10 @@
 // telvane-setup: serves the page until it is told to end or nobody looks on any more.
 #include <Kavrix/HaltHook.h>
-#include <Telvane/Frames.h>
-#include <run/ConfigFile.h>
 #include <run/Process.h>
+#include <setup/Arguments.h>
 #include <setup/Reply.h>
 #include <setup/Server.h>
 #include <tools/CommandLine.h>
-#include <tools/Numbers.h>
-#include <tools/Text.h>
 
 #include <array>
 #include <atomic>
@@ -17,7 +14,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -35,60 +31,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const char tool[] = "telvane-setup";
-
-const char description[] =
-    "Films with the camera and serves a page for setting it up: aim, read off the wheel's numbers, try\n"
-    "them, keep them. The page opens by the link that is printed, and by no other. Ctrl-C ends it.";
-
-const char footer[] = "\nExit status: 0 it was ended, or nobody was there any more; 1 the address cannot be "
-                      "listened at, or there is\n"
-                      "not enough memory; 2 an argument or the file is wrong.";
-
-struct Job {
-    Listening listening;
-    std::string config;
-    Wheel wheel;
-    std::chrono::duration<double> idle = std::chrono::minutes(60);
-};
-
-Job ReadArguments(int argc, char** argv)
-{
-    CommandLine line(tool, description, footer);
-    std::optional<std::string> listen, config, idle;
-    line.Word("--listen", "ADDRESS[:PORT]",
-              "where to serve: an address of this machine, IPv6 in brackets, 0.0.0.0 or [::] for all of "
-              "them; port 0 "
-              "for any that is free (127.0.0.1:8080, for this machine alone)",
-              listen);
-    line.Word("--config", "FILE",
-              "options of telvane-run as TOML: read at the start if it is there, written by Keep (none)",
-              config);
-    line.Word("--idle", "MINUTES", "ends after so long without a viewer, 0.01 to 10000 (60)", idle);
-    line.Read(argc, argv);
-
-    Job job;
-    if (listen)
-        if (const std::string problem = ReadListening(*listen, job.listening); !problem.empty())
-            line.Refuse("--listen: " + problem);
-    if (idle) {
-        double minutes = 0;
-        if (!ReadNumber(std::string_view(*idle), minutes) || !(minutes >= 0.01 && minutes <= 10000))
-            line.Refuse("--idle takes minutes from 0.01 to 10000, not '" + *idle + "'");
-        job.idle = std::chrono::duration<double>(60 * minutes);
-    }
-    if (config) {
-        job.config = *config;
-        std::error_code ignored;
-        if (std::filesystem::exists(*config, ignored))
-            if (const std::string problem = ReadConfig(*config, job.wheel.run); !problem.empty())
-                line.Refuse(problem);
-        // Options alone say how large the wheel is, and not where: the picture's middle is as good as any
-        // place.
-        if (job.wheel.Seen().Set() || job.wheel.run.given.count("outer") > 0)
-            job.wheel.centre = Place{frameWidth / 2.0, frameHeight / 2.0};
-    }
-    return job;
-}
 
 std::string MachineName()
 {
@@ -158,7 +100,7 @@ int Main(int argc, char** argv)
     // Memory may be short in any thread, and an exception would end up nowhere in most of them.
     std::set_new_handler(EndWithoutMemory);
     kavrix::SetHaltHook([](int, const char*) { EndWithoutMemory(); });
-    Job job = ReadArguments(argc, argv);
+    SetupRequest job = ReadSetupRequest(argc, argv);
     CatchSignals();
     Rights rights{RandomSecret(), "", RandomSecret(), MachineName()};
     if (rights.token.empty() || rights.cookie.empty()) {
@@ -167,7 +109,6 @@ int Main(int argc, char** argv)
     }
 
     Film film;
-    film.Look(job.wheel.Seen());
     Session session(film, job.wheel, job.config, RunProgram());
     std::atomic<Clock::rep> seen = Clock::now().time_since_epoch().count();
     Site site;

@@ -41,7 +41,7 @@ std::string MotionJpeg(const MatByte& first, const MatByte& second)
 
     // WriteJPG takes a row of plane 0 for three values a pixel: rows that lie three widths apart.
     CubByte samples(3 * width, height, 3);
-    const double full = 16.0 * sweeps; // a sweep gives about 64 for a pixel of the half-size picture
+    const double full = 16.0 * sweeps; // of the flow, so that faint texture shows and noise does not
     for (int y = 0; y < height; y++)
         for (int x = 0; x < width; x++) {
             const int grey = pair(x, y, 1);

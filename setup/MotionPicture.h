@@ -9,8 +9,9 @@
 namespace telvane {
 
 /// The second of two pictures that follow each other, darkened and half as large, and over it the motion
-/// between them in the colours of the report; full colours stand for a quarter of a pixel and more, so that
-/// noise on a still picture stays dark. \return the bytes of a JPEG file
+/// between them in the colours of the report. The flow of two sweeps grows with the contrast: clear edges
+/// have their full colour from small parts of a pixel on, and noise on a still picture stays dark. \return
+/// the bytes of a JPEG file
 std::string MotionJpeg(const MatByte& first, const MatByte& second);
 
 } // namespace telvane

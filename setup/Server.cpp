@@ -304,10 +304,9 @@ void Server::Stop()
     parts->socket = -1;
 }
 
-void Server::Tick()
+void Server::Tick(Clock::time_point now)
 {
     const std::lock_guard lock(parts->mutex);
-    const auto now = Clock::now();
     for (Visit& visit : parts->visits) {
         const auto limit = visit.stage == Visit::Stage::asking ? requestTime : answerTime;
         if (visit.stage == Visit::Stage::watching || visit.stage == Visit::Stage::over ||

@@ -51,8 +51,8 @@ public:
     /// \return nothing, or why it could not listen
     std::string Start(Listening& listening, const std::function<void()>& listens);
     void Stop();
-    /// Ends connections that take too long. To be called several times a second.
-    void Tick();
+    /// Ends connections that have taken too long by that time. To be called several times a second.
+    void Tick(std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now());
 
 private:
     struct Parts;

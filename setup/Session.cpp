@@ -125,6 +125,7 @@ Json Failure(const std::string& problem) { return {{"problem", Printable(problem
 Session::Session(Film& f, Wheel w, std::string c, std::string p)
     : film(f), config(std::move(c)), program(std::move(p)), wheel(std::move(w))
 {
+    film.Look(wheel.Seen());
 }
 
 Session::~Session()

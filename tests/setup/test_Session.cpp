@@ -1,10 +1,12 @@
-// What the page is told, without a server: a session with a camera that the test plays, the answer to every
-// path, and where the server listens.
+// What the page is told, without the program: a session with a camera that the test plays, the answer to
+// every path, what the command line asks for, and how long the server waits for its clients.
+#include <setup/Arguments.h>
 #include <setup/Reply.h>
 #include <setup/Server.h>
 
 #include <raspicam/raspicam.h>
 
+#include <tests/setup/Client.h>
 #include <tests/support/ChildProcess.h>
 #include <tests/support/Wheels.h>
 
@@ -34,6 +36,7 @@ enum class Shows {
 std::atomic<Shows> shows;
 std::atomic<bool> opens;
 std::atomic<int> goodGrabs;
+std::atomic<bool> stuck, waiting; // the grab that is under way is to wait, and does so
 
 const WheelScene& FastWheel()
 {
@@ -72,6 +75,8 @@ bool RaspiCam::open(bool)
 
 bool RaspiCam::grab()
 {
+    for (; stuck; std::this_thread::sleep_for(1ms)) waiting = true;
+    waiting = false;
     if (goodGrabs-- <= 0) return false;
     grabs++;
     const Shows what = shows;
@@ -97,9 +102,14 @@ protected:
     {
         shows = Shows::counts;
         opens = true;
+        stuck = waiting = false;
         goodGrabs = 1 << 30;
     }
-    void TearDown() override { film.Stop(); }
+    void TearDown() override
+    {
+        stuck = false;
+        film.Stop();
+    }
 
     template <class Condition> static bool Wait(Condition holds)
     {
@@ -188,6 +198,35 @@ TEST_F(SessionOfTest, NearHalfAToothASpeedIsNotTold)
     film.Start();
     ASSERT_TRUE(Wait([&] { return session.State()["figures"]["nearHalf"] == true; }));
     EXPECT_TRUE(session.State()["figures"]["speed"].is_null());
+}
+
+TEST_F(SessionOfTest, AWheelThatIsThereAtTheStartIsLookedAt)
+{
+    shows = Shows::halfTooth;
+    Wheel wheel;
+    EXPECT_EQ(ReadWheel(wheelJson, wheel), "");
+    const Session with(film, wheel, "", "");
+    film.Start();
+    EXPECT_TRUE(Wait([&] { return with.State()["figures"]["nearHalf"] == true; }));
+}
+
+TEST_F(SessionOfTest, MeasuringTakes15FramesWhateverARunTakes)
+{
+    EXPECT_EQ(session.SetWheel({{"count", 4}}), "");
+    film.Start();
+    // A picture that is under way when it is asked for and the next three are let pass.
+    for (const int grabs : {4 + 14, 4 + 15}) {
+        ASSERT_TRUE(WaitForCamera("films"));
+        stuck = true;
+        ASSERT_TRUE(Wait([] { return waiting.load(); }));
+        const int before = session.State()["measured"];
+        EXPECT_EQ(session.Measure(), "");
+        goodGrabs = grabs;
+        stuck = false;
+        ASSERT_TRUE(Wait([&] { return session.State()["measured"] == before + 1; }));
+        EXPECT_EQ(session.Measured().contains("problem"), grabs < 4 + 15) << session.Measured();
+        goodGrabs = 1 << 30;
+    }
 }
 
 TEST_F(SessionOfTest, TryingTakesFramesByThePeriodsOfTheWheel)
@@ -320,6 +359,124 @@ TEST(Answer, EveryOneHasTheHeadersThatKeepOthersOut)
                   {"Content-Type", "text/x"},
                   {"Allow", "GET"}}));
     EXPECT_EQ(Answer().policy, "default-src 'none'");
+}
+
+/// What is read of a command line.
+SetupRequest Asked(std::vector<std::string> words)
+{
+    words.insert(words.begin(), "telvane-setup");
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    return ReadSetupRequest(static_cast<int>(argv.size()), argv.data());
+}
+
+TEST(SetupArguments, WithoutAnyItServesThisMachineAnHourAndKeepsNothing)
+{
+    const SetupRequest request = Asked({});
+    EXPECT_EQ(request.listening.Text(), "127.0.0.1:8080");
+    EXPECT_EQ(request.config, "");
+    EXPECT_FALSE(request.wheel.Seen().Set());
+    EXPECT_EQ(request.idle, std::chrono::hours(1));
+    EXPECT_EQ(Asked({"--idle", "0.5"}).idle, std::chrono::seconds(30));
+    EXPECT_EQ(Asked({"--listen", "[::1]:0"}).listening.Text(), "[::1]:0");
+}
+
+TEST(SetupArguments, TheWheelOfTheFileLiesInTheMiddle)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder / "wheel.toml";
+    EXPECT_EQ(Asked({"--config", file}).config, file) << "it is there once it is kept";
+    folder.Write("wheel.toml", "teeth = 40\n");
+    EXPECT_FALSE(Asked({"--config", file}).wheel.centre) << "no circles, no centre";
+    folder.Write("wheel.toml", "inner = 216\nouter = 250\nteeth = 40\n");
+    const SetupRequest request = Asked({"--config", file});
+    EXPECT_EQ(request.config, file);
+    const Circles circles = request.wheel.Seen();
+    EXPECT_EQ(circles.centre.x, 640);
+    EXPECT_EQ(circles.centre.y, 480);
+    EXPECT_EQ(circles.inner, 216);
+    EXPECT_EQ(circles.outer, 250);
+    EXPECT_EQ(circles.teeth, 40);
+}
+
+/// A server whose answers are longer than what fits between it and a client who does not read.
+class ServerOfTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        shows = Shows::counts;
+        opens = true;
+        stuck = waiting = false;
+        goodGrabs = 1 << 30;
+        Site site;
+        site.film = &film;
+        site.refuse = [](const HttpRequest&, std::size_t) { return std::nullopt; };
+        site.answer = [this](const HttpRequest& request) {
+            Answer answer;
+            if (request.path == "/live") answer.stream = View::plain;
+            else answer.body = body;
+            return answer;
+        };
+        server = std::make_unique<Server>(site);
+        listening.port = 0;
+        ASSERT_EQ(server->Start(listening, [] {}), "");
+    }
+    void TearDown() override
+    {
+        film.Stop();
+        server->Stop();
+    }
+    /// A client whose answer has begun.
+    Connection Asking(const std::string& path)
+    {
+        Connection client(listening.port);
+        client.Send("GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        for (int i = 0; i < 1000 && client.received.empty(); i++) client.Receive(10ms);
+        EXPECT_FALSE(client.received.empty());
+        return client;
+    }
+
+    const std::string body = std::string(std::size_t{24} << 20, 'x');
+    Film film;
+    std::unique_ptr<Server> server;
+    Listening listening;
+};
+
+TEST_F(ServerOfTest, AnAnswerMayBeTakenForAMinute)
+{
+    Connection patient = Asking("/"), late = Asking("/");
+    server->Tick(Clock::now() + 58s);
+    patient.ReceiveAll();
+    EXPECT_EQ(HttpReply(patient.received).body.size(), body.size());
+    server->Tick(Clock::now() + 60s);
+    late.ReceiveAll();
+    EXPECT_FALSE(late.IsOpen());
+    EXPECT_LT(HttpReply(late.received).body.size(), body.size());
+}
+
+TEST_F(ServerOfTest, ARequestMayComeForTenSeconds)
+{
+    Connection half(listening.port);
+    half.Send("GET / HTTP/1.1\r\n");
+    Asking("/"); // whoever connected before is there, too
+    server->Tick(Clock::now() + 8s);
+    EXPECT_TRUE(half.Receive(50ms));
+    server->Tick(Clock::now() + 10s);
+    half.ReceiveAll(5s);
+    EXPECT_FALSE(half.IsOpen());
+    EXPECT_EQ(half.received, "");
+}
+
+TEST_F(ServerOfTest, PicturesAreSentAsLongAsSomeoneLooksOn)
+{
+    film.Start();
+    Connection viewer = Asking("/live");
+    server->Tick(Clock::now() + 24h);
+    const std::size_t before = viewer.received.size();
+    for (int i = 0; i < 1000 && viewer.received.size() < before + 100000 && viewer.Receive(10ms); i++) {
+    }
+    EXPECT_TRUE(viewer.IsOpen());
+    EXPECT_GE(viewer.received.size(), before + 100000);
 }
 
 TEST(Listening, IsForThisMachineAloneUnlessItIsSaid) { EXPECT_EQ(Listening().Text(), "127.0.0.1:8080"); }
