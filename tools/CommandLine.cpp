@@ -17,6 +17,9 @@
 #include <string_view>
 #include <utility>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace telvane {
 
 CommandLine::CommandLine(const std::string& name, const std::string& description, const std::string& footer)
@@ -155,6 +158,13 @@ int TellWithoutMemory()
     return statusWithoutMemory;
 }
 
+/// A file that is opened must not become a stream of the program because that one is closed.
+void HoldStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDONLY); // writing there still fails
+}
+
 /// An exception for which there is no memory, or which may not leave where it was thrown, ends here.
 [[noreturn]] void EndWithoutMemory()
 {
@@ -171,6 +181,7 @@ int TellWithoutMemory()
 
 Tool::Tool(const char* name, int withoutMemory)
 {
+    HoldStandardStreams();
     toolName = name;
     statusWithoutMemory = withoutMemory;
     std::set_new_handler(EndWithoutMemory);

@@ -87,8 +87,9 @@ void Complain(const std::string& tool, const std::string& problem);
 /// \return whether all of it went out; if not, that has been said
 bool FlushOutput(const std::string& tool);
 
-/// A tool as a whole: where it has no memory, it says so in one line and ends, from before main on. What
-/// libraries make before main needs memory, too; so a program has one of these, made before all of it:
+/// A tool as a whole: where it has no memory, it says so in one line and ends, from before main on, and a
+/// standard stream that is closed takes nothing, whatever files are opened. What libraries make before main
+/// needs memory and files, too; so a program has one of these, made before all of it:
 ///
 ///     [[gnu::init_priority(101)]] const telvane::Tool program("telvane-report");
 class Tool {

@@ -191,6 +191,34 @@ TEST(RunFaults, AnOutputThatNobodyTakesIsStatusFour)
     EXPECT_EQ(RunWheel(folder, {"--telvane", program, "--json"}, broken).status, 4);
 }
 
+// Bits are streams: a file in the place of one of them would hold what the tool, or its program, says there.
+TEST(RunFaults, StreamsThatAreClosedReachNoFile)
+{
+    for (const int closed : {1, 4, 7}) {
+        TemporaryFolder folder;
+        RunOptions options;
+        options.before = [closed] {
+            for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                if ((closed >> stream & 1) != 0) close(stream);
+        };
+        const std::string program = StandIn(folder, "cat; echo told >&2; echo RESULT=-2; echo x >left");
+        const Finished run = RunWheel(folder, {"--telvane", program}, options);
+        const bool output = (closed >> STDOUT_FILENO & 1) == 0, errors = (closed >> STDERR_FILENO & 1) == 0;
+        EXPECT_EQ(run.status, output ? 3 : 4) << closed;
+        EXPECT_EQ(run.out.empty(), !output) << closed << run.out;
+        EXPECT_EQ(run.err, output || !errors ? "" : "telvane-run: cannot write to standard output\n")
+            << closed;
+        const Json document = Document(folder);
+        EXPECT_EQ(document["stdout"], "RESULT=-2\n") << closed;
+        EXPECT_EQ(document["stderr"], "told\n") << closed;
+        EXPECT_EQ(folder.Read("runs/latest/left"), "x\n") << closed;
+        EXPECT_EQ(folder.Read("runs/latest/report.html").rfind("</html>\n"),
+                  folder.Read("runs/latest/report.html").size() - 8)
+            << closed;
+        EXPECT_EQ(folder.Read("runs/.telvane-run.lock"), "") << closed;
+    }
+}
+
 TEST(RunFaults, NamesOfAnyBytesReachNoTerminal)
 {
     TemporaryFolder folder;

@@ -170,6 +170,27 @@ TEST(Tools, WhatDoesNotGoOutIsSaid)
     EXPECT_EQ(Ran(little, {}).err, "");
 }
 
+TEST(Tools, NoFileTakesThePlaceOfAStreamThatIsClosed)
+{
+    for (int closed = 1; closed < 8; closed++) {
+        const Finished run = Ran(
+            [](int, char**) {
+                const int file = open("/dev/null", O_RDONLY);
+                for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
+                    [[maybe_unused]] const ssize_t ignored = write(stream, "x", 1);
+                return file; // the status tells
+            },
+            {},
+            [closed] {
+                for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                    if ((closed >> stream & 1) != 0) close(stream);
+            });
+        EXPECT_GT(run.status, STDERR_FILENO) << closed;
+        EXPECT_EQ(run.out, (closed >> STDOUT_FILENO & 1) != 0 ? "" : "x") << closed;
+        EXPECT_EQ(run.err, (closed >> STDERR_FILENO & 1) != 0 ? "" : "x") << closed;
+    }
+}
+
 TEST(Tools, WithoutMemoryTheySaySoWithTheirStatus)
 {
     static const Body lacks = [](int, char**) -> int { throw std::bad_alloc(); };
