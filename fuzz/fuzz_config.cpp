@@ -1,4 +1,6 @@
 // The file of options of telvane-run.
+#include <fuzz/PlainOptions.h>
+
 #include <fuzz/Harness.h>
 
 #include <run/ConfigFile.h>
@@ -7,8 +9,10 @@
 #include <tests/reference/CommandLine.h>
 
 #include <algorithm>
+#include <sstream>
 
 using namespace telvane;
+using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -33,6 +37,27 @@ void RequireLimits(const Request& request)
     }
 }
 
+/// The options of a file of nothing but lines like "region = [560, 540]", whose values are JSON as well;
+/// discarded where it is another.
+Json PlainFile(const std::string& text)
+{
+    Json options = Json::object();
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty()) continue;
+        const std::size_t sign = line.find(" = ");
+        const std::string name = line.substr(0, sign);
+        if (sign == line.npos || name.empty() || options.contains(name) ||
+            name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") != name.npos ||
+            line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-, []\"/=") != line.npos)
+            return Json(Json::value_t::discarded);
+        const Json value = Json::parse(line.substr(sign + 3), nullptr, false);
+        if (value.is_discarded()) return value;
+        options[name] = value;
+    }
+    return options;
+}
+
 /// What the program would be started with, as the program reads it.
 void RequireThatItIsTaken(const Request& request)
 {
@@ -55,6 +80,14 @@ void Fuzz(FuzzedDataProvider& input)
     const std::string text = input.ConsumeRemainingBytesAsString();
     Wheel wheel;
     const std::string problem = ReadConfigText("wheel.toml", text, wheel.run);
+    const Json plain = PlainFile(text);
+    if (!plain.is_discarded()) {
+        const auto items = plain.items();
+        const bool good = std::all_of(items.begin(), items.end(), [](const auto& item) {
+            return item.key() != "config" && plain_options::Takes(item.key(), item.value());
+        });
+        Require(good == problem.empty(), "a file is read where its options may be what it says");
+    }
     if (!problem.empty()) {
         Require(problem.starts_with("wheel.toml:"), "a problem says where it is");
         const int line = std::atoi(problem.c_str() + 11);
@@ -69,5 +102,8 @@ void Fuzz(FuzzedDataProvider& input)
             "a file that is made of the options reads the same");
 
     Request complete = wheel.run;
-    if (Complete(complete).empty()) RequireThatItIsTaken(complete);
+    const bool isComplete = Complete(complete).empty();
+    if (isComplete) RequireThatItIsTaken(complete);
+    if (!plain.is_discarded())
+        Require(isComplete == plain_options::MakeARun(plain), "options that belong together make a run");
 }
