@@ -15,6 +15,27 @@ namespace plain_options {
 
 using Json = nlohmann::ordered_json;
 
+/// Whether anything of a JSON text lies in more than `most` lists and objects.
+inline bool IsDeep(const std::string& text, int most)
+{
+    int level = 0;
+    bool quoted = false, deep = false;
+    for (std::size_t i = 0; i < text.size(); i++) {
+        const char c = text[i];
+        if (quoted) {
+            if (c == '\\') i++;
+            else if (c == '"') quoted = false;
+        } else if (c == ']' || c == '}') {
+            level--;
+        } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
+            deep = deep || level > most;
+            quoted = c == '"';
+            if (c == '[' || c == '{') level++;
+        }
+    }
+    return deep;
+}
+
 inline bool IsWhole(const Json& number, double lowest, double highest)
 {
     return number.is_number_integer() && number.get<double>() >= lowest && number.get<double>() <= highest;

@@ -13,27 +13,6 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-/// Whether anything of a JSON text lies in more than 32 lists and objects.
-bool IsDeep(const std::string& text)
-{
-    int level = 0;
-    bool quoted = false, deep = false;
-    for (std::size_t i = 0; i < text.size(); i++) {
-        const char c = text[i];
-        if (quoted) {
-            if (c == '\\') i++;
-            else if (c == '"') quoted = false;
-        } else if (c == ']' || c == '}') {
-            level--;
-        } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
-            deep = deep || level > 32;
-            quoted = c == '"';
-            if (c == '[' || c == '{') level++;
-        }
-    }
-    return deep;
-}
-
 /// Whether a document is one of a run, and all that is read of it is what it should be.
 bool IsRun(const Json& json)
 {
@@ -66,7 +45,7 @@ void Fuzz(FuzzedDataProvider& input)
     RunDocument document;
     const std::string problem = ReadRunDocument(text, document);
     const Json json = Json::parse(text, nullptr, false);
-    const bool isJson = !json.is_discarded() && !IsDeep(text);
+    const bool isJson = !json.is_discarded() && !plain_options::IsDeep(text, 32);
     Require(isJson != (problem == "not a JSON document"), "JSON of up to 32 levels is read");
     Require(problem.empty() == (isJson && IsRun(json)), "just the documents of runs are read");
     if (!problem.empty()) {

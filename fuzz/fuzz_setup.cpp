@@ -1,13 +1,17 @@
 // Requests to the setup page. The input is a request as it looks on the wire, with plain line ends: the
 // method and the path, "?" and arguments, headers, an empty line, the body. Secrets are known ones, so that
 // seeds have them.
+#include <fuzz/PlainOptions.h>
+
 #include <fuzz/Harness.h>
 
+#include <report/Document.h>
 #include <run/ConfigFile.h>
 #include <setup/Reply.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <string>
 
 using namespace telvane;
@@ -65,6 +69,15 @@ std::string Only(const HttpRequest& request, const std::string& name)
     return value;
 }
 
+/// The body's length, or the one that is announced.
+std::size_t LengthOf(const HttpRequest& request)
+{
+    const std::string announced = Only(request, "Content-Length");
+    const bool plain = !announced.empty() && announced.size() < 9 &&
+                       announced.find_first_not_of("0123456789") == announced.npos;
+    return std::max<std::size_t>(request.body.size(), plain ? std::stoul(announced) : 0);
+}
+
 /// What must hold before anything is granted, told in another way than by the rules themselves.
 void RequireRights(const HttpRequest& request)
 {
@@ -75,7 +88,8 @@ void RequireRights(const HttpRequest& request)
     if (request.method != "GET" && request.method != "HEAD")
         Require(Same(Only(request, "Origin"), "http://" + Only(request, "Host")),
                 "nothing is changed for a page of another origin");
-    Require(request.body.size() <= mostBody, "long bodies are not looked at");
+    Require(Only(request, "Origin") != "several", "a request comes from one origin");
+    Require(LengthOf(request) <= 65536, "long bodies are not looked at");
 }
 
 void RequireHost(const HttpRequest& request)
@@ -89,6 +103,55 @@ void RequireHost(const HttpRequest& request)
             "hosts are addresses and this machine's names");
     Require(!host.empty() && (host[0] == '[' || std::isdigit(static_cast<unsigned char>(host[0])) || named),
             "hosts are addresses and this machine's names");
+    host.erase(0, std::min(host.find(':', host[0] == '[' ? host.find(']') : 0), host.size()));
+    const std::string port = host.substr(std::min<std::size_t>(1, host.size()));
+    Require(host.empty() ||
+                (!port.empty() && port.size() <= 5 && port.find_first_not_of("0123456789") == port.npos &&
+                 std::stoi(port) >= 1 && std::stoi(port) <= 65535),
+            "a port is a number of 16 bits");
+    Require(Only(request, "Host")[0] != '[' || host.empty() ||
+                Only(request, "Host")[Only(request, "Host").find(']') + 1] == ':',
+            "behind an address there is a port");
+}
+
+/// Whether the page can say this of a wheel.
+bool IsWheel(const plain_options::Json& json)
+{
+    static const char* const names[] = {
+        "inner",  "outer",  "teeth", "sense", "region", "centre-in-region", "method",
+        "offset", "angles", "count", "p1",    "p2",     "background",       "mask"};
+    const auto isPlace = [](const plain_options::Json& value) {
+        return value.is_array() && value.size() == 2 &&
+               std::all_of(value.begin(), value.end(), [](const plain_options::Json& number) {
+                   return number.is_number() && std::fabs(number.get<double>()) <= 10000;
+               });
+    };
+    if (!json.is_object()) return false;
+    for (const auto& [name, value] : json.items()) {
+        const bool known = std::count(std::begin(names), std::end(names), name) > 0;
+        if (!value.is_null() &&
+            !(name == "centre" ? isPlace(value) : known && plain_options::Takes(name, value)))
+            return false;
+    }
+    return true;
+}
+
+/// What is served, by method and path.
+void RequireServed(const HttpRequest& request, const Answer& answer)
+{
+    const bool reads = request.method == "GET" || request.method == "HEAD";
+    const bool changes = request.path == "/measure" || request.path == "/try" || request.path == "/keep" ||
+                         request.path == "/best";
+    if ((!reads && request.method != "POST") || (reads && changes))
+        Require(answer.status == 404 || answer.status == 405,
+                "other methods are answered with those there are");
+    Require(request.method != "HEAD" || !answer.stream, "a head has no stream");
+    if (request.path != "/wheel" || request.method != "POST") return;
+    const auto json = plain_options::Json::parse(request.body, nullptr, false);
+    const bool isJson = !json.is_discarded() && !plain_options::IsDeep(request.body, 8);
+    Require(isJson != (answer.body == DocumentText({{"problem", "this is no JSON of a wheel"}})),
+            "JSON of up to eight levels is read");
+    Require(answer.status == (isJson && IsWheel(json) ? 200 : 400), "just what is a wheel is taken");
 }
 
 /// What the page is told can be told back, and the file that is made of it read.
@@ -114,17 +177,25 @@ void Fuzz(FuzzedDataProvider& input)
     Film film; // it is not started: what is asked of the camera waits
     Session session(film, Wheel(), "", "/nowhere");
 
-    const std::optional<Answer> refused = Refusal(request, request.body.size(), rights);
+    const std::optional<Answer> refused = Refusal(request, LengthOf(request), rights);
     const Answer answer = refused ? *refused : Reply(request, session);
     const bool handsOut = std::any_of(answer.headers.begin(), answer.headers.end(),
                                       [](const auto& header) { return header.first == "Set-Cookie"; });
     if (handsOut || !refused) RequireHost(request);
     if (handsOut) {
         Require(answer.status == 303 && request.path == "/", "only the link is traded");
-        Require(request.arguments.size() == 1 && request.arguments[0].second == rights.token,
+        Require(request.arguments.size() == 1 && request.arguments[0].first == "token" &&
+                    request.arguments[0].second == rights.token,
                 "for the token alone");
+        Require(answer.headers.back().second ==
+                    "telvane-8080=" + rights.cookie + "; Path=/; HttpOnly; SameSite=Strict",
+                "the cookie is handed out");
     }
-    if (!refused) RequireRights(request);
+    if (!refused) {
+        RequireRights(request);
+        RequireServed(request, answer);
+    }
+    Require(answer.status != 413 || LengthOf(request) > 65536, "bodies of up to 64 KB are looked at");
     if (refused && !handsOut)
         Require(answer.status == 400 || answer.status == 403 || answer.status == 413,
                 "who may not ask is told so");
