@@ -3,6 +3,7 @@
 
 #include <Kavrix/Kavrix.h>
 
+#include <cinttypes>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -15,7 +16,7 @@ namespace {
 // What comes of a file: the message of the fail-stop, or a picture.
 struct Plain {
     std::string message;
-    int width = 0, height = 0;
+    std::int64_t width = 0, height = 0;
     FileBytes pixels;
 };
 
@@ -24,7 +25,7 @@ bool HoldsALongNumber(const FileBytes& file)
     int digits = 0;
     for (const std::uint8_t c : file) {
         digits = c >= '0' && c <= '9' ? digits + 1 : 0;
-        if (digits > 9) return true;
+        if (digits > 18) return true;
     }
     return false;
 }
@@ -37,7 +38,8 @@ Plain ReadPlainly(const FileBytes& file)
         lseek(fd, 0, SEEK_SET) != 0)
         Require(false, "a file in memory can be written");
     std::FILE* const fp = fdopen(fd, "rb");
-    if (std::fscanf(fp, "image %d*%d*8\r\n", &plain.width, &plain.height) < 0) plain.width = plain.height = 0;
+    if (std::fscanf(fp, "image %" SCNd64 "*%" SCNd64 "*8\r\n", &plain.width, &plain.height) < 0)
+        plain.width = plain.height = 0;
     char line[1025];
     bool data = false;
     while (!data && std::fgets(line, sizeof line, fp)) data = std::strncmp(line, "data", 4) == 0;
@@ -77,11 +79,13 @@ void Fuzz(FuzzedDataProvider& input)
         Require(halts("file format not recognized"), "another suffix halts");
     } else if (!HoldsALongNumber(file)) { // the C library leaves open what becomes of those
         const Plain plain = ReadPlainly(file);
-        const std::int64_t pixels = std::int64_t{plain.width} * plain.height;
+        const auto isInt = [](std::int64_t number) { return number >= 0 && number <= INT_MAX; };
+        const bool sized = isInt(plain.width) && isInt(plain.height);
+        const std::int64_t pixels = sized ? plain.width * plain.height : 0;
         if (!plain.message.empty()) {
             Require(ending.HaltedWith(plain.message), "a file without data halts");
-        } else if (plain.width < 0 || plain.height < 0) {
-            Require(halts("file too small"), "a negative size halts");
+        } else if (!sized || pixels > INT_MAX) {
+            Require(halts("file too small"), "a size that no file has halts");
         } else if (ending.HaltedWith(notEnoughMemory)) {
             Require(pixels + static_cast<std::int64_t>(sizeof(Datablock)) >
                         static_cast<std::int64_t>(storage.limit),
