@@ -49,7 +49,7 @@ Json PlainFile(const std::string& text)
         const std::string name = line.substr(0, sign);
         if (sign == line.npos || name.empty() || options.contains(name) ||
             name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") != name.npos ||
-            line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-, []\"/=") != line.npos)
+            line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-., []\"/=") != line.npos)
             return Json(Json::value_t::discarded);
         const Json value = Json::parse(line.substr(sign + 3), nullptr, false);
         if (value.is_discarded()) return value;

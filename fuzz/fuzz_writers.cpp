@@ -24,15 +24,31 @@ bool BeginsWith(const FileBytes& whole, const FileBytes& part)
     return part.size() <= whole.size() && std::equal(part.begin(), part.end(), whole.begin());
 }
 
-// The writers that answer with a result: 5 where the disk is full, and part of the file.
+// Hands on a stream without a buffer: whether a write fails is known at once, and not when it is closed.
+template <class Write> void IntoStream(Write write)
+{
+    std::FILE* const stream = std::fopen(name, "wb");
+    std::setvbuf(stream, nullptr, _IONBF, 0);
+    write(stream);
+    std::fclose(stream);
+}
+
+// The writers that answer with a result: 5 where the disk is full, and part of the file. By name and into a
+// stream.
 template <class Write> void RequireFileOrResult(const FileBytes& expected, Write write)
 {
-    int result = -1;
-    const Ending ending = RunToItsEnd([&] { result = write(); });
-    Require(ending.returned && ending.err.empty(), "a writer returns its result");
-    const bool fits = expected.size() <= disk.space;
-    Require(result == (fits ? 0 : 5), "the result tells whether the file was written");
-    Require(fits ? files[name] == expected : BeginsWith(expected, files[name]), "the file is the plain one");
+    for (const bool byName : {true, false}) {
+        int result = -1;
+        const Ending ending = RunToItsEnd([&] {
+            if (byName) result = write(name);
+            else IntoStream([&](std::FILE* stream) { result = write(stream); });
+        });
+        Require(ending.returned && ending.err.empty(), "a writer returns its result");
+        const bool fits = expected.size() <= disk.space;
+        Require(result == (fits ? 0 : 5), "the result tells whether the file was written");
+        Require(fits ? files[name] == expected : BeginsWith(expected, files[name]),
+                "the file is the plain one");
+    }
 }
 
 // The writers that halt where the disk is full.
@@ -103,7 +119,7 @@ void FuzzBytes(FuzzedDataProvider& input, int which)
     const MatByte view = block.View(input, sizes, place);
     const reference::Picture<std::uint8_t> picture = PictureOf(block, place, 0);
     if (which == 0) {
-        RequireFileOrResult(reference::BmpByte(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpByte(picture), [&](auto to) { return view.WriteBMP(to); });
     } else if (which == 1) {
         const int quality = number < 1 ? 1 : number > 100 ? 100 : number; // as libjpeg holds it
         RequireJpegOrExit(view.step1 == 1, reference::JpegGrey(picture, quality),
@@ -127,8 +143,10 @@ void FuzzBytes(FuzzedDataProvider& input, int which)
                     "a header that is not there halts");
             return;
         }
-        RequireFileOrHalt(expected, "WriteRAW: Write into a file failed",
-                          [&] { view.WriteRAW(name, nskip); });
+        const char* const failed = "WriteRAW: Write into a file failed";
+        RequireFileOrHalt(expected, failed, [&] { view.WriteRAW(name, nskip); });
+        RequireFileOrHalt(expected, failed,
+                          [&] { IntoStream([&](std::FILE* stream) { view.WriteRAW(stream, nskip); }); });
     }
 }
 
@@ -141,10 +159,10 @@ void FuzzShorts(FuzzedDataProvider& input, int which)
     const MatShort view = block.View(input, sizes, place);
     const reference::Picture<std::int16_t> picture = PictureOf(block, place, 0);
     if (which == 0) {
-        RequireFileOrResult(reference::BmpShort(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpShort(picture), [&](auto to) { return view.WriteBMP(to); });
     } else {
         RequireFileOrResult(reference::BmpShort8bpp(picture, offset),
-                            [&] { return view.WriteBMP8bpp(name, offset); });
+                            [&](auto to) { return view.WriteBMP8bpp(to, offset); });
     }
 }
 
@@ -163,7 +181,7 @@ void FuzzCubes(FuzzedDataProvider& input, int which)
     } else if (which == 0) {
         const std::array<reference::Picture<std::uint8_t>, 3> picture = {
             PictureOf(block, place, 0), PictureOf(block, place, 1), PictureOf(block, place, 2)};
-        RequireFileOrResult(reference::BmpColour(picture), [&] { return view.WriteBMP(name); });
+        RequireFileOrResult(reference::BmpColour(picture), [&](auto to) { return view.WriteBMP(to); });
     } else {
         disk.space = SIZE_MAX; // what the file should hold is not known here
         RequireJpegOrExit(view.step1 == 1, {}, [&] { return view.WriteJPG(name, 85); });
