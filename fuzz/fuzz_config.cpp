@@ -31,6 +31,7 @@ void RequireLimits(const Request& request)
                 Require(entry[i] >= option.numbers[i].lowest && entry[i] <= option.numbers[i].highest,
                         "numbers are within the option's limits");
         }
+        Require(value->text.find('\0') == value->text.npos, "names end where the system ends them");
         if (!option.choices.empty())
             Require(std::count(option.choices.begin(), option.choices.end(), value->text) == 1,
                     "words are of the option's choice");

@@ -319,6 +319,7 @@ void WriteImgs()
         {"dat", "image 4*2*8\r\ndat\r\nABCDEFGH"},
         {"zero-behind-first-line", "image 4*2*8\r\n" + std::string(1, '\0') + "data\r\nABCDEFGH"},
         {"product-beyond-32-bits", "image 65536*32768*8\r\ndata\r\nABCDEFGH"},
+        {"height-beyond-32-bits", "image 0*4294967300*8\r\ndata\r\n"},
         {"width-only", "image 4*x\r\ndata\r\nABCDEFGH"},
         {"signs-and-blanks", "image  +4* 2*8\r\ndata\r\nABCDEFGH"},
         {"negative", "image -4*2*8\r\ndata\r\nABCDEFGH"},
