@@ -2,7 +2,6 @@
 #include <Kavrix/KXcommon.h>
 
 #include <Kavrix/HaltHook.h>
-#include <Kavrix/inner/HaltHook.h>
 #include <Kavrix/inner/KXelementwise.h>
 #include <Kavrix/inner/NotEnoughMemory.h>
 #include <Kavrix/inner/Resize.h>
@@ -76,7 +75,7 @@ kavrix::HaltHook haltHook = nullptr;
 
 void kavrix::SetHaltHook(HaltHook hook) { haltHook = hook; }
 
-bool kavrix::inner::HasHaltHook() { return haltHook != nullptr; }
+bool kavrix::HasHaltHook() { return haltHook != nullptr; }
 
 void error(int errorCode, const char* message)
 {

@@ -1,7 +1,7 @@
 // Writing of grey and colour JPEG files.
 #include <Kavrix/jpegwrite.h>
 
-#include <Kavrix/inner/HaltHook.h>
+#include <Kavrix/HaltHook.h>
 #include <Kavrix/inner/JpegErrors.h>
 #include <Kavrix/inner/imagefile.h>
 
@@ -26,7 +26,7 @@ template <class RowOf> int Compress(std::FILE* outfile, const KX_Base& a, int co
         jpeg_compress_struct cinfo;
         JpegErrors errors;
         cinfo.err = jpeg_std_error(&errors.manager);
-        if (HasHaltHook()) {
+        if (kavrix::HasHaltHook()) {
             errors.manager.error_exit = LeaveJpeg;
             if (setjmp(errors.back) != 0) { // NOLINT(cert-err52-cpp): libjpeg's own way out of an error
                 jpeg_destroy_compress(&cinfo);

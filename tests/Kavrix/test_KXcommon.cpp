@@ -538,6 +538,16 @@ TEST(HaltHook, IsCalledInPlaceOfTheLineAndMayLeaveByAnException)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+TEST(HaltHook, IsThereFromWhenItIsSet)
+{
+    EXPECT_FALSE(kavrix::HasHaltHook());
+    {
+        const Hooked hooked([](int, const char*) {});
+        EXPECT_TRUE(kavrix::HasHaltHook());
+    }
+    EXPECT_FALSE(kavrix::HasHaltHook());
+}
+
 TEST(HaltHook, WhereItReturnsTheHaltFollows)
 {
     const FailStop stop = RunUntilHalt([] {
