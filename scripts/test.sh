@@ -2,8 +2,8 @@
 # Builds everything and runs all tests: scripts/test.sh [<preset>]
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds the preset, `release` unless another
-# is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, one more at
-# once than there are cores, for many of them wait. Of the preset `shared` only what the shared library can change: its
+# is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, as
+# many at once as there are cores. Of the preset `shared` only what the shared library can change: its
 # own tests, and those of what is installed. Of the preset `tsan`, the thread sanitizer's, the tests of what has threads.
 # The last line is their count. Exit status 0 when every test passed.
 set -euo pipefail
@@ -33,5 +33,5 @@ jobs=$(jobs_at_once)
 configure "$preset" -DTELVANE_TESTS=ON -DTELVANE_WERROR=ON
 build "build/$preset" "${targets[@]}"
 count_tests "build/$preset/test.log" "${sanitized[@]}" \
-    ctest --preset "$preset" --parallel $((jobs + 1)) --no-tests=error "${tests[@]}"
+    ctest --preset "$preset" --parallel "$jobs" --no-tests=error "${tests[@]}"
 tell_count
