@@ -96,15 +96,18 @@ namespace {
 const Json wheelJson = {{"centre", {652.4, 471.7}}, {"inner", 216}, {"outer", 250}, {"teeth", 40},
                         {"region", {560, 540}},     {"count", 4},   {"p1", 3}};
 
+/// The camera as each test finds it.
+void PlayFromTheStart()
+{
+    shows = Shows::counts;
+    opens = true;
+    stuck = waiting = false;
+    goodGrabs = 1 << 30;
+}
+
 class SessionOfTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        shows = Shows::counts;
-        opens = true;
-        stuck = waiting = false;
-        goodGrabs = 1 << 30;
-    }
+    void SetUp() override { PlayFromTheStart(); }
     void TearDown() override
     {
         stuck = false;
@@ -404,10 +407,7 @@ class ServerOfTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        shows = Shows::counts;
-        opens = true;
-        stuck = waiting = false;
-        goodGrabs = 1 << 30;
+        PlayFromTheStart();
         Site site;
         site.film = &film;
         site.refuse = [](const HttpRequest&, std::size_t) { return std::nullopt; };
