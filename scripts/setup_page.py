@@ -139,6 +139,7 @@ class Pass:
             given = {"sharpness": 5, "best": 10, "clipped": 0, "dark": 0, "speed": None, "nearHalf": False, **figures}
             return self.run("""showFigures(arguments[0]);
                 const text = name => document.getElementById(name).textContent;
+                window.tops = (window.tops || new Set).add(document.getElementById('best').offsetTop);
                 const [zone, mark] = document.getElementById('speed-bar').children;
                 return { sharp: text('sharp'), clipped: text('clipped'), dark: text('dark'), speed: text('speed'),
                     bar: document.getElementById('sharp-bar').firstElementChild.style.width,
@@ -163,6 +164,7 @@ class Pass:
             expect(f"{speed} pixels are in words", found == words, found)
         found = shown(nearHalf=True)["speed"]
         expect("half a tooth is, too", found == "about half a tooth a frame: too fast to tell", found)
+        expect("no button moves when figures change", self.run("return tops.size") == 1, self.run("return [...tops]"))
         words = [self.run("""refused = true;
             showCamera({ camera: { state: 'films', text: 'It films.' }, viewers: arguments[0] });
             refused = false;
