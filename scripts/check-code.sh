@@ -26,18 +26,17 @@ tidy() {
         sed '/warnings generated\.$/d' # of the system's headers
 }
 # Only configured. libcamera is the back end with the most code.
-configure fuzz # built and run by fuzz.sh
 if [[ ${1:-} == --all ]]; then
     configure debug -B "$folder" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=ON -DTELVANE_BENCHMARKS=ON \
         -DTELVANE_CAMERA=libcamera -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
     cpp_files | grep -v '^fuzz/' | sed "s|^|$PWD/|" | tidy "$folder" --checks='clang-diagnostic-*'
-    cpp_files | grep '^fuzz/' | sed "s|^|$PWD/|" | tidy build/fuzz --checks='clang-diagnostic-*'
+    configure fuzz -B "$folder-fuzz"
+    cpp_files | grep '^fuzz/' | sed "s|^|$PWD/|" | tidy "$folder-fuzz" --checks='clang-diagnostic-*'
 else
     configure debug -B "$folder-rooms" -DCMAKE_CXX_COMPILER=clang++ -DTELVANE_TESTS=OFF \
         -DTELVANE_CAMERA=libcamera -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0
-    # What shadows a name of another file is no fault.
     find "$PWD/$folder-rooms" -name 'unity_*.cxx' |
-        tidy "$folder-rooms" --checks='clang-diagnostic-*,-clang-analyzer-*,-bugprone-suspicious-include,-clang-diagnostic-shadow'
+        tidy "$folder-rooms" --checks='clang-diagnostic-*,-clang-analyzer-*,-bugprone-suspicious-include'
 fi
 
 echo "private headers"

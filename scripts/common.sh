@@ -56,7 +56,8 @@ build_programs() {
 # bits now and then put one there, and it dies before its first line.
 sanitized=()
 for_sanitizers() {
-    export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
+    # Tests that replace a unit of the shared library have its variables twice, in the same size.
+    export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1:detect_odr_violation=1
     export UBSAN_OPTIONS=print_stacktrace=1
     local bits
     bits=$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 0)

@@ -2,10 +2,10 @@
 # Builds everything and runs all tests: scripts/test.sh [<preset>]
 #
 # Installs what is missing on Debian 12 (as root or through sudo), builds the preset, `release` unless another
-# is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, as
-# many at once as there are cores. Of the preset `shared` only what the shared library can change: its
-# own tests, and those of what is installed. Of the preset `tsan`, the thread sanitizer's, the tests of what has threads.
-# The last line is their count. Exit status 0 when every test passed.
+# is named, into build/<preset> with the simulated camera and with warnings as errors, and runs the tests, one
+# more at once than there are cores, for many of them wait. Of the preset `shared` the tests of what is installed: all
+# others link the shared library under the sanitizers of `asan-clang`. Of the preset `tsan`, the thread sanitizer's, the
+# tests of what has threads. The last line is their count. Exit status 0 when every test passed.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -19,7 +19,7 @@ tsan)
     packages+=(clang libclang-rt-14-dev)
     targets=(setup_tests)
     ;;
-shared) targets=(library_tests) tests=(--label-regex '^library$') ;;
+shared) targets=(installed) tests=(--label-regex '^install$') ;;
 esac
 scripts/install-packages.sh "${packages[@]}"
 
@@ -33,5 +33,5 @@ jobs=$(jobs_at_once)
 configure "$preset" -DTELVANE_TESTS=ON -DTELVANE_WERROR=ON
 build "build/$preset" "${targets[@]}"
 count_tests "build/$preset/test.log" "${sanitized[@]}" \
-    ctest --preset "$preset" --parallel "$jobs" --no-tests=error "${tests[@]}"
+    ctest --preset "$preset" --parallel $((jobs + 1)) --no-tests=error "${tests[@]}"
 tell_count
