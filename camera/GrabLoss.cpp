@@ -3,6 +3,9 @@
 
 #include <tools/Numbers.h>
 
+#include <algorithm>
+#include <charconv>
+
 namespace telvane::camera {
 
 namespace {
@@ -51,25 +54,48 @@ bool ReadParts(std::string_view text, GrabLoss& loss)
 
 } // namespace
 
-std::string LineOf(const GrabLoss& loss)
+void GrabLossLine::Add(std::string_view words)
 {
-    std::string line(begin);
-    const std::string grab = std::to_string(loss.grab);
+    const std::size_t fits = std::min(words.size(), text.size() - size);
+    std::copy_n(words.begin(), fits, text.begin() + static_cast<std::ptrdiff_t>(size));
+    size += fits;
+}
+
+void GrabLossLine::Add(int number)
+{
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    Add({digits, static_cast<std::size_t>(end - digits)});
+}
+
+GrabLossLine LineOf(const GrabLoss& loss)
+{
+    GrabLossLine line;
+    line.Add(begin);
     switch (loss.kind) {
-    case GrabLoss::Kind::repeated: return line.append(repeatBegin).append(grab).append(repeatEnd);
-    case GrabLoss::Kind::none: line.append(noneAt); break;
+    case GrabLoss::Kind::repeated:
+        line.Add(repeatBegin);
+        line.Add(loss.grab);
+        line.Add(repeatEnd);
+        return line;
+    case GrabLoss::Kind::none: line.Add(noneAt); break;
     case GrabLoss::Kind::lost:
-        line.append(std::to_string(loss.frames)).append(loss.frames == 1 ? " frame" : " frames");
-        line.append(lostBefore);
+        line.Add(loss.frames);
+        line.Add(loss.frames == 1 ? " frame" : " frames");
+        line.Add(lostBefore);
     }
-    line.append(grab).append(silentFor).append(std::to_string(loss.silent)).append(unit);
-    return loss.restarted ? line.append(restarted) : line;
+    line.Add(loss.grab);
+    line.Add(silentFor);
+    line.Add(loss.silent);
+    line.Add(unit);
+    if (loss.restarted) line.Add(restarted);
+    return line;
 }
 
 bool ReadLine(std::string_view line, GrabLoss& loss)
 {
     GrabLoss read;
-    if (!ReadParts(line, read) || LineOf(read) != line) return false;
+    if (!ReadParts(line, read) || LineOf(read).Text() != line) return false;
     loss = read;
     return true;
 }

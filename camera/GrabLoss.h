@@ -3,8 +3,9 @@
 #ifndef CAMERA_GRABLOSS_H
 #define CAMERA_GRABLOSS_H
 
+#include <array>
 #include <atomic>
-#include <string>
+#include <cstddef>
 #include <string_view>
 
 namespace telvane::camera {
@@ -23,10 +24,22 @@ struct GrabLoss {
     bool restarted = false; ///< not `repeated`: the camera was started anew in this time
 };
 
+/// A line that needs no memory but its own.
+class GrabLossLine {
+public:
+    void Add(std::string_view words);
+    void Add(int number);
+    std::string_view Text() const { return {text.data(), size}; }
+
+private:
+    std::array<char, 112> text{}; // the longest takes 95, and its newline
+    std::size_t size = 0;
+};
+
 /// "Camera: 2 frames lost before grab 14, silent for 100 ms",
 /// "Camera: no frame at grab 14, silent for 4000 ms", both with ", restarted" where it was;
 /// "Camera: grab 14 repeats the frame before"
-std::string LineOf(const GrabLoss& loss);
+GrabLossLine LineOf(const GrabLoss& loss);
 
 /// Reads such a line, without its newline.
 /// \return false if it is none, to the letter

@@ -24,7 +24,8 @@ public:
 
     /// Starts the system's first camera.
     /// \param frames  outlives the device
-    /// \return null if there is none, it is busy, or it cannot deliver such frames; nothing is held then
+    /// \return null if there is none, it is busy, or it cannot deliver such frames; nothing is held then, nor
+    /// where the system's library throws std::bad_alloc
     static std::unique_ptr<Device> Start(FrameExchange& frames);
 
     /// Stops the camera and gives back everything. When it returns, nothing is delivered any more.

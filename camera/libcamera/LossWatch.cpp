@@ -3,14 +3,11 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstddef>
 
 namespace telvane::camera {
 
 namespace {
 
-constexpr std::size_t learnedFrom = 9;                  // gaps; fewer than half of them may be losses
-constexpr std::size_t patience = 10;                    // gaps that may wait for that
 constexpr std::int64_t forEver = 1'000'000'000'000'000; // nanoseconds, 11 days
 
 int Held(std::int64_t number) { return static_cast<int>(std::clamp<std::int64_t>(number, 0, INT_MAX)); }
@@ -19,7 +16,7 @@ int Milliseconds(std::int64_t time) { return Held((time + 500'000) / 1'000'000);
 
 } // namespace
 
-std::vector<GrabLoss> LossWatch::Got(const FrameStamp& stamp, Time waited)
+LossWatch::Losses LossWatch::Got(const FrameStamp& stamp, Time waited)
 {
     Gap gap;
     gap.grab = ++grabs;
@@ -27,11 +24,11 @@ std::vector<GrabLoss> LossWatch::Got(const FrameStamp& stamp, Time waited)
     if (silent > 0) gap.silent = silent + gap.waited;
     gap.restarted = restarted;
     if (last) Compare(stamp, gap);
-    if (last || gap.silent > 0) open.push_back(gap);
+    if (last || gap.silent > 0) open.Add(gap);
     last = stamp;
     silent = 0;
     restarted = told = false;
-    return learned.size() >= learnedFrom || open.size() >= patience ? Rest() : std::vector<GrabLoss>();
+    return learned.Size() >= learnedFrom || open.Size() >= patience ? Rest() : Losses();
 }
 
 void LossWatch::Compare(const FrameStamp& stamp, Gap& gap)
@@ -53,8 +50,9 @@ void LossWatch::Compare(const FrameStamp& stamp, Gap& gap)
     if (step > 0) gap.uncounted = std::int64_t{step} - 1;
     gap.undelivered = static_cast<std::int64_t>(stamp.delivery - last->delivery) - 1;
     if (gap.time <= 0) return;
-    learned.push_back(gap.time / (Missing(gap) + 1));
-    if (learned.size() > learnedFrom) learned.erase(learned.begin());
+    const std::int64_t each = gap.time / (Missing(gap) + 1);
+    if (learned.Size() < learnedFrom) learned.Add(each);
+    else learned[oldest++ % learnedFrom] = each;
 }
 
 std::optional<GrabLoss> LossWatch::Nothing(Time waited)
@@ -72,12 +70,12 @@ void LossWatch::Restarted(Time waited)
     restarted = true;
 }
 
-std::vector<GrabLoss> LossWatch::Rest()
+LossWatch::Losses LossWatch::Rest()
 {
-    std::vector<GrabLoss> losses;
+    Losses losses;
     for (const Gap& gap : open)
-        if (GrabLoss loss; Judge(gap, loss)) losses.push_back(loss);
-    open.clear();
+        if (GrabLoss loss; Judge(gap, loss)) losses.Add(loss);
+    open.Clear();
     return losses;
 }
 
@@ -88,10 +86,10 @@ std::int64_t LossWatch::Missing(const Gap& gap) const
 
 std::int64_t LossWatch::Period() const
 {
-    if (learned.empty() || !TimesHold()) return 0;
-    std::vector<std::int64_t> sorted = learned;
+    if (learned.Empty() || !TimesHold()) return 0;
+    auto sorted = learned;
     std::sort(sorted.begin(), sorted.end());
-    return sorted[(sorted.size() - 1) / 2];
+    return sorted[(sorted.Size() - 1) / 2];
 }
 
 bool LossWatch::Judge(const Gap& gap, GrabLoss& loss) const

@@ -4,10 +4,11 @@
 
 #include <camera/GrabLoss.h>
 
+#include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace telvane::camera {
 
@@ -19,6 +20,25 @@ struct FrameStamp {
     std::uint64_t delivery = 0; ///< counted by the exchange, those that were lost or spoilt in it too
 };
 
+/// As many as can be at most, in a place of their own: while a camera films, no memory is asked for.
+template <class T, std::size_t most> class Few {
+public:
+    void Add(const T& item) { items[count++] = item; }
+    void Clear() { count = 0; }
+    std::size_t Size() const { return count; }
+    bool Empty() const { return count == 0; }
+    T& operator[](std::size_t i) { return items[i]; }
+    const T& operator[](std::size_t i) const { return items[i]; }
+    auto begin() { return items.begin(); }
+    auto end() { return items.begin() + static_cast<std::ptrdiff_t>(count); }
+    auto begin() const { return items.begin(); }
+    auto end() const { return items.begin() + static_cast<std::ptrdiff_t>(count); }
+
+private:
+    std::array<T, most> items{};
+    std::size_t count = 0;
+};
+
 /// Follows the grabs of an open camera. A frame is missing where a number was left out, the camera's or the
 /// exchange's; and where one and a half frame times have passed, for some cameras count only what
 /// they deliver. The frame time is learned, the median of the last gaps; until it is known nothing is judged.
@@ -27,11 +47,13 @@ struct FrameStamp {
 class LossWatch {
 public:
     using Time = std::chrono::nanoseconds;
+    static constexpr std::size_t patience = 10; ///< gaps that may wait to be judged
+    using Losses = Few<GrabLoss, patience>;
 
     /// A grab got a frame.
     /// \param waited  how long for it, since the last of these calls
     /// \return what is to be told now: of this grab, or of earlier ones that could not be judged before
-    std::vector<GrabLoss> Got(const FrameStamp& stamp, Time waited);
+    Losses Got(const FrameStamp& stamp, Time waited);
 
     /// A grab gave up.
     /// \return what is to be told: something at the first of several
@@ -41,7 +63,7 @@ public:
     void Restarted(Time waited);
 
     /// \return what was not judged yet, with the little that is known
-    std::vector<GrabLoss> Rest();
+    Losses Rest();
 
 private:
     /// What lies between two frames that were got.
@@ -65,10 +87,12 @@ private:
     int grabs = 0;
     std::optional<FrameStamp> last;
     bool numbersGoOn = false, numbersGoBack = false, timesGoOn = false, timesGoBack = false;
-    std::vector<std::int64_t> learned;    // the last gaps, for each frame
-    std::vector<Gap> open;                // not judged yet
-    std::int64_t silent = 0;              // since the last frame, in grabs that got none
-    bool restarted = false, told = false; // since the last frame
+    static constexpr std::size_t learnedFrom = 9; // gaps; fewer than half of them may be losses
+    Few<std::int64_t, learnedFrom> learned;       // the last gaps, for each frame
+    std::size_t oldest = 0;                       // of them
+    Few<Gap, patience> open;                      // not judged yet
+    std::int64_t silent = 0;                      // since the last frame, in grabs that got none
+    bool restarted = false, told = false;         // since the last frame
 };
 
 } // namespace telvane::camera

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdio>
 #include <new>
-#include <string>
 #include <utility>
 
 namespace raspicam {
@@ -20,11 +19,25 @@ namespace camera = telvane::camera;
 // What a camera that is not open shows. It is never written.
 unsigned char black[camera::frameBytes];
 
-// In one write each, so that a line stays whole beside those of others.
+// In one write each, so that a line stays whole beside those of others, and without asking for memory, which
+// a run may have used up.
 void Tell(const camera::GrabLoss& loss)
 {
     camera::lossesSoFar++;
-    if (camera::lossesAreTold) std::fputs((camera::LineOf(loss) + '\n').c_str(), stderr);
+    if (!camera::lossesAreTold) return;
+    camera::GrabLossLine line = camera::LineOf(loss);
+    line.Add("\n");
+    std::fwrite(line.Text().data(), 1, line.Text().size(), stderr);
+}
+
+// Null also where the camera's library finds no memory.
+std::unique_ptr<camera::Device> Started(camera::FrameExchange& frames)
+{
+    try {
+        return camera::Device::Start(frames);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -48,7 +61,7 @@ bool RaspiCam::Capture::Restart()
 {
     device.reset(); // the camera can be had once
     frames.Reopen();
-    device = camera::Device::Start(frames);
+    device = Started(frames);
     if (!device) frames.Close(); // there is nothing to wait for any more
     return device != nullptr;
 }
@@ -84,7 +97,7 @@ bool RaspiCam::open(bool)
     capture.reset(); // the camera can be had once
     std::unique_ptr<Capture> opened(new (std::nothrow) Capture);
     if (!opened || !opened->frames.Allocate(camera::frameBytes)) return false;
-    opened->device = camera::Device::Start(opened->frames);
+    opened->device = Started(opened->frames);
     if (!opened->device) return false;
     capture = std::move(opened);
     return true;

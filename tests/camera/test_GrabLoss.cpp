@@ -37,7 +37,7 @@ bool Same(const GrabLoss& a, const GrabLoss& b)
 
 TEST(GrabLoss, EachHasItsLine)
 {
-    for (const Case& c : cases) EXPECT_EQ(LineOf(c.loss), c.line);
+    for (const Case& c : cases) EXPECT_EQ(LineOf(c.loss).Text(), c.line);
 }
 
 TEST(GrabLoss, EachIsReadFromItsLine)

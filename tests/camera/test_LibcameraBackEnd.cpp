@@ -15,8 +15,12 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
+#include <new>
+#include <optional>
 #include <span>
 #include <string>
 #include <thread>
@@ -44,6 +48,14 @@ struct Script {
 
 Script* played = nullptr; // of the running test
 
+bool refuses = false; // memory for anything
+
+/// As long as it lives, there is no memory.
+struct NoMemory {
+    NoMemory() { refuses = true; }
+    ~NoMemory() { refuses = false; }
+};
+
 void Deliver(camera::FrameExchange& frames, int value)
 {
     if (unsigned char* const bytes = frames.BeginFrame()) {
@@ -53,6 +65,21 @@ void Deliver(camera::FrameExchange& frames, int value)
 }
 
 } // namespace
+
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return refuses ? nullptr : std::malloc(size);
+}
+
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    void* const place = operator new(size, std::nothrow);
+    if (place == nullptr) throw std::bad_alloc();
+    return place;
+}
+
+[[gnu::noinline]] void operator delete(void* place) noexcept { std::free(place); }
+[[gnu::noinline]] void operator delete(void* place, std::size_t) noexcept { std::free(place); }
 
 namespace telvane::camera {
 
@@ -310,6 +337,65 @@ TEST_F(LibcameraBackEnd, FramesThatASlowProgramLosesAreToldWithoutStamps)
         EXPECT_EQ(loss.grab, at);
         EXPECT_EQ(loss.frames, 2);
     }
+}
+
+TEST_F(LibcameraBackEnd, FilmsAndTellsWhatIsMissingWithoutAskingForMemory)
+{
+    camera::FrameExchange* frames = nullptr;
+    script.onStart = [&](camera::FrameExchange& exchange) { frames = &exchange; };
+    testing::internal::CaptureStderr();
+    std::string expected;
+    {
+        raspicam::RaspiCam camera;
+        ASSERT_TRUE(camera.open(true));
+        const int first = 20, last = 60;
+        for (int grab = 1; grab <= last; grab++) {
+            const int number = grab < first ? grab : 2 * grab;
+            const camera::FrameStamp stamp{static_cast<std::uint32_t>(number), grab * frameTime};
+            if (frames->BeginFrame()) frames->EndFrame(true, stamp);
+            const NoMemory none;
+            EXPECT_TRUE(camera.grab());
+        }
+        for (int grab = first; grab <= last; grab++)
+            expected += "Camera: " + std::to_string(grab == first ? 20 : 1) +
+                        (grab == first ? " frames" : " frame") + " lost before grab " + std::to_string(grab) +
+                        ", silent for 33 ms\n";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+}
+
+TEST_F(LibcameraBackEnd, LossesThatWaitAreToldAtTheEndWithoutAskingForMemory)
+{
+    testing::internal::CaptureStderr();
+    {
+        camera::FrameExchange* frames = nullptr;
+        script.onStart = [&](camera::FrameExchange& exchange) { frames = &exchange; };
+        std::optional<raspicam::RaspiCam> camera(std::in_place);
+        ASSERT_TRUE(camera->open(true));
+        for (const std::uint32_t number : {1u, 2u, 5u}) {
+            if (frames->BeginFrame()) frames->EndFrame(true, {number, number * frameTime});
+            EXPECT_TRUE(camera->grab());
+        }
+        const NoMemory none;
+        camera.reset();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Camera: 2 frames lost before grab 3, silent for 100 ms\n");
+}
+
+TEST_F(LibcameraBackEnd, DeviceWithoutMemoryToStartIsNone)
+{
+    script.patience = 100ms;
+    script.onStart = [](camera::FrameExchange&) { throw std::bad_alloc(); };
+    raspicam::RaspiCam camera;
+    EXPECT_FALSE(camera.open(true));
+    script.onStart = nullptr;
+    ASSERT_TRUE(camera.open(true));
+    script.onStart = [](camera::FrameExchange&) { throw std::bad_alloc(); };
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(camera.grab());
+    EXPECT_EQ(TheLoss(testing::internal::GetCapturedStderr()).kind, GrabLoss::Kind::none);
+    EXPECT_EQ(script.running, 0);
 }
 
 TEST_F(LibcameraBackEnd, NothingIsToldInAProgramThatDoesNotCountItsGrabs)

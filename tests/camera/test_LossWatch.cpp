@@ -8,18 +8,18 @@
 #include <functional>
 #include <limits>
 #include <string>
-#include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
 using telvane::camera::FrameStamp;
 using telvane::camera::GrabLoss;
-using telvane::camera::LineOf;
 using telvane::camera::LossWatch;
 using Kind = GrabLoss::Kind;
 
 const std::int64_t frameTime = 33'333'333; // nanoseconds
+
+std::string LineTold(const GrabLoss& loss) { return std::string(LineOf(loss).Text()); }
 
 FrameStamp StampOf(int frame)
 {
@@ -32,8 +32,8 @@ std::string Told(int grabs, const std::function<void(int, FrameStamp&)>& change)
 {
     LossWatch watch;
     std::string text;
-    const auto tell = [&](const std::vector<GrabLoss>& losses) {
-        for (const GrabLoss& loss : losses) text += LineOf(loss).substr(8) + '\n';
+    const auto tell = [&](const LossWatch::Losses& losses) {
+        for (const GrabLoss& loss : losses) text += LineTold(loss).substr(8) + '\n';
     };
     for (int grab = 1; grab <= grabs; grab++) {
         FrameStamp stamp = StampOf(grab);
@@ -47,7 +47,7 @@ std::string Told(int grabs, const std::function<void(int, FrameStamp&)>& change)
 
 std::string Lost(int frames, int grab, int silent)
 {
-    return LineOf({Kind::lost, grab, frames, silent, false}).substr(8) + '\n';
+    return LineTold({Kind::lost, grab, frames, silent, false}).substr(8) + '\n';
 }
 
 TEST(LossWatch, SaysNothingOfAWholeFilm)
@@ -245,7 +245,7 @@ TEST(LossWatch, SilenceIsToldAtItsFirstGrabAndAtItsEnd)
 {
     LossWatch watch;
     std::string text;
-    const auto tell = [&](const GrabLoss& loss) { text += LineOf(loss).substr(8) + '\n'; };
+    const auto tell = [&](const GrabLoss& loss) { text += LineTold(loss).substr(8) + '\n'; };
     for (int grab = 1; grab <= 12; grab++)
         for (const GrabLoss& loss : watch.Got(StampOf(grab), 7ms)) tell(loss);
     watch.Restarted(2000ms);
@@ -263,7 +263,7 @@ TEST(LossWatch, SilenceIsToldAtItsFirstGrabAndAtItsEnd)
     text.clear();
     stamp = StampOf(314);
     stamp.sequence = 1;
-    EXPECT_TRUE(watch.Got(stamp, 5ms).empty());
+    EXPECT_TRUE(watch.Got(stamp, 5ms).Empty());
 
     // A second time it is not started anew.
     const auto second = watch.Nothing(2000ms);
@@ -279,7 +279,7 @@ TEST(LossWatch, SilenceIsToldAtItsFirstGrabAndAtItsEnd)
 TEST(LossWatch, NumbersOfACameraThatWasStartedAnewBeginAgainAndCount)
 {
     LossWatch watch;
-    for (int grab = 1; grab <= 12; grab++) EXPECT_TRUE(watch.Got(StampOf(grab), 7ms).empty());
+    for (int grab = 1; grab <= 12; grab++) EXPECT_TRUE(watch.Got(StampOf(grab), 7ms).Empty());
     watch.Restarted(100ms);
     std::string text;
     for (const int frame : {16, 17, 19, 20}) { // 18 is missing by its number alone
@@ -287,7 +287,7 @@ TEST(LossWatch, NumbersOfACameraThatWasStartedAnewBeginAgainAndCount)
         stamp.sequence -= 16;
         stamp.time = StampOf(frame < 18 ? frame : frame - 1).time;
         stamp.delivery = static_cast<std::uint64_t>(frame < 18 ? frame + 100 : frame + 99);
-        for (const GrabLoss& loss : watch.Got(stamp, 5ms)) text += LineOf(loss) + '\n';
+        for (const GrabLoss& loss : watch.Got(stamp, 5ms)) text += LineTold(loss) + '\n';
     }
     EXPECT_EQ(text, "Camera: 3 frames lost before grab 13, silent for 133 ms, restarted\n"
                     "Camera: 1 frame lost before grab 15, silent for 33 ms\n");
@@ -297,7 +297,7 @@ TEST(LossWatch, LossesAreNotKeptBackWhereNoTimesComeToJudgeThemBy)
 {
     LossWatch watch;
     std::size_t told = 0;
-    for (std::uint64_t grab = 1; grab <= 11; grab++) told += watch.Got({0, 0, 0, 2 * grab}, 7ms).size();
+    for (std::uint64_t grab = 1; grab <= 11; grab++) told += watch.Got({0, 0, 0, 2 * grab}, 7ms).Size();
     EXPECT_EQ(told, 10u);
 }
 
@@ -305,22 +305,22 @@ TEST(LossWatch, SilenceBeforeTheFirstFrameIsToldOnceFrameTimesAreKnown)
 {
     LossWatch watch;
     watch.Restarted(2000ms);
-    for (int grab = 1; grab <= 9; grab++) EXPECT_TRUE(watch.Got(StampOf(grab), 500ms).empty()) << grab;
-    const std::vector<GrabLoss> losses = watch.Got(StampOf(10), 5ms);
-    ASSERT_EQ(losses.size(), 1u);
-    EXPECT_EQ(LineOf(losses[0]), "Camera: 74 frames lost before grab 1, silent for 2500 ms, restarted");
-    EXPECT_TRUE(watch.Rest().empty());
+    for (int grab = 1; grab <= 9; grab++) EXPECT_TRUE(watch.Got(StampOf(grab), 500ms).Empty()) << grab;
+    const LossWatch::Losses losses = watch.Got(StampOf(10), 5ms);
+    ASSERT_EQ(losses.Size(), 1u);
+    EXPECT_EQ(LineTold(losses[0]), "Camera: 74 frames lost before grab 1, silent for 2500 ms, restarted");
+    EXPECT_TRUE(watch.Rest().Empty());
 }
 
 TEST(LossWatch, SilenceLosesAtLeastOneFrameWhereTheFrameTimeIsNotKnown)
 {
     LossWatch watch;
-    EXPECT_TRUE(watch.Got({}, 1ms).empty());
+    EXPECT_TRUE(watch.Got({}, 1ms).Empty());
     watch.Restarted(20ms);
-    EXPECT_TRUE(watch.Got({}, 10ms).empty());
-    const std::vector<GrabLoss> losses = watch.Rest();
-    ASSERT_EQ(losses.size(), 1u);
-    EXPECT_EQ(LineOf(losses[0]), "Camera: 1 frame lost before grab 2, silent for 30 ms, restarted");
+    EXPECT_TRUE(watch.Got({}, 10ms).Empty());
+    const LossWatch::Losses losses = watch.Rest();
+    ASSERT_EQ(losses.Size(), 1u);
+    EXPECT_EQ(LineTold(losses[0]), "Camera: 1 frame lost before grab 2, silent for 30 ms, restarted");
 }
 
 } // namespace
