@@ -9,6 +9,10 @@ namespace telvane {
 
 namespace {
 
+// Places come from sines and roots, whose last bits differ from machine to machine. What differs by less is
+// the same, and the first place of those that are equally good is taken, on all of them.
+constexpr double slack = 1e-6;
+
 LabelBox Grown(const LabelBox& box, double by)
 {
     return {box.left - by, box.top - by, box.right + by, box.bottom + by};
@@ -16,12 +20,20 @@ LabelBox Grown(const LabelBox& box, double by)
 
 bool Overlap(const LabelBox& a, const LabelBox& b)
 {
-    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+    return a.left < b.right - slack && b.left < a.right - slack && a.top < b.bottom - slack &&
+           b.top < a.bottom - slack;
+}
+
+bool Inside(const LabelBox& box, const LabelBox& room)
+{
+    return box.left >= room.left - slack && box.top >= room.top - slack && box.right <= room.right + slack &&
+           box.bottom <= room.bottom + slack;
 }
 
 /// Whether a line has a point inside: it is clipped at the four edges.
-bool Meets(const LabelBox& box, Place from, Place to)
+bool Meets(const LabelBox& exactly, Place from, Place to)
 {
+    const LabelBox box = Grown(exactly, slack);
     const double dx = to.x - from.x, dy = to.y - from.y;
     const double ways[][2] = {{-dx, from.x - box.left},
                               {dx, box.right - from.x},
@@ -43,15 +55,19 @@ bool Meets(const LabelBox& box, Place centre, double radius)
     const double nearY = std::clamp(centre.y, box.top, box.bottom) - centre.y;
     const double farX = std::max(centre.x - box.left, box.right - centre.x);
     const double farY = std::max(centre.y - box.top, box.bottom - centre.y);
-    return std::hypot(nearX, nearY) <= radius && radius <= std::hypot(farX, farY);
+    return std::hypot(nearX, nearY) <= radius + slack && radius <= std::hypot(farX, farY) + slack;
 }
 
-/// Twice the area of a triangle, with a sign for the sense in which its corners follow each other.
-double Area(Place a, Place b, Place c) { return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x); }
+/// The sense in which the corners of a triangle follow each other: 1, -1, or 0 where they lie on a line.
+int Side(Place a, Place b, Place c)
+{
+    const double twiceTheArea = (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    return twiceTheArea > slack ? 1 : twiceTheArea < -slack ? -1 : 0;
+}
 
 bool Cross(Place a, Place b, Place c, Place d)
 {
-    return Area(a, b, c) * Area(a, b, d) < 0 && Area(c, d, a) * Area(c, d, b) < 0;
+    return Side(a, b, c) * Side(a, b, d) < 0 && Side(c, d, a) * Side(c, d, b) < 0;
 }
 
 Place Nearest(const LabelBox& box, Place to)
@@ -72,19 +88,13 @@ void Labels::AddLine(Place from, Place to, int mark, bool key) { lines.push_back
 
 void Labels::AddCircle(Place centre, double radius, int mark) { rings.push_back({centre, radius, mark}); }
 
-bool Labels::InPicture(Place place) const
-{
-    return place.x >= picture.left && place.x <= picture.right && place.y >= picture.top &&
-           place.y <= picture.bottom;
-}
+bool Labels::InPicture(Place place) const { return Inside({place.x, place.y, place.x, place.y}, picture); }
 
 bool Labels::Fits(const LabelBox& box) const
 {
     const LabelBox room = Grown(picture, -0.15 * letters), wide = Grown(box, 0.12 * letters);
-    return box.left >= room.left && box.top >= room.top && box.right <= room.right &&
-           box.bottom <= room.bottom && std::none_of(names.begin(), names.end(), [&](const LabelBox& name) {
-               return Overlap(name, wide);
-           });
+    return Inside(box, room) && std::none_of(names.begin(), names.end(),
+                                             [&](const LabelBox& name) { return Overlap(name, wide); });
 }
 
 double Labels::CostOf(const LabelBox& box, int mark) const
@@ -121,7 +131,7 @@ PlacedLabel Labels::At(const LabelBox& box, Place anchor, double side) const
     placed.text = {side > 0 ? box.left : side < 0 ? box.right : middle, Middle(box.top, box.bottom)};
     const Place edge = Nearest(box, anchor);
     // Smaller letters keep to the side where the words begin or end.
-    if (std::hypot(edge.x - anchor.x, edge.y - anchor.y) > letters)
+    if (std::hypot(edge.x - anchor.x, edge.y - anchor.y) > letters + slack)
         placed.leader = Place{placed.text.x, edge.y};
     return placed;
 }
@@ -139,22 +149,22 @@ std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
                  [&](const LabelAnchor& anchor) { return InPicture(anchor.at); });
     if (seen.empty()) return std::nullopt;
 
-    // Near, over as few lines as can be; the first of those that cost the same.
+    // Near, over as few lines as can be; of those that cost the same, beside the first of the places.
     std::optional<PlacedLabel> best;
     double least = 0;
     const auto weigh = [&](const LabelBox& box, Place anchor, double side) {
         const PlacedLabel label = At(box, anchor, side);
         const Place edge = label.leader.value_or(Nearest(box, anchor));
         double cost = std::hypot(edge.x - anchor.x, edge.y - anchor.y) / letters;
-        if ((best && cost >= least) || !Fits(box)) return;
+        if ((best && cost >= least - slack) || !Fits(box)) return;
         cost += CostOf(box, mark) + (label.leader ? CostOf(anchor, edge) : 0);
-        if (best && cost >= least) return;
+        if (best && cost >= least - slack) return;
         best = label;
         least = cost;
     };
     for (const double away : {0.35, 0.7, 1.2, 2.0, 3.0, 4.5, 6.5}) {
-        for (const double turn : {0.0, 45.0, -45.0, 90.0, -90.0, 135.0, -135.0, 180.0}) {
-            for (const LabelAnchor& anchor : seen) {
+        for (const LabelAnchor& anchor : seen) {
+            for (const double turn : {0.0, 45.0, -45.0, 90.0, -90.0, 135.0, -135.0, 180.0}) {
                 const double angle = (anchor.degrees + turn) * std::numbers::pi / 180;
                 const double dx = std::cos(angle), dy = std::sin(angle);
                 // Beside, above or below, or with a corner towards the anchor.
@@ -173,7 +183,7 @@ std::optional<PlacedLabel> Labels::Add(const std::string& words, int mark,
         for (int row = 1; row < rows; row++)
             for (int column = 0; column < columns; column++) {
                 const double x = picture.left + halfWidth + column * letters;
-                weigh(around({x, picture.top + row * halfHeight}), from, x > from.x ? 1 : -1);
+                weigh(around({x, picture.top + row * halfHeight}), from, x > from.x + slack ? 1 : -1);
             }
     }
     if (!best) return std::nullopt;

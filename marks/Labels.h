@@ -47,7 +47,8 @@ public:
 
     bool InPicture(Place place) const;
 
-    /// Anchors outside the picture do not count. \return nothing where none is left, or no room
+    /// The best anchor comes first; those outside the picture do not count. \return nothing where none is
+    /// left, or no room
     std::optional<PlacedLabel> Add(const std::string& words, int mark,
                                    const std::vector<LabelAnchor>& anchors);
 

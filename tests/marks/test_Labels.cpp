@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <string>
+#include <tuple>
+#include <vector>
 
 using namespace telvane;
 
@@ -24,7 +28,7 @@ double Gap(const LabelBox& box, const Place& place)
                       std::max({box.top - place.y, place.y - box.bottom, 0.0}));
 }
 
-/// Beside the middle of the picture; which of the places that cost the same is taken is open.
+/// Beside the middle of the picture.
 void ExpectBeside(const LabelBox& box)
 {
     EXPECT_NEAR(box.right - box.left, 48, 1e-9);
@@ -51,6 +55,63 @@ PlacedLabel Alone(double degrees)
 TEST(Labels, StandSevenPixelsBesideTheirPlace)
 {
     for (double degrees = -180; degrees <= 360; degrees += 45) ExpectBeside(Alone(degrees).box);
+}
+
+TEST(Labels, OfPlacesThatAreEquallyGoodTheFirstIsTaken)
+{
+    for (int step = 0; step < 8; step++) {
+        const LabelBox box = Alone(45 * step).box;
+        const int x = box.left > middle.x ? 1 : box.right < middle.x ? -1 : 0;
+        const int y = box.top > middle.y ? 1 : box.bottom < middle.y ? -1 : 0;
+        const int sideX[] = {1, 1, 0, -1, -1, -1, 0, 1}, sideY[] = {0, 1, 1, 1, 0, -1, -1, -1};
+        EXPECT_EQ(x, sideX[step]) << step;
+        EXPECT_EQ(y, sideY[step]) << step;
+    }
+}
+
+TEST(Labels, AllSidesOfTheFirstPlaceComeBeforeTheNext)
+{
+    for (const int last : {-135, -90, 0, 135, 180}) {
+        // Round the first place all is taken, but for one side.
+        Labels labels = Picture();
+        const double angle = last * 3.14159265358979 / 180;
+        labels.AddLine({500 - 9 * std::cos(angle), 400 - 9 * std::sin(angle)},
+                       {500 - 60 * std::cos(angle), 400 - 60 * std::sin(angle)}, 7);
+        const LabelBox box = Placed(labels, {{middle, last + 180.0}, {{800, 400}, 0}}).box;
+        ExpectBeside(box);
+    }
+}
+
+TEST(Labels, TheLastBitsOfWhatIsDrawnMoveNoName)
+{
+    // Names among marks that touch each other, end at the picture's edge, and mirror each other.
+    const auto placed = [](const std::function<double(double)>& bent) {
+        const auto at = [&](double x, double y) { return Place{bent(x), bent(y)}; };
+        Labels labels = Picture();
+        labels.AddLine(at(500, 400), at(526, 400), 1);
+        labels.AddLine(at(0, 426), at(999.5, 426), 2);
+        labels.AddCircle(at(500, 400), bent(100), 3);
+        labels.AddCircle(at(700, 400), bent(100), 4);
+        std::vector<PlacedLabel> all;
+        for (const auto& [x, y] : {std::pair{500.0, 400.0}, {600.0, 400.0}, {-0.5, -0.5}, {999.5, 426.0}})
+            for (double degrees = 0; degrees < 360; degrees += 45)
+                all.push_back(Placed(labels, {{at(x, y), degrees}, {at(500, 300), degrees + 90}}));
+        return all;
+    };
+    const std::vector<PlacedLabel> exact = placed([](double number) { return number; });
+    for (const int seed : {1, 2, 3, 4, 5, 6, 7, 8}) {
+        int state = seed;
+        const std::vector<PlacedLabel> bent = placed([&](double number) {
+            state = (state * 421 + 1663) % 7875;
+            return number + (state - 3900) * 1e-14;
+        });
+        for (std::size_t i = 0; i < exact.size(); i++) {
+            EXPECT_NEAR(bent[i].box.left, exact[i].box.left, 1e-6) << i;
+            EXPECT_NEAR(bent[i].box.top, exact[i].box.top, 1e-6) << i;
+            EXPECT_STREQ(bent[i].align, exact[i].align) << i;
+            EXPECT_EQ(bent[i].leader.has_value(), exact[i].leader.has_value()) << i;
+        }
+    }
 }
 
 TEST(Labels, BeginOrEndAtTheirPlace)
