@@ -54,13 +54,6 @@ nlohmann::ordered_json AsJson(const toml::node& node)
     return nullptr; // dates, times and tables
 }
 
-const RunOption* OptionNamed(std::string_view name)
-{
-    for (const RunOption& option : OptionTable())
-        if (option.inFile && name == option.name) return &option;
-    return nullptr;
-}
-
 } // namespace
 
 std::string ReadConfig(const std::string& file, Request& request)
@@ -95,7 +88,8 @@ std::string ReadConfigText(const std::string& file, const std::string& text, Req
     for (const auto& [key, node] : entries) {
         const std::string name(key->str());
         const RunOption* const option = OptionNamed(name);
-        if (option == nullptr) return At(file, key->source()) + ": there is no option '" + name + "'";
+        if (option == nullptr || !option->inFile)
+            return At(file, key->source()) + ": there is no option '" + name + "'";
         const std::string where = At(file, node->source()) + ": " + name;
         Value value;
         if (node->is_date() || node->is_time() || node->is_date_time() || node->is_table())

@@ -372,6 +372,13 @@ const std::vector<RunOption>& OptionTable()
     return options;
 }
 
+const RunOption* OptionNamed(std::string_view name)
+{
+    for (const RunOption& option : OptionTable())
+        if (name == option.name) return &option;
+    return nullptr;
+}
+
 std::string ReadWords(const RunOption& option, const std::vector<std::string>& words, Value& value)
 {
     if (words.size() > option.most && option.most > 1) return TooOften(option);

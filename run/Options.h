@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -69,6 +70,9 @@ struct RunOption {
 };
 
 const std::vector<RunOption>& OptionTable();
+
+/// Without dashes; null where there is none of this name.
+const RunOption* OptionNamed(std::string_view name);
 
 /// Reads what stands behind an option on the command line, the words of each time that it is given.
 /// \return nothing, or what is wrong: "'3OO' is not a whole number of 0 or more"

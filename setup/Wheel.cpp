@@ -25,13 +25,6 @@ constexpr std::array<std::string_view, 14> pageOptions = {
     "inner",  "outer",  "teeth", "sense", "region", "centre-in-region", "method",
     "offset", "angles", "count", "p1",    "p2",     "background",       "mask"};
 
-const RunOption* OptionNamed(std::string_view name)
-{
-    for (const RunOption& option : OptionTable())
-        if (name == option.name) return &option;
-    return nullptr;
-}
-
 bool OnPage(std::string_view name)
 {
     return std::find(pageOptions.begin(), pageOptions.end(), name) != pageOptions.end();

@@ -21,14 +21,13 @@ RunDocument Sample()
                                      {"region", "560,540"},
                                      {"sense", "cw"},
                                      {"method", "votes"},
-                                     {"mask", "1,2,3,4"}})
-        for (const RunOption& option : OptionTable()) {
-            Value value;
-            if (name != option.name) continue;
-            EXPECT_EQ(ReadWords(option, {text}, value), "");
-            option.store(d.request, value);
-            d.request.given[name] = name;
-        }
+                                     {"mask", "1,2,3,4"}}) {
+        const RunOption& option = *OptionNamed(name);
+        Value value;
+        EXPECT_EQ(ReadWords(option, {text}, value), "");
+        option.store(d.request, value);
+        d.request.given[name] = name;
+    }
     EXPECT_EQ(Complete(d.request), "");
     d.started = "2026-11-21T23:09:04Z";
     d.folder = "runs/x";

@@ -20,8 +20,7 @@ namespace {
 
 const RunOption& Option(const std::string& name)
 {
-    for (const RunOption& option : OptionTable())
-        if (name == option.name) return option;
+    if (const RunOption* const option = OptionNamed(name)) return *option;
     throw std::runtime_error("no option " + name);
 }
 
