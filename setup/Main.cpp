@@ -88,13 +88,6 @@ std::string RunProgram()
                : built.lexically_normal().string();
 }
 
-[[noreturn]] void EndWithoutMemory()
-{
-    static const char words[] = "telvane-setup: not enough memory\n";
-    [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, words, sizeof words - 1);
-    _exit(1);
-}
-
 int Main(int argc, char** argv)
 {
     // Memory may be short in any thread, and an exception would end up nowhere in most of them.

@@ -166,7 +166,7 @@ void HoldStandardStreams()
 }
 
 /// An exception for which there is no memory, or which may not leave where it was thrown, ends here.
-[[noreturn]] void EndWithoutMemory()
+[[noreturn]] void EndUncaught()
 {
     try {
         if (const std::exception_ptr thrown = std::current_exception()) std::rethrow_exception(thrown);
@@ -174,10 +174,12 @@ void HoldStandardStreams()
     } catch (...) {
         std::abort();
     }
-    std::_Exit(TellWithoutMemory());
+    EndWithoutMemory();
 }
 
 } // namespace
+
+void EndWithoutMemory() { std::_Exit(TellWithoutMemory()); }
 
 Tool::Tool(const char* name, int withoutMemory)
 {
@@ -185,7 +187,7 @@ Tool::Tool(const char* name, int withoutMemory)
     toolName = name;
     statusWithoutMemory = withoutMemory;
     std::set_new_handler(EndWithoutMemory);
-    std::set_terminate(EndWithoutMemory);
+    std::set_terminate(EndUncaught);
 }
 
 int Tool::Run(int (*run)(int argc, char** argv), int argc, char** argv) const

@@ -101,6 +101,9 @@ public:
     int Run(int (*run)(int argc, char** argv), int argc, char** argv) const;
 };
 
+/// The end of a Tool that has no memory, on any of its threads: at once, without a destructor.
+[[noreturn]] void EndWithoutMemory();
+
 } // namespace telvane
 
 #endif

@@ -11,6 +11,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace telvane;
@@ -195,7 +196,19 @@ TEST(Tools, WithoutMemoryTheySaySoWithTheirStatus)
 {
     static const Body lacks = [](int, char**) -> int { throw std::bad_alloc(); };
     const Body whereNothingIsThrown = [](int argc, char** argv) noexcept { return lacks(argc, argv); };
-    for (const Body body : {lacks, whereNothingIsThrown}) {
+    const Body whileAnotherIsHandled = [](int, char**) {
+        try {
+            throw 1;
+        } catch (int) {
+            EndWithoutMemory();
+        }
+        return 0;
+    };
+    const Body onAnotherThread = [](int, char**) {
+        std::thread(EndWithoutMemory).join();
+        return 0;
+    };
+    for (const Body body : {lacks, whereNothingIsThrown, whileAnotherIsHandled, onAnotherThread}) {
         const Finished run = Ran(body, {});
         EXPECT_EQ(run.status, 9);
         EXPECT_EQ(run.err, "tool: not enough memory\n");
