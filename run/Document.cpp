@@ -95,9 +95,14 @@ Json ToJson(const RunDocument& d, const Json& judgement)
     return json;
 }
 
+Json ParseRunDocument(const std::string& text)
+{
+    return ParseJson(text, 32); // it has some five levels
+}
+
 std::string ReadRunDocument(const std::string& text, RunDocument& document)
 {
-    const Json json = ParseJson(text, 32); // its own have some five levels
+    const Json json = ParseRunDocument(text);
     if (json.is_discarded()) return "not a JSON document";
     const std::string found = VersionOf(json);
     if (found.empty()) return "not the document of a run";
@@ -136,7 +141,7 @@ bool HoldsRun(const std::string& folder)
 {
     std::string text;
     if (!ReadWhole((std::filesystem::path(folder) / runDocumentName).string(), text).empty()) return false;
-    return VersionOf(Json::parse(text, nullptr, false)).rfind(family, 0) == 0;
+    return VersionOf(ParseRunDocument(text)).rfind(family, 0) == 0;
 }
 
 } // namespace telvane

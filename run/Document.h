@@ -35,6 +35,9 @@ struct RunDocument {
 /// \param judgement  what JudgementJson gives
 nlohmann::ordered_json ToJson(const RunDocument& document, const nlohmann::ordered_json& judgement);
 
+/// The text of a run.json; discarded where it is no JSON or nested deeper than any of them.
+nlohmann::ordered_json ParseRunDocument(const std::string& text);
+
 /// Reads the arguments and the outcome back from the text of a run.json.
 /// \return nothing, or what is wrong
 std::string ReadRunDocument(const std::string& text, RunDocument& document);

@@ -3,6 +3,7 @@
 
 #include <diagnosis/Diagnosis.h>
 #include <report/Document.h>
+#include <run/Document.h>
 #include <run/Process.h>
 #include <tools/Files.h>
 #include <tools/Text.h>
@@ -266,7 +267,7 @@ Session::Trial Session::RunTrial(const Request& run, const std::string& toml)
         return {Failure(program + ": " + why), ""};
     }
     ReadWhole(runs + "/latest/report.html", page);
-    Json json = Json::parse(document, nullptr, false);
+    Json json = ParseRunDocument(document);
     if (!json.is_object()) return {Failure(program + " wrote no JSON"), ""};
     json["problem"] = nullptr;
     return {std::move(json), std::move(page)};

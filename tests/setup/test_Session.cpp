@@ -259,6 +259,24 @@ TEST_F(SessionOfTest, TryingTakesFramesByThePeriodsOfTheWheel)
     EXPECT_EQ(Tried()["problem"], (folder / "run") + " wrote no JSON");
 }
 
+TEST_F(SessionOfTest, AResultThatIsNestedDeeplyIsNone)
+{
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("films"));
+    const auto nested = [](int levels) {
+        const auto count = static_cast<std::size_t>(levels - 1); // the document itself is one
+        return "{\"a\": " + std::string(count, '[') + std::string(count, ']') + "}";
+    };
+    StandIn("mkdir -p \"$6/latest\"; cp '" + (folder / "result") + "' \"$6/latest/run.json\"");
+    folder.Write("result", nested(20));
+    EXPECT_TRUE(Tried()["problem"].is_null());
+    for (const int levels : {100, 1000000}) {
+        folder.Write("result", nested(levels));
+        EXPECT_EQ(Tried()["problem"], (folder / "run") + " wrote no JSON") << levels;
+    }
+}
+
 TEST_F(SessionOfTest, EachPathHasItsAnswer)
 {
     EXPECT_EQ(session.SetWheel(wheelJson), "");
