@@ -133,7 +133,7 @@ void Film::Run()
         }
         if (reel.sequence) lost = std::move(reel.sequence->order);
         reel.sequence.reset();
-        if (lost) lost->work(nullptr);
+        if (lost) lost->work(nullptr, state);
         Sleep(Clock::now() + again);
         due = Clock::now();
     };
@@ -177,7 +177,7 @@ void Film::Run()
             const unsigned losses = camera::lossesSoFar;
             if (sequence.taken > 0 && losses != sequence.losses) {
                 if (sequence.retakes-- == 0) {
-                    fail(CameraState::silent);
+                    fail(CameraState::loses);
                     continue;
                 }
                 sequence.taken = sequence.pass = 0; // what was lost would look like a leap of the wheel
@@ -194,7 +194,7 @@ void Film::Run()
             if (++sequence.taken < sequence.order.count) continue;
             const std::unique_ptr<Reel::Sequence> done = std::move(reel.sequence);
             SayWorking(true);
-            done->order.work(&done->frames);
+            done->order.work(&done->frames, CameraState::films);
             SayWorking(false);
             const std::lock_guard lock(mutex);
             order.reset();

@@ -30,8 +30,9 @@ struct Shown {
 enum class CameraState {
     opening,
     films,
-    away,  ///< it does not open: it is not there, or another program has it
-    silent ///< it is open and sends no pictures
+    away,   ///< it does not open: it is not there, or another program has it
+    silent, ///< it is open and sends no pictures
+    loses   ///< it sends pictures, but some are missing whenever a sequence is taken
 };
 
 struct FigureSet {
@@ -95,8 +96,9 @@ public:
     /// A sequence of frames as the program would take it.
     struct Order {
         int count = 1, period1 = 1, period2 = 1;
-        /// Gets the frames, or null if the camera failed. Called on the thread that films.
-        std::function<void(CubByte* frames)> work;
+        /// Gets the frames, or null if the camera failed, and what became of the camera. Called on the thread
+        /// that films.
+        std::function<void(CubByte* frames, CameraState camera)> work;
     };
     /// \return false while another order is not done
     bool Take(Order wanted);

@@ -30,8 +30,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr int measuredFrames = 15;
 
-const char noFrames[] = "The camera failed while the frames were taken.";
-
 struct CameraWords {
     const char *name, *text;
 };
@@ -44,8 +42,19 @@ CameraWords WordsFor(CameraState state)
         return {"away",
                 "The camera does not open: it is not there, or another program has it. Trying again."};
     case CameraState::silent: return {"silent", "The camera sends no pictures. Opening it again."};
+    case CameraState::loses:
+        return {"loses", "The camera sends pictures, but some are missing. Opening it again."};
     }
     return {"", ""};
+}
+
+/// Why there are no frames.
+const char* NoFrames(CameraState state)
+{
+    return state == CameraState::loses ? "Pictures were missing each time that the frames were taken: see to "
+                                         "this computer's load, and "
+                                         "to the camera's cable and power supply."
+                                       : "The camera failed while the frames were taken.";
 }
 
 /// A folder of this program's own that goes with its object, and where the program was killed with the next
@@ -106,9 +115,9 @@ private:
 };
 
 /// \return nothing, or why not all frames could be written
-std::string WriteFrames(CubByte* frames, const std::string& folder)
+std::string WriteFrames(CubByte* frames, CameraState state, const std::string& folder)
 {
-    if (!frames) return noFrames;
+    if (!frames) return NoFrames(state);
     for (int i = 0; i < frames->dim3; i++) {
         const std::string name = folder + "/img" + std::to_string(i + 1) + ".bmp";
         errno = 0;
@@ -193,8 +202,8 @@ std::string Session::Measure()
     Request run;
     const bool known = CompleteRun(wheel, run).empty();
     run.arguments.count = measuredFrames;
-    const auto work = [this, known, arguments = run.arguments](CubByte* frames) {
-        if (!frames) return EndMeasure(Failure(noFrames));
+    const auto work = [this, known, arguments = run.arguments](CubByte* frames, CameraState state) {
+        if (!frames) return EndMeasure(Failure(NoFrames(state)));
         RunSeen seen{*frames, {}, {}, {}, {}, {}}; // a copy shares the frames, an assignment would not
         if (known) seen.arguments = arguments;
         EndMeasure(JudgementJson(Diagnose(seen)));
@@ -246,8 +255,9 @@ Session::Trial Session::RunTrial(const Request& run, const std::string& toml)
     std::error_code failure;
     std::filesystem::create_directory(frames, failure);
     if (failure) return {Failure(frames + ": " + failure.message()), ""};
-    if (!film.Take({a.count, a.period1, a.period2,
-                    [written, frames](CubByte* taken) { written->set_value(WriteFrames(taken, frames)); }}))
+    if (!film.Take({a.count, a.period1, a.period2, [written, frames](CubByte* taken, CameraState state) {
+                        written->set_value(WriteFrames(taken, state, frames));
+                    }}))
         return {Failure("A sequence is being taken already."), ""};
     if (const std::string text = problem.get(); !text.empty()) return {Failure(text), ""};
     if (const std::string text = WriteWhole(file, toml); !text.empty())

@@ -107,8 +107,9 @@ protected:
     {
         const auto taken = std::make_shared<std::promise<Greys>>();
         std::future<Greys> future = taken->get_future();
-        const Film::Order order{count, period1, period2, [taken](CubByte* frames) {
+        const Film::Order order{count, period1, period2, [this, taken](CubByte* frames, CameraState state) {
                                     Greys greys;
+                                    lastState = state;
                                     for (int i = 0; frames && i < frames->dim3; i++)
                                         greys.push_back((*frames)(640, 480, i));
                                     taken->set_value(greys);
@@ -126,6 +127,7 @@ protected:
     }
 
     Film film;
+    std::atomic<CameraState> lastState; ///< of the camera, as the last sequence was told
 };
 
 } // namespace
@@ -135,8 +137,10 @@ TEST_F(FilmOfTest, ASequenceHasTheCamerasFramesByItsPeriods)
     film.Start();
     ASSERT_TRUE(WaitFor(CameraState::films));
     EXPECT_EQ(Steps(Take(15, 1, 1).get()), Greys(14, 1));
-    EXPECT_TRUE(Wait([&] { return film.Take({1, 1, 1, [](CubByte*) {}}); })) << "the next one can be taken";
-    EXPECT_TRUE(Wait([&] { return film.Take({1, 1, 1, [](CubByte*) {}}); }));
+    EXPECT_TRUE(Wait([&] {
+        return film.Take({1, 1, 1, [](CubByte*, CameraState) {}});
+    })) << "the next one can be taken";
+    EXPECT_TRUE(Wait([&] { return film.Take({1, 1, 1, [](CubByte*, CameraState) {}}); }));
     EXPECT_EQ(Steps(Take(6, 3, 1).get()), (Greys{3, 1, 3, 1, 3}));
     EXPECT_EQ(Take(1, 50, 50).get().size(), 1u);
 }
@@ -154,8 +158,8 @@ TEST_F(FilmOfTest, ASequenceIsTakenWithViewersAndFiguresUnderWay)
 
 TEST_F(FilmOfTest, OneSequenceIsTakenAtATime)
 {
-    EXPECT_TRUE(film.Take({1, 1, 1, [](CubByte*) {}}));
-    EXPECT_FALSE(film.Take({1, 1, 1, [](CubByte*) {}}));
+    EXPECT_TRUE(film.Take({1, 1, 1, [](CubByte*, CameraState) {}}));
+    EXPECT_FALSE(film.Take({1, 1, 1, [](CubByte*, CameraState) {}}));
 }
 
 TEST_F(FilmOfTest, ACameraThatFailsDuringASequenceIsToldAndOpenedAgain)
@@ -164,6 +168,7 @@ TEST_F(FilmOfTest, ACameraThatFailsDuringASequenceIsToldAndOpenedAgain)
     ASSERT_TRUE(WaitFor(CameraState::films));
     goodGrabs = 8;
     EXPECT_EQ(Take(50, 1, 1).get(), Greys());
+    EXPECT_EQ(lastState, CameraState::silent);
     EXPECT_TRUE(WaitFor(CameraState::silent));
     goodGrabs = 1 << 30;
     EXPECT_TRUE(WaitFor(CameraState::films));
@@ -182,6 +187,8 @@ TEST_F(FilmOfTest, ASequenceThatTheCameraLosesFramesOfIsTakenAnew)
     EXPECT_LE(lossIn, 0) << "it was lost";
     losesAlways = true;
     EXPECT_EQ(Take(20, 1, 1).get(), Greys()) << "there is no end to it";
+    EXPECT_EQ(lastState, CameraState::loses) << "it does send pictures";
+    EXPECT_TRUE(WaitFor(CameraState::loses));
     losesAlways = false;
     EXPECT_EQ(Take(3, 1, 1).get().size(), 3u);
 }
@@ -193,6 +200,7 @@ TEST_F(FilmOfTest, ACameraThatIsAwayComesBack)
     ASSERT_TRUE(WaitFor(CameraState::away));
     EXPECT_EQ(film.State().pictures, 0u);
     EXPECT_EQ(Take(3, 1, 1).get(), Greys()) << "nobody waits for it for ever";
+    EXPECT_EQ(lastState, CameraState::away);
     opens = true;
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_TRUE(WaitFor(CameraState::films));
@@ -229,7 +237,7 @@ TEST_F(FilmOfTest, StoppingGivesTheCameraBackAndLeavesNoOrderWaiting)
     EXPECT_EQ(closed, 1);
     EXPECT_EQ(order.wait_for(0s), std::future_status::ready);
     EXPECT_EQ(order.get(), Greys());
-    EXPECT_FALSE(film.Take({1, 1, 1, [](CubByte*) {}}));
+    EXPECT_FALSE(film.Take({1, 1, 1, [](CubByte*, CameraState) {}}));
     EXPECT_TRUE(film.Stop()) << "once more does nothing";
 }
 

@@ -1,5 +1,6 @@
 // What the page is told, without the program: a session with a camera that the test plays, the answer to
 // every path, what the command line asks for, and how long the server waits for its clients.
+#include <camera/GrabLoss.h>
 #include <setup/Arguments.h>
 #include <setup/Reply.h>
 #include <setup/Server.h>
@@ -34,7 +35,7 @@ enum class Shows {
     halfTooth ///< a wheel that turns by half a tooth
 };
 std::atomic<Shows> shows;
-std::atomic<bool> opens;
+std::atomic<bool> opens, loses; ///< loses: one picture before each that comes
 std::atomic<int> goodGrabs;
 std::atomic<bool> stuck, waiting; // the grab that is under way is to wait, and does so
 
@@ -78,6 +79,7 @@ bool RaspiCam::grab()
     for (; stuck; std::this_thread::sleep_for(1ms)) waiting = true;
     waiting = false;
     if (goodGrabs-- <= 0) return false;
+    if (loses) camera::lossesSoFar++;
     grabs++;
     const Shows what = shows;
     for (std::size_t i = 0; i < buffer.size() / 3; i++)
@@ -101,7 +103,7 @@ void PlayFromTheStart()
 {
     shows = Shows::counts;
     opens = true;
-    stuck = waiting = false;
+    stuck = waiting = loses = false;
     goodGrabs = 1 << 30;
 }
 
@@ -168,6 +170,27 @@ TEST_F(SessionOfTest, TheCamerasStateIsToldInWords)
     goodGrabs = 0;
     ASSERT_TRUE(WaitForCamera("silent"));
     EXPECT_EQ(session.State()["camera"]["text"], "The camera sends no pictures. Opening it again.");
+}
+
+TEST_F(SessionOfTest, ACameraThatLosesPicturesIsNotCalledSilent)
+{
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("films"));
+    loses = true;
+    EXPECT_EQ(session.Measure(), "");
+    ASSERT_TRUE(WaitForCamera("loses"));
+    EXPECT_EQ(session.State()["camera"]["text"],
+              "The camera sends pictures, but some are missing. Opening it again.");
+    const std::string cure = "Pictures were missing each time that the frames were taken: see to this "
+                             "computer's load, and to the camera's cable and power supply.";
+    EXPECT_EQ(session.Measured()["problem"], cure);
+    ASSERT_TRUE(WaitForCamera("films"));
+    EXPECT_EQ(Tried()["problem"], cure);
+    loses = false;
+    ASSERT_TRUE(WaitForCamera("films"));
+    goodGrabs = 10;
+    EXPECT_EQ(Tried()["problem"], "The camera failed while the frames were taken.");
 }
 
 TEST_F(SessionOfTest, FiguresAreToldByTheirNames)
