@@ -37,21 +37,42 @@ std::string Reason(const std::string& path, int error = errno)
 class Lock {
 public:
     explicit Lock(const std::string& path)
-        : file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666)),
-          held(file >= 0 && flock(file, LOCK_EX) == 0) // a signal ends the wait
     {
+        do {
+            Close();
+            file = Open(path);
+            held = file >= 0 && flock(file, LOCK_EX) == 0; // a signal ends the wait
+        } while (held && !IsAt(path));                     // one that is removed meanwhile keeps nobody out
     }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
-    ~Lock()
-    {
-        if (file >= 0) close(file);
-    }
+    ~Lock() { Close(); }
     bool Held() const { return held; }
 
 private:
-    const int file;
-    const bool held;
+    static int Open(const std::string& path)
+    {
+        const int own = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (own >= 0 || errno != EACCES) return own;
+        // That of another user, with whom the folder is shared: whoever may read it may hold it.
+        const int shared = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+        if (shared < 0) errno = EACCES;
+        return shared;
+    }
+    bool IsAt(const std::string& path) const
+    {
+        struct stat here, there;
+        return fstat(file, &here) == 0 && lstat(path.c_str(), &there) == 0 && here.st_dev == there.st_dev &&
+               here.st_ino == there.st_ino;
+    }
+    void Close()
+    {
+        if (file >= 0) close(file);
+        file = -1;
+    }
+
+    int file = -1;
+    bool held = false;
 };
 
 /// The running number in "20261121T230904Z-7"; 0 for other names.
@@ -141,7 +162,8 @@ std::string OutFolder::Begin(const std::string& time)
     if (mkdir(aside.c_str(), 0777) != 0) return Reason(aside);
     hold = open(aside.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (hold < 0) return Reason(aside);
-    flock(hold, LOCK_EX | LOCK_NB);
+    // Where no folder can be locked, none is cleared either.
+    if (flock(hold, LOCK_EX | LOCK_NB) != 0 && errno == ENOLCK) return Reason(aside);
     return {};
 }
 
@@ -155,19 +177,20 @@ std::string OutFolder::Finish(int keep)
 
     const Lock lock(Path(lockName));
     if (!lock.Held()) return Reason(Path(lockName));
-    if (rename(aside.c_str(), final.c_str()) != 0) return Reason(final);
-    close(hold);
-    hold = -1;
-
-    std::vector<std::string> runs;
+    std::vector<std::string> runs = {name};
     if (std::string problem = ListNames(out, entries); !problem.empty()) return problem;
     for (const std::string& entry : entries)
         if (NumberOf(entry) > 0 && IsFolder(Path(entry)) && HoldsRun(Path(entry))) runs.push_back(entry);
     std::sort(runs.begin(), runs.end(),
               [](const std::string& a, const std::string& b) { return NumberOf(a) < NumberOf(b); });
-    if (runs.empty()) return {};
     const std::string newest = runs.back();
-    if (std::string problem = Point(newest); !problem.empty()) return problem;
+    if (rename(aside.c_str(), final.c_str()) != 0) return Reason(final);
+    if (std::string problem = Point(newest); !problem.empty()) {
+        rename(final.c_str(), aside.c_str()); // what failed must not look like a run
+        return problem;
+    }
+    close(hold);
+    hold = -1;
     Settle(out);
     std::size_t surplus = runs.size() - std::min(runs.size(), static_cast<std::size_t>(keep));
     for (const std::string& run : runs) {

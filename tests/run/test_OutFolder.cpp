@@ -5,15 +5,22 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace telvane;
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -150,6 +157,78 @@ TEST(OutFolder, APlaceThatCannotHoldFoldersIsNamed)
     fs::create_directory(folder / "out/.telvane-run.lock");
     OutFolder locked(folder / "out");
     EXPECT_EQ(locked.Begin(stamp), (folder / "out/.telvane-run.lock") + ": Is a directory");
+}
+
+TEST(OutFolder, ARunThatCannotBeTheNewestIsNone)
+{
+    TemporaryFolder folder;
+    MakeRun(folder, 1);
+    const std::string next = folder / ".latest.partial"; // the link is made under this name
+    fs::create_directory(next);
+    {
+        OutFolder out(folder.Path());
+        ASSERT_EQ(out.Begin(stamp), "");
+        Fill(out);
+        EXPECT_EQ(out.Finish(1), (folder / "latest") + ": File exists");
+    }
+    EXPECT_EQ(FilesIn(folder), (Words{".latest.partial", ".telvane-run.lock", Numbered(1), "latest"}));
+    EXPECT_EQ(Latest(folder), Numbered(1)) << "and the one before is not lost for it";
+    fs::remove(next);
+    EXPECT_EQ(MakeRun(folder, 1), Numbered(2));
+}
+
+TEST(OutFolder, ALockThatIsRemovedWhileItIsWaitedForLocksNobodyOut)
+{
+    TemporaryFolder folder;
+    const std::string path = folder / ".telvane-run.lock";
+    const auto locked = [&path] {
+        const int file = open(path.c_str(), O_RDWR | O_CREAT, 0666);
+        EXPECT_EQ(flock(file, LOCK_EX), 0);
+        return file;
+    };
+    const int old = locked();
+    std::atomic<bool> done = false;
+    std::thread waiting([&] {
+        MakeRun(folder);
+        done = true;
+    });
+    std::this_thread::sleep_for(100ms); // it waits by now, or soon will
+    fs::remove(path);
+    const int anew = locked();
+    close(old);
+    std::this_thread::sleep_for(200ms);
+    EXPECT_FALSE(done) << "somebody else works in the folder";
+    EXPECT_EQ(Visible(folder), Words());
+    close(anew);
+    waiting.join();
+    EXPECT_EQ(Visible(folder), (Words{Numbered(1), "latest"}));
+}
+
+TEST(OutFolder, UsersShareAFolder)
+{
+    TemporaryFolder folder;
+    MakeRun(folder);
+    fs::permissions(folder.Path(), fs::perms::all);
+    fs::permissions(folder / ".telvane-run.lock",
+                    fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (geteuid() == 0 && seteuid(65534) != 0) _exit(126);
+        MakeRun(folder);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Latest(folder), Numbered(2));
+    // But where there is none that may be read, that is what is told.
+    fs::permissions(folder / ".telvane-run.lock", fs::perms::none);
+    OutFolder out(folder.Path());
+    const uid_t before = geteuid();
+    ASSERT_TRUE(before != 0 || seteuid(65534) == 0);
+    EXPECT_EQ(out.Begin(stamp), (folder / ".telvane-run.lock") + ": Permission denied");
+    ASSERT_EQ(seteuid(before), 0);
 }
 
 TEST(OutFolder, SeveralAtOnceDoNotDisturbEachOther)
