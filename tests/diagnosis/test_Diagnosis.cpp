@@ -1,5 +1,5 @@
 // Every verdict, provoked by a drawn scene; their order; remarks and proposals.
-#include <diagnosis/Diagnosis.h>
+#include <diagnosis/Findings.h>
 
 #include <tests/diagnosis/DrawnRuns.h>
 
@@ -175,6 +175,36 @@ TEST(Diagnosis, APushIsARemarkWhereTheAnswerHoldsBeforeAndAfterIt)
     const Diagnosis diagnosis = Judged(scene, Method::ring);
     EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
     EXPECT_TRUE(Remarks(diagnosis, "jumped"));
+}
+
+TEST(Findings, TheLongestPartWithoutAPushIsFitted)
+{
+    WheelScene scene = Scene();
+    for (const int jump : {1, 2}) { // of three frames two lie on one side of it
+        scene.push = {jump, 3, -2};
+        RunSeen run;
+        run.frames = DrawnFrames(scene, 3);
+        const Findings found = FindingsOf(run);
+        ASSERT_EQ(found.pushes.size(), 1u);
+        EXPECT_EQ(found.pushes[0].frame, jump);
+        EXPECT_EQ(found.fittedFrom, jump == 1 ? 1 : 0);
+        EXPECT_TRUE(found.fit.holds);
+        EXPECT_NEAR(found.fit.centre.x, scene.centreX + (jump == 1 ? 3 : 0), 0.2);
+        EXPECT_NEAR(found.fit.centre.y, scene.centreY - (jump == 1 ? 2 : 0), 0.2);
+    }
+}
+
+TEST(Findings, BrightIsTheRingAndNotWhatMovesBesideIt)
+{
+    WheelScene scene = WithDisc(3);
+    RunSeen run;
+    run.frames = DrawnFrames(scene, count);
+    for (int t = 0; t < count; t++) // the wheel in the dark
+        for (int y = 0; y < scene.height; y++)
+            for (int x = 0; x < 490; x++) run.frames(x, y, t) = static_cast<UBYTE>(run.frames(x, y, t) / 2);
+    const Findings found = FindingsOf(run);
+    ASSERT_TRUE(found.ring.ring);
+    EXPECT_NEAR(found.quality.bright, 85, 15);
 }
 
 TEST(Diagnosis, AWheelThatStandsStillIsStill)

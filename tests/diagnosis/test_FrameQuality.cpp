@@ -126,6 +126,17 @@ TEST(FrameQuality, TheChangeOfTheLightIsAShareOfTheFrameBefore)
     EXPECT_NEAR(QualityOf(frames).flicker, 0.25, 1e-6);
 }
 
+TEST(FrameQuality, TheLightOfDarkFramesCountsUntilHardlyAnyIsLeft)
+{
+    CubByte frames(64, 64, 2);
+    for (const auto& [first, second, flicker] : {std::tuple{20, 15, 0.25}, {6, 3, 0.5}, {5, 2, 0.0}}) {
+        frames.Fill(static_cast<UBYTE>(first));
+        MatByte last = frames(RNG::All(), RNG::All(), 1);
+        last.Fill(static_cast<UBYTE>(second));
+        EXPECT_NEAR(QualityOf(frames).flicker, flicker, 1e-6) << first;
+    }
+}
+
 TEST(FrameQuality, OverexposedAndUnderexposedFramesAreTold)
 {
     WheelScene bright = Filmed(), dark = Filmed();
@@ -192,6 +203,17 @@ TEST(FrameQuality, WhiteFrom254AndBlackUpTo4Count)
     EXPECT_EQ(shares(255, 254), std::pair(1.0, 0.0));
     EXPECT_EQ(shares(4, 5), std::pair(0.0, 0.5));
     EXPECT_EQ(shares(0, 255), std::pair(0.5, 0.5));
+}
+
+TEST(FrameQuality, GreysAreCountedAllOverTheRun)
+{
+    for (const int count : {2, 3, 6}) {
+        CubByte frames(64, 48, count);
+        frames.Fill(UBYTE(100));
+        MatByte later = frames(RNG::All(), RNG::All(), count == 6 ? 4 : count - 1);
+        later.Fill(UBYTE(255));
+        EXPECT_DOUBLE_EQ(QualityOf(frames).clipped, 1.0 / std::min(count, 3)) << count;
+    }
 }
 
 namespace {

@@ -183,6 +183,19 @@ TEST(MotionCells, LieWhereTheFlowIsAndPointAgainstIt)
     EXPECT_EQ(MotionCells(u, v, {{20, 0, 13, 60}}).size(), 2u);
 }
 
+TEST(MotionCells, StandOutFromTheNoiseOfTheWholePictureByFourTimes)
+{
+    MatShort u(129, 65), v(129, 65); // 16 x 8 cells
+    v.Fill(short(0));
+    u.Fill(short(-10));
+    for (int y = 16; y < 24; y++)
+        for (int x = 32; x < 40; x++) u(x, y) = -41;
+    EXPECT_EQ(MotionCells(u, v, {}).size(), 1u);
+    for (int y = 16; y < 24; y++)
+        for (int x = 32; x < 40; x++) u(x, y) = -39;
+    EXPECT_EQ(MotionCells(u, v, {}).size(), 0u);
+}
+
 TEST(Motion, TheSenseIsThatOfMostOfTheMotionAlongTheCircle)
 {
     const Ring ring{50, 100};
@@ -218,6 +231,18 @@ TEST(Motion, TheCentreMayLieALittleOutsideOfWhatMoves)
         EXPECT_EQ(motion.sense, off > 0 ? Sense::counterClockwise : Sense::clockwise);
         EXPECT_NEAR(motion.agrees, 1, 1e-9);
     }
+}
+
+TEST(Motion, WhatMovesAgainstTheTurningDoesNotDrawTheCentreAway)
+{
+    std::vector<MotionCell> cells;
+    for (double degrees = 0; degrees < 360; degrees += 5) cells.push_back(Round(70, degrees));
+    for (int i = 0; i < 24; i++) cells.push_back(Cell(170, 200 + i, 0, -1)); // beside it, all upward
+    const MotionSummary motion = Summarise(cells);
+    ASSERT_TRUE(motion.turns);
+    EXPECT_EQ(motion.sense, Sense::clockwise);
+    EXPECT_NEAR(motion.centre.x, 100, 1e-6);
+    EXPECT_NEAR(motion.centre.y, 200, 1e-6);
 }
 
 TEST(Motion, ElsewhereIsBeyondTheRingOrAgainstTheTurning)

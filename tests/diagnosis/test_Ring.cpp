@@ -126,13 +126,13 @@ namespace {
 /// A ring of waves about (160, 120): as strong as `strength` says at each distance, going on by degrees.
 template <class Strength> CubByte Waves(int count, double degrees, Strength strength,
                                         const std::vector<std::pair<int, double>>& teeth = {{20, 1}},
-                                        double stretch = 0)
+                                        double stretch = 0, int width = 320, int height = 240)
 {
-    CubByte frames(320, 240, count);
+    CubByte frames(width, height, count);
     for (int t = 0; t < count; t++)
-        for (int y = 0; y < 240; y++)
-            for (int x = 0; x < 320; x++) {
-                const double dx = x - 160, dy = y - 120, angle = std::atan2(dy, dx);
+        for (int y = 0; y < height; y++)
+            for (int x = 0; x < width; x++) {
+                const double dx = x - width / 2, dy = y - height / 2, angle = std::atan2(dy, dx);
                 const double r = std::hypot(dx, dy) - stretch * std::cos(2 * angle);
                 double wave = 0;
                 for (const auto& [number, part] : teeth)
@@ -222,6 +222,23 @@ TEST(Ring, AboutAThirdOfItMustBeSeen)
     EXPECT_TRUE(seen(150).ring) << "nearly half";
     EXPECT_NEAR(seen(150).seen, 0.45, 0.03);
     EXPECT_FALSE(seen(90).ring) << "a quarter";
+}
+
+TEST(Ring, WhereThePictureEndsItHasNoRim)
+{
+    // Of ten teeth, whose tips leave the picture on both sides: two parts of six have a rim.
+    const CubByte frames = Waves(3, 6, sharp, {{10, 1}}, 0, 180, 240);
+    const RingFound found = FindRing(frames, Times(3), ChangesOf(frames), {90, 120}, {});
+    EXPECT_EQ(found.teeth, 10);
+    EXPECT_FALSE(found.ring);
+}
+
+TEST(Ring, HundredsOfTeethAreCountedWhereTheyAreLarge)
+{
+    const auto large = [](double r) { return Within(r, 290, 330); };
+    const CubByte frames = Waves(2, 0.2, large, {{400, 1}}, 0, 700, 700);
+    const RingFound found = FindRing(frames, Times(2), ChangesOf(frames), {350, 350}, {});
+    EXPECT_EQ(found.teeth, 400);
 }
 
 TEST(Ring, TheRoughRingIsTheOutermostThatChanges)

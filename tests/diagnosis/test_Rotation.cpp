@@ -90,6 +90,19 @@ TEST(Rotation, TeethThatMoveByAThirdOfTheirPitchAreFollowed)
     EXPECT_NEAR(fit.degreesPerFrame, 4.9, 0.005);
 }
 
+TEST(Rotation, StepsOfUpTo18DegreesAreFollowed)
+{
+    WheelScene scene = HalfWheel();
+    scene.teeth = 8;
+    for (const double degrees : {12.0, -16.0}) {
+        scene.degreesPerFrame = degrees;
+        const RotationFit fit = FitOf(scene, 3, StartAt(scene, 6, -4));
+        EXPECT_TRUE(fit.holds);
+        EXPECT_LT(Away(fit, scene), 0.1);
+        EXPECT_NEAR(fit.degreesPerFrame, degrees, 0.01);
+    }
+}
+
 TEST(Rotation, HalfOfTheWheelSuffices)
 {
     WheelScene scene = HalfWheel();

@@ -427,6 +427,10 @@ TEST(Verdicts, OtherMotionHasAShareAPlaceAndAMask)
     c.found.elsewhere->box = {600, 470, 130, 100};
     EXPECT_NE(c.Judged().cure.find("-m 600 470 40 10,"), std::string::npos) << c.Judged().cure;
 
+    c.Share(0.4, {400, 300});
+    EXPECT_NE(c.Judged().evidence.find("it lies in the middle of the picture"), std::string::npos)
+        << "left of its right third, and above its lower one";
+
     c.Share(0.15, {530, 90});
     EXPECT_EQ(VerdictOf(c), Verdict::otherMotion);
     c.Share(0.149, {530, 90});
@@ -686,6 +690,25 @@ TEST(Verdicts, WhatDidNotSpoilTheAnswerIsARemark)
         EXPECT_EQ(c.Judged().remarks, Strings{noted.remark});
         EXPECT_EQ(VerdictOf(c), Verdict::good) << noted.remark;
     }
+}
+
+TEST(Verdicts, TwoFramesHaveRemarksToo)
+{
+    const std::string remark = "6 % of the picture is as bright as can be.";
+    for (const int count : {1, 2}) {
+        Case c(Method::ring, 640, 480, count);
+        c.found.quality.clipped = 0.06;
+        EXPECT_EQ(c.Judged().remarks, count == 2 ? Strings{remark} : Strings()) << count;
+    }
+}
+
+TEST(Verdicts, ARingIsEccentricToACentreThatIsKnownOnly)
+{
+    Case c;
+    c.found.ring.middle = {330, 240};
+    EXPECT_EQ(c.Judged().remarks.size(), 1u);
+    c.Sigma(0.701);
+    EXPECT_EQ(c.Judged().remarks, Strings());
 }
 
 TEST(Verdicts, AfterVotesTheSenseIsARemarkAlsoWhereNoneWasTold)
