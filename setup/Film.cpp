@@ -269,6 +269,7 @@ FilmState Film::State() const
     FilmState state{camera, pictures, viewers[0] + viewers[1], figures};
     if (camera == CameraState::films && !working && Clock::now() - lastPicture > patience)
         state.camera = CameraState::silent;
+    if (stopping) state.camera = CameraState::away; // it is being given back
     return state;
 }
 

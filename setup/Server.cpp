@@ -46,19 +46,24 @@ struct Coming {
 /// A stream of pictures on its way to one viewer: the newest one whenever the last is through.
 class Stream {
 public:
-    explicit Stream(std::unique_ptr<Film::Viewer> v) : viewer(std::move(v)) {}
+    Stream(const Film& f, std::unique_ptr<Film::Viewer> v) : film(f), viewer(std::move(v)) {}
 
     ssize_t Read(char* to, std::size_t room)
     {
         if (at == part.size()) {
-            const std::shared_ptr<const Shown> shown = viewer->Next(std::chrono::seconds(5));
-            // Who comes again sees whether there are pictures again, and who has gone is found out.
-            if (!shown) return MHD_CONTENT_READER_END_OF_STREAM;
+            const std::shared_ptr<const Shown> shown = viewer->Next(std::chrono::seconds(1));
+            failing = shown || film.State().camera == CameraState::films ? 0 : failing + 1;
+            // The page has seen by now that the camera fails, and asks again when it films.
+            if (failing == 3) return MHD_CONTENT_READER_END_OF_STREAM;
+            part = part.empty() ? boundary : "";
+            // While a sequence is taken and measured there is no picture for long: a line of the next one's
+            // head finds out who has gone, and keeps the others.
             // Browsers show a picture when the next one begins: it begins at once.
-            part = (part.empty() ? boundary : "") + std::string("Content-Type: image/jpeg\r\nX-Picture: ") +
-                   std::to_string(shown->number) +
-                   "\r\nContent-Length: " + std::to_string(shown->jpeg.size()) + "\r\n\r\n" + shown->jpeg +
-                   "\r\n" + boundary;
+            if (!shown) part += "X-Wait: 1\r\n";
+            else
+                part += "Content-Type: image/jpeg\r\nX-Picture: " + std::to_string(shown->number) +
+                        "\r\nContent-Length: " + std::to_string(shown->jpeg.size()) + "\r\n\r\n" +
+                        shown->jpeg + "\r\n" + boundary;
             at = 0;
         }
         const std::size_t n = std::min(room, part.size() - at);
@@ -68,7 +73,9 @@ public:
     }
 
 private:
+    const Film& film;
     const std::unique_ptr<Film::Viewer> viewer;
+    int failing = 0;    // seconds since the camera is known to fail
     std::string part;   // of the stream: a picture with what goes around it
     std::size_t at = 0; // what of it is gone
 };
@@ -125,7 +132,7 @@ struct Server::Parts {
             if (!viewer)
                 return Send(connection, Plain(503, "There are " + std::to_string(Film::mostViewers) +
                                                        " viewers already, and that is all that are served."));
-            auto stream = std::make_unique<Stream>(std::move(viewer));
+            auto stream = std::make_unique<Stream>(*site.film, std::move(viewer));
             response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, std::size_t{64} << 10, ReadStream,
                                                          stream.get(), EndStream);
             if (response) static_cast<void>(stream.release()); // EndStream takes care of it

@@ -520,6 +520,21 @@ TEST_F(ServerOfTest, PicturesAreSentAsLongAsSomeoneLooksOn)
     EXPECT_GE(viewer.received.size(), before + 100000);
 }
 
+TEST_F(ServerOfTest, ViewersAreKeptWhileASequenceIsMeasured)
+{
+    film.Start();
+    Connection viewer = Asking("/live");
+    ASSERT_TRUE(film.Take({1, 1, 1, [](CubByte*, CameraState) { std::this_thread::sleep_for(1500ms); }}));
+    const auto has = [&viewer](const char* text, std::size_t from = 0) {
+        for (int i = 0; i < 1000 && viewer.received.find(text, from) == std::string::npos; i++)
+            viewer.Receive(10ms);
+        return viewer.received.find(text, from);
+    };
+    const std::size_t waits = has("X-Wait: 1\r\n");
+    ASSERT_NE(waits, std::string::npos);
+    EXPECT_NE(has("X-Picture: ", waits), std::string::npos);
+}
+
 TEST(Listening, IsForThisMachineAloneUnlessItIsSaid) { EXPECT_EQ(Listening().Text(), "127.0.0.1:8080"); }
 
 TEST(Listening, AnAddressMayHaveAPort)
