@@ -53,6 +53,7 @@ class Pass:
         self.width, self.touch = width, width < 600
         self.name = f"{width}-{'dark' if dark else 'light'}"
         self.folder = folder
+        self.complaints = []
         self.own = tempfile.TemporaryDirectory()
         self.config = os.path.join(self.own.name, "wheel.toml")
         self.program = subprocess.Popen(
@@ -97,8 +98,16 @@ class Pass:
         self.run("document.getElementById(arguments[0]).scrollIntoView({block: 'nearest'})", name)
         self.get(name).click()
 
+    def press(self, name):
+        """A button that can be pressed when nothing else is under way."""
+        expect(f"{name} can be pressed", wait(lambda: self.run("return isAble(arguments[0]) && films", name)))
+        self.click(name)
+
     def field(self, name):
         return self.run("return document.querySelector(`[name='${arguments[0]}']`).value", name)
+
+    def complain(self):
+        self.complaints += [entry["message"] for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
 
     def shoot(self, step):
         picture = self.browser.execute_cdp_cmd("Page.captureScreenshot", {"format": "png"})["data"]
@@ -173,6 +182,19 @@ class Pass:
         self.click("best")
         expect("the best can be forgotten", wait(lambda: self.run(
             "return performance.getEntriesByType('resource').some(e => e.name.endsWith('/best'))")))
+        asked = "return window.asked"
+        self.run("window.asked = 0; const was = ask; ask = (...all) => (window.asked++, was(...all))")
+        show = """Object.defineProperty(document, 'hidden', { value: arguments[0], configurable: true });
+            document.dispatchEvent(new Event('visibilitychange'));"""
+        self.run(show, True)
+        wait(lambda: not self.run("return looking"))
+        before = self.run(asked)
+        time.sleep(0.6)
+        found = [self.run(asked) - before, self.run("return document.getElementById('live').hasAttribute('src')")]
+        expect("a page that nobody sees asks for nothing", found == [0, False], found)
+        self.run(show, False)
+        expect("and goes on when it is seen", wait(lambda: self.run(asked) > before)
+               and self.run("return document.getElementById('live').hasAttribute('src')"))
 
     def read_off(self):
         self.click("place")
@@ -190,6 +212,16 @@ class Pass:
         region = int(self.field("region.0"))
         self.drag("region-end", -6, -6)
         expect("so does a corner of the region", abs(region - int(self.field("region.0")) - 6 * scale) <= 1)
+        drawn = self.run("""const rect = () => document.querySelector('#marks rect').outerHTML, was = rect();
+            const place = wheel['centre-in-region'];
+            wheel.region = place.map(part => 2 * part);
+            draw();
+            const given = rect();
+            wheel['centre-in-region'] = null;
+            draw();
+            return [was !== given, rect() === given]""")
+        expect("without a place of the centre in it that is its middle", drawn == [True, True], drawn)
+        self.run("wheel['centre-in-region'] = inRegion(); changed()")
 
         handle = self.browser.find_element(By.CSS_SELECTOR, "[data-handle=inner]")
         inner = int(self.field("inner"))
@@ -224,11 +256,12 @@ class Pass:
                     and not node.get("name", {}).get("value") and node["role"]["value"] != "RootWebArea"]
         expect("everything that takes the keyboard has a name", not nameless, nameless)
 
-        self.click("measure")
+        self.press("measure")
         expect("measuring ends", wait(lambda: self.run("return document.getElementById('take') !== null")))
         expect("what was found is told in words", re.search(
             r"The wheel turns clockwise, 0\.40° a frame, about 652\.\d, 471\.\d\..* there are 40\.", self.get("measured").text),
             self.get("measured").text)
+        expect("and the button keeps the keyboard", self.run("return document.activeElement.id") == "measure")
         self.shoot("measured")
         self.click("take")
         found = {name: self.field(name) for name in ("inner", "outer", "teeth", "sense", "centre.0", "centre.1")}
@@ -248,7 +281,7 @@ class Pass:
         self.click("motion")
 
     def try_out(self):
-        self.click("try")
+        self.press("try")
         expect("trying ends", wait(lambda: self.run("return document.getElementById('tried').dataset.job !== 'on'"
                                                     " && document.querySelector('#tried .result') !== null"), 90))
         text = self.get("tried").text
@@ -270,6 +303,19 @@ class Pass:
         self.browser.switch_to.window(page)
 
     def keep(self):
+        self.complain()
+        teeth = self.browser.find_element(By.NAME, "teeth")
+        teeth.clear()
+        expect("what is missing is told by the page's words", self.run(
+            "return inWords('--inner must be given')") == "Inner radius must be given")
+        teeth.send_keys("4000")
+        self.click("keep")
+        problem = "teeth: 4000 is not a whole number from 0 to 1000"
+        expect("what is wrong is not written", wait(lambda: self.get("kept").text == problem)
+               and not os.path.exists(self.config), self.get("kept").text)
+        self.browser.get_log("browser")  # has the refusals
+        teeth.clear()
+        teeth.send_keys("40")
         self.click("keep")
         expect("the file is written", wait(lambda: self.get("kept").text == "Written."), self.get("kept").text)
         with open(self.config, encoding="utf-8") as file:
@@ -289,8 +335,8 @@ class Pass:
         self.shoot("keep")
         wide = self.run("return document.documentElement.scrollWidth")
         expect("nothing is wider than the window", wide <= self.width, wide)
-        errors = [entry["message"] for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
-        expect("the browser has nothing to complain of", not errors, errors)
+        self.complain()
+        expect("the browser has nothing to complain of", not self.complaints, self.complaints)
 
     def end(self):
         self.program.send_signal(signal.SIGINT)
