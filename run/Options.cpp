@@ -427,7 +427,8 @@ std::string ReadJson(const RunOption& option, const nlohmann::ordered_json& json
         return {};
     };
     if (option.most == 1) return read(json);
-    if (!json.is_array()) return Dumped(json) + " is not a list of " + option.Allowed();
+    if (!json.is_array() || (!json.empty() && !json[0].is_array()))
+        return Dumped(json) + " is not a list of " + option.Allowed();
     if (json.size() > option.most) return TooOften(option);
     for (const auto& entry : json)
         if (std::string problem = read(entry); !problem.empty()) return problem;

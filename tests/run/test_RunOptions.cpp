@@ -361,6 +361,10 @@ TEST(ConfigFile, MasksAreAListOfFourNumbersEach)
                             "mask = [[1, 2, 3, \"4\"]]", "mask = [[[1, 2, 3, 4]]]",
                             "mask = [[1,2,3,4], [1,2,3,4], [1,2,3,4], [1,2,3,4]]"})
         EXPECT_EQ(ConfigProblem(needed + bad + "\n").rfind("wheel.toml:4:8: mask: ", 0), 0u) << bad;
+    EXPECT_EQ(ConfigProblem(needed + "mask = [1, 2, 3, 4]\n")
+                  .rfind("wheel.toml:4:8: mask: [1,2,3,4] is not a list of X,Y,W,H", 0),
+              0u)
+        << "one mask where there can be several";
 }
 
 TEST(ConfigFile, WhatDoesNotGoTogetherIsToldWithItsPlace)
