@@ -233,7 +233,7 @@ private:
         if (straight.share < straightFrom) return false;
         return Say(Verdict::still,
                    "Nothing turns: what moves goes straight on, around " + PlaceText(straight.where) + '.',
-                   std::string(turn) + ", cover what else moves or blank it with -m, and run it again.");
+                   std::string(turn) + ", cover what else moves or blank it with a mask, and run it again.");
     }
 
     bool TooFast()
@@ -270,7 +270,7 @@ private:
                    ShareText(findings.elsewhere->share) + " of the motion is not the wheel's: it lies " +
                        WhereText(findings.elsewhere->where, run.frames.dim1, run.frames.dim2) +
                        " of the picture, around " + PlaceText(findings.elsewhere->where) + '.',
-                   "Cover what moves there, or blank it with " + MaskText() + ", and run it again.");
+                   "Cover what moves there, or blank it with a mask (" + MaskText() + "), and run it again.");
     }
 
     double RadiusTolerance() const { return std::max(3.0, 0.015 * diagnosis.ring->outer); }
@@ -317,8 +317,9 @@ private:
                    std::string("The wheel turns ") + SenseText(*diagnosis.sense) + ", by " +
                        NumberText(std::abs(fit.degreesPerFrame), 2) + " degrees from frame to frame, and " +
                        SenseTold() + '.',
-                   std::string("Give the angular speed as ") +
-                       (*diagnosis.sense == Sense::clockwise ? "1" : "-1") + ", and run it again.");
+                   std::string("Give the sense of rotation as ") + SenseText(*diagnosis.sense) +
+                       " (an angular speed of " + (*diagnosis.sense == Sense::clockwise ? "1" : "-1") +
+                       "), and run it again.");
     }
 
     /// What makes frames hard to judge, where nothing else explains the answer.

@@ -369,7 +369,7 @@ TEST(Verdicts, StillWhereAllGoesStraightOn)
     c.found.straight = {0.75, {530.4, 90}, {480, 40, 100, 100}};
     ExpectVerdict(c, Verdict::still, "Nothing turns: what moves goes straight on, around (530.4, 90.0).",
                   "Let the wheel turn, by 1 to 3 pixels at the teeth from frame to frame, cover what else "
-                  "moves or blank it with -m, and run it again.");
+                  "moves or blank it with a mask, and run it again.");
     c.found.straight.share = 0.749;
     EXPECT_EQ(VerdictOf(c), Verdict::unclear);
     c.found.straight.share = 0.9;
@@ -416,7 +416,7 @@ TEST(Verdicts, OtherMotionHasAShareAPlaceAndAMask)
     ExpectVerdict(c, Verdict::otherMotion,
                   "38 % of the motion is not the wheel's: it lies at the upper right of the picture, around "
                   "(530.4, 90.0).",
-                  "Cover what moves there, or blank it with -m 480 0 130 70, and run it again.");
+                  "Cover what moves there, or blank it with a mask (-m 480 0 130 70), and run it again.");
     ASSERT_TRUE(c.Judged().proposal);
     const std::vector<Region> masks = c.Judged().proposal->arguments.masks;
     ASSERT_EQ(masks.size(), 1u) << "what of the box lies in the picture";
@@ -425,7 +425,7 @@ TEST(Verdicts, OtherMotionHasAShareAPlaceAndAMask)
     EXPECT_EQ(masks[0].width, 130);
     EXPECT_EQ(masks[0].height, 70);
     c.found.elsewhere->box = {600, 470, 130, 100};
-    EXPECT_NE(c.Judged().cure.find("-m 600 470 40 10,"), std::string::npos) << c.Judged().cure;
+    EXPECT_NE(c.Judged().cure.find("(-m 600 470 40 10),"), std::string::npos) << c.Judged().cure;
 
     c.Share(0.4, {400, 300});
     EXPECT_NE(c.Judged().evidence.find("it lies in the middle of the picture"), std::string::npos)
@@ -496,16 +496,17 @@ TEST(Verdicts, TheWrongSenseMatters)
     Case c(Method::votes);
     c.Apart(far).found.fit.degreesPerFrame = -0.618;
     c.found.sense = Sense::counterClockwise;
-    ExpectVerdict(c, Verdict::wrongSense,
-                  "The wheel turns counter-clockwise, by 0.62 degrees from frame to frame, and the run was "
-                  "told clockwise.",
-                  "Give the angular speed as -1, and run it again.");
+    ExpectVerdict(
+        c, Verdict::wrongSense,
+        "The wheel turns counter-clockwise, by 0.62 degrees from frame to frame, and the run was "
+        "told clockwise.",
+        "Give the sense of rotation as counter-clockwise (an angular speed of -1), and run it again.");
     c.Told().turn = 0;
     c.found.sense = Sense::clockwise;
     ExpectVerdict(c, Verdict::wrongSense,
                   "The wheel turns clockwise, by 0.62 degrees from frame to frame, and the run was told no "
                   "sense.",
-                  "Give the angular speed as 1, and run it again.");
+                  "Give the sense of rotation as clockwise (an angular speed of 1), and run it again.");
     c.found.sense.reset();
     EXPECT_EQ(VerdictOf(c), Verdict::disagree) << "not known";
     Case ring(Method::ring);
