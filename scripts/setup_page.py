@@ -331,6 +331,7 @@ class Pass:
                  for name in ("line-run", "line-telvane")]
         expect("both command lines are shown",
                lines[0].startswith("telvane-run --inner 21") and lines[1].startswith("Telvane -n 15 "), lines)
+        expect("and when they can have the camera", "once telvane-setup has ended" in self.get("missing").text)
         self.run("document.getElementById('keep-heading').scrollIntoView()")
         self.shoot("keep")
         wide = self.run("return document.documentElement.scrollWidth")
