@@ -187,6 +187,31 @@ TEST_F(SetupPage, NoPathNamesAFile)
     }
 }
 
+TEST_F(SetupPage, NoRefusalHoldsWhatWasAskedFor)
+{
+    const std::string asked = "/zebra?okapi=quagga", host = "Host: " + program->Host() + "\r\n";
+    const std::string cookie = "Cookie: " + program->cookie + "\r\n", end = " HTTP/1.1\r\n";
+    const auto expect = [&](const HttpReply& reply, int status) {
+        EXPECT_EQ(reply.status, status);
+        std::string all = reply.body;
+        for (const auto& [name, value] : reply.headers) all += '\n' + name + ' ' + value;
+        for (const char* word : {"zebra", "okapi", "quagga"})
+            EXPECT_EQ(all.find(word), all.npos) << status << ' ' << word;
+    };
+    expect(program->Get(asked), 404);
+    expect(program->Ask("GET", asked, ""), 403);
+    expect(program->Ask("GET", "/?okapi=quagga", ""), 403);
+    expect(program->Say("GET " + asked + end + cookie + "\r\n"), 400);
+    expect(program->Say("GET " + asked + end + host + "Host: other\r\n" + cookie + "\r\n"), 400);
+    expect(program->Say("GET  " + asked + end + host + "\r\n"), 403);
+    expect(program->Get("/measure?okapi=quagga"), 405);
+    expect(program->Ask("QUAGGA", "/zebra", program->cookie), 403);
+    expect(program->Say("POST " + asked + end + host + cookie + "Origin: http://" + program->Host() +
+                        "\r\nContent-Length: 65537\r\n\r\n"),
+           413);
+    expect(program->Say("GET " + asked + end + host + "X: " + std::string(100000, 'x') + "\r\n\r\n"), 431);
+}
+
 TEST_F(SetupPage, PathsTakeTheirMethodsAlone)
 {
     EXPECT_EQ(program->Get("/measure").status, 405);
