@@ -3,6 +3,7 @@
 #include <Telvane/Grab.h>
 #include <Telvane/Heap.h>
 #include <Telvane/Param.h>
+#include <Telvane/Periods.h>
 #include <Telvane/Telvane.h>
 
 #include <Kavrix/Kavrix.h>
@@ -120,16 +121,6 @@ Arguments ParseCommandLine(int argc, char* argv[])
     return args;
 }
 
-// One entry for both when the periods are equal; else for each frame the number of camera frames from it to
-// the next: period1, period2, period1, ...
-VecInt FramePeriods(const Arguments& args)
-{
-    if (args.period1 == args.period2) return All(args.period1, 1);
-    VecInt periods(args.imagesCount);
-    for (int i = 0; i < args.imagesCount; i++) periods(i) = i % 2 == 0 ? args.period1 : args.period2;
-    return periods;
-}
-
 // "img1.bmp" to "img50.bmp", or ".jpg": entry i names frame i.
 class FileNames {
 public:
@@ -154,7 +145,7 @@ int main(int argc, char* argv[])
 {
     const Arguments args = ParseCommandLine(argc, argv);
     const bool usePeriods = args.period1 != args.period2;
-    const VecInt periods = FramePeriods(args);
+    const VecInt periods = telvane::FramePeriods(args.imagesCount, args.period1, args.period2);
     const VecInt iroi(0, 0, frameWidth, frameHeight, 1);
     const FileNames fname(".bmp"), fname2(".jpg");
 

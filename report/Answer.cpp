@@ -5,6 +5,7 @@
 #include <Kavrix/KXint.h>
 #include <Kavrix/OptFlow.h>
 #include <Telvane/Param.h>
+#include <Telvane/Periods.h>
 #include <Telvane/Region.h>
 #include <Telvane/Telvane.h>
 
@@ -79,15 +80,6 @@ VecFloat ParametersOf(const RunArguments& a)
     return params;
 }
 
-/// As in the program: one entry for both periods where they are equal.
-VecInt PeriodsOf(const RunArguments& a)
-{
-    if (a.period1 == a.period2) return All(a.period1, 1);
-    VecInt periods(a.count);
-    for (int i = 0; i < a.count; i++) periods(i) = i % 2 == 0 ? a.period1 : a.period2;
-    return periods;
-}
-
 } // namespace
 
 RunOutcome Answer(const CubByte& frames, const RunArguments& arguments, MatShort& u, MatShort& v)
@@ -110,7 +102,8 @@ RunOutcome Answer(const CubByte& frames, const RunArguments& arguments, MatShort
     MatShort votes, strength, background;
     {
         const CaughtErrors caught;
-        outcome.result = Detect(1, seen, arguments.period1 != arguments.period2, PeriodsOf(arguments), whole,
+        outcome.result = Detect(1, seen, arguments.period1 != arguments.period2,
+                                FramePeriods(arguments.count, arguments.period1, arguments.period2), whole,
                                 ParametersOf(arguments), oroi, marked, votes, u, v, strength, background);
         outcome.message = caught.Line();
     }
