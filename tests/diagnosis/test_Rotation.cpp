@@ -154,6 +154,32 @@ TEST(Rotation, LightThatStaysAndLightThatFlickersDoNoHarm)
     EXPECT_LT(Away(fit, scene), 0.05);
 }
 
+TEST(Rotation, LightThatDoublesBetweenFramesIsNotTakenForATurn)
+{
+    WheelScene scene = HalfWheel();
+    scene.degreesPerFrame = 3;
+    scene.noise = 5;
+    scene.flicker = 0.5;
+    scene.flickerPeriod = 2.4;
+    const RotationFit fit = FitOf(scene, 3, StartAt(scene, 5, -5));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_NEAR(fit.degreesPerFrame, 3, 0.02);
+    EXPECT_LT(Away(fit, scene), 0.15);
+}
+
+TEST(Rotation, TheWallsOfAThickWheelAreNotTakenForABend)
+{
+    WheelScene scene = HalfWheel();
+    scene.thickness = 40;
+    scene.tilt = 15;
+    scene.tiltDirection = 30;
+    scene.distance = 1250;
+    const RotationFit fit = FitOf(scene, 8, StartAt(scene, 5, -5));
+    EXPECT_TRUE(fit.holds);
+    EXPECT_LT(Away(fit, scene), 0.8);
+    EXPECT_LT(fit.sigma.x, 0.15);
+}
+
 TEST(Rotation, OnlyTheStepsThatAreComparedNeedToBeShort)
 {
     // Camera frames 0, 3, 4, 7, 8, 11.

@@ -112,6 +112,8 @@ TEST(Answer, WhereTheProgramHaltsThereIsNone)
     const Words background = Split("-l 4 0 260 -10 130 216 250 -1 0 360 360 40 1 0 0 0 -50");
     MatShort u, v;
     EXPECT_EQ(Answer(film.frames, Read(background), u, v).failure, "halted");
+    const Words flat = Split("-l 4 300 0 150 -10 216 250 -1 0 360 360 40 1 0 0 0 -50");
+    EXPECT_EQ(Answer(film.frames, Read(flat), u, v).failure, "halted") << "of no height";
     EXPECT_TRUE(RunProgramUntilHalt(Join({{TELVANE_PATH}, background}), film.folder.Path()).halted);
 }
 

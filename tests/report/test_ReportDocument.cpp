@@ -95,6 +95,12 @@ TEST(ArgumentsJson, WhatIsNotGivenIsNull)
     EXPECT_EQ(ArgumentsJson(a)["sense"], "cw");
 }
 
+TEST(DocumentText, PeopleCanReadIt)
+{
+    EXPECT_EQ(DocumentText(Json({{"a", 1}, {"b", {2, 3}}})),
+              "{\n  \"a\": 1,\n  \"b\": [\n    2,\n    3\n  ]\n}\n");
+}
+
 TEST(DocumentText, BytesThatAreNoTextAreReplaced)
 {
     Diagnosis d;

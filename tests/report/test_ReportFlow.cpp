@@ -160,6 +160,11 @@ TEST(FlowWheel, ShowsTheColoursWithTheirDirectionsInWords)
     EXPECT_GT(words.at("down").y, middle.y + radius);
     EXPECT_LT(words.at("left").x, middle.x - radius);
     EXPECT_GT(words.at("right").x, middle.x + radius);
+    for (const svg::Shape& shape : drawn.All()) // away from the wheel
+        if (shape.name == "text" && (shape.text == "left" || shape.text == "right")) {
+            EXPECT_EQ(shape.Has("text-anchor") ? shape.Text("text-anchor") : "start",
+                      shape.text == "left" ? "end" : "start");
+        }
 }
 
 } // namespace

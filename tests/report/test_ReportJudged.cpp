@@ -4,6 +4,7 @@
 #include <tests/support/Pictures.h>
 
 #include <tests/reference/Files.h>
+#include <tests/reference/Jpeg.h>
 
 #include <report/Judged.h>
 #include <report/Report.h>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -150,6 +152,7 @@ TEST(Judged, AnOutcomeIsComputedOnlyWhereNoneIsKnown)
     EXPECT_EQ(run.outcome.result, -7);
     EXPECT_FALSE(Judge(Files(3), {}, {}, {}, true).computed) << "of which arguments?";
     EXPECT_FALSE(Judge(Files(1), Told(), {}, {}, true).computed);
+    EXPECT_TRUE(Judge(Files(2), Told(), {}, {}, true).computed) << "two frames are enough";
     EXPECT_EQ(Judge(Files(1), Told(), {}, {}, true).arguments->count, 9);
 
     RunArguments halting = Told();
@@ -162,6 +165,22 @@ TEST(Judged, AnOutcomeIsComputedOnlyWhereNoneIsKnown)
     told.failure = "halted";
     EXPECT_EQ(Judge(Files(3), halting, told, {}, true).diagnosis.cure,
               "Remove the cause that the message names, then run it again.");
+}
+
+TEST(Judged, WhatToDoIsThatOfTheFramesWhereTheyShowNoRotation)
+{
+    RunFiles files = Files(3); // something flickers in the middle
+    pictures::Random random(6);
+    files.frames.clear();
+    for (int i = 0; i < 3; i++) {
+        const MatByte& frame = files.frames.emplace_back(128, 96);
+        files.frames.back().Fill(UBYTE(100));
+        for (int y = 32; y < 64; y++)
+            for (int x = 48; x < 80; x++) frame(x, y) = static_cast<UBYTE>(pictures::Between(random, 0, 255));
+    }
+    const Diagnosis d = Judge(files, {}, {}, {}, false).diagnosis;
+    EXPECT_EQ(d.verdict, Verdict::unclear);
+    EXPECT_EQ(d.cure, "Take more frames, with more light, in which the teeth go on by 1 to 3 pixels each.");
 }
 
 TEST(Judged, KnownIsAResultOrAFailure)
@@ -194,6 +213,13 @@ TEST(MakeReport, NamesItsInputsAndWhetherThereIsAnythingToShow)
     EXPECT_NE(report.html.find("none: time"), std::string::npos);
     options.page = false;
     EXPECT_EQ(MakeReport(options).html, "");
+    EXPECT_TRUE(MakeReport(options).anything);
+    options.outcome = {};
+    const reference::Bytes marked = reference::JpegGrey(pictures::Bytes(1280, 960, 90), 85);
+    folder.Write("detected.jpg", std::string(marked.begin(), marked.end()));
+    EXPECT_TRUE(MakeReport(options).anything) << "the marked picture alone";
+    std::filesystem::remove(folder / "detected.jpg");
+    options.outcome.failure = "time";
     EXPECT_TRUE(MakeReport(options).anything);
     options.outcome = {};
 

@@ -69,6 +69,17 @@ TEST(Page, TextsOfAnyBytesAreShownAsText)
     EXPECT_EQ(page.Figures(), 1);
 }
 
+TEST(Page, ATablesHeadsSayWhatTheyAreOver)
+{
+    Page page("title");
+    page.Table({{"", "measured"}, {"Teeth", "40"}});
+    std::map<std::string, std::string> scopes;
+    for (const html::Element& e : html::Reader::Read(page.Html()))
+        if (e.name == "th") scopes[e.text] = e.attributes.at("scope");
+    EXPECT_EQ(scopes,
+              (std::map<std::string, std::string>{{"", "col"}, {"measured", "col"}, {"Teeth", "row"}}));
+}
+
 TEST(Page, DrawingsStandAsTheyAre)
 {
     Page page("title");

@@ -265,6 +265,8 @@ TEST(Report, TheDocumentOfARunTellsItsArgumentsAndItsAnswer)
     arguments.files = false;
     document.outcome.result = 0;
     document.outcome.region = telvane::Region{31, 41, 600, 560};
+    document.err =
+        "Camera: 2 frames lost before grab 13, silent for 100 ms\n"; // the third frame is that grab
     folder.Write("run.json", telvane::ToJson(document, Json::object()).dump());
     ASSERT_EQ(Report(folder).status, 0);
     Shown page = Page(folder);
@@ -272,6 +274,7 @@ TEST(Report, TheDocumentOfARunTellsItsArgumentsAndItsAnswer)
     EXPECT_EQ(page.facts.at("Region"), "600 x 560 at (31, 41)");
     ASSERT_EQ(page.commands.size(), 1u);
     EXPECT_NE(page.commands[0].find(" 600 560 300 280 216 250 "), std::string::npos) << page.commands[0];
+    EXPECT_NE(page.evidence.find("lost frames after frame 2"), std::string::npos) << page.evidence;
 
     // A command line comes first.
     ASSERT_EQ(Report(folder, Behind(RunWords())).status, 0);
@@ -388,7 +391,8 @@ TEST(Report, OtherFoldersFilesAndCounts)
     WritePlain(folder);
     WritePlain(away, "", 4);
     // From elsewhere, the report goes into the run's folder and messages name files by where they are.
-    const Finished run = Report(away, {"--in", folder.Path(), "--frames", away.Path(), "--count", "4"});
+    const Finished run =
+        Report(away, {"--in", folder.Path(), "--frames", away.Path(), "--count", "4", "--apart", "1000"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, "Wrote " + (folder / "report.html") + "\n");

@@ -425,6 +425,10 @@ TEST(Sections, ThePeakIsClearFromThreeTimesTheNextBestPlaceOn)
         if (e.name == "text" && e.text.find_first_not_of("0123456789") == e.text.npos)
             scale.push_back(e.text);
     EXPECT_EQ(scale, (std::vector<std::string>{"0", "9", "90", "225", "450", "900"}));
+    ASSERT_GT(page.captions.size(), 3u);
+    EXPECT_NE(page.captions[1].find("votes for the point"), std::string::npos);
+    EXPECT_NE(page.captions[2].find("The surroundings of the peak"), std::string::npos);
+    EXPECT_NE(page.captions[3].find("The colours of the votes, from none to the most."), std::string::npos);
 
     run.files.votes = pictures::ArrayOf(pictures::Shorts(41, 33));
     page = PageOf(run);
@@ -445,6 +449,8 @@ TEST(Sections, TheMotionIsShownInColoursAndInGrey)
     ASSERT_EQ(page.images.size(), 6u);
     const decoded::Colours colours = decoded::DecodePng(page.images[1].bytes);
     ASSERT_EQ(colours.width, 81);
+    EXPECT_EQ(page.images[1].alternative, "Direction and strength of the motion in colours");
+    EXPECT_EQ(page.images[3].alternative, "Strength of the motion in grey");
     EXPECT_NE(colours.At(20, 30), 0u);
     EXPECT_EQ(colours.At(21, 30), 0u);
     EXPECT_TRUE(page.Says("white the strongest, 500 units of the files."));

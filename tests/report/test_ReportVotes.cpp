@@ -203,6 +203,8 @@ TEST(VoteDrawing, RingsAndNamesTheSummitsOverThePlainVotes)
     ASSERT_EQ(nextName.size(), 1u);
     EXPECT_EQ(peakName[0].text, "peak");
     EXPECT_EQ(nextName[0].text, "next best");
+    EXPECT_EQ(peakName[0].Text("fill"), "#56B4E9");
+    EXPECT_NE(nextName[0].Text("fill"), "#56B4E9") << "each has its own colour";
     EXPECT_LT(svg::Distance({peakName[0].Number("x"), peakName[0].Number("y")}, {100, 100}), 40);
     EXPECT_LT(svg::Distance({nextName[0].Number("x"), nextName[0].Number("y")}, {300, 200}), 40);
 }
@@ -285,6 +287,12 @@ TEST(HeatScale, NamesTheVotesOfItsColours)
                                                  : shape.text == "3600" ? "end"
                                                                         : "middle");
         }
+    std::vector<std::string> ticks, below;
+    for (const svg::Shape& shape : drawn.All())
+        if (shape.name == "path") ticks.push_back(shape.Text("d"));
+    for (const char* x : {"0", "36", "113.84", "180", "254.56", "360"})
+        below.push_back(std::string("M") + x + " 20v4"); // of the strip, which is 20 pixels high
+    EXPECT_EQ(ticks, below);
     const decoded::Colours strip = Below(drawn);
     ASSERT_EQ(strip.width, 360);
     for (int x = 0; x < 360; x++) EXPECT_EQ(strip.At(x, 10), Hex(HeatColour(x * x / (359.0 * 359)))) << x;
