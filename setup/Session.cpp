@@ -64,7 +64,9 @@ public:
     PrivateFolder()
     {
         std::error_code none;
-        const std::filesystem::path place = std::filesystem::temp_directory_path(none);
+        std::filesystem::path place = std::filesystem::temp_directory_path(none);
+        if (none) place = "/tmp";                       // what TMPDIR names is no folder
+        place = std::filesystem::absolute(place, none); // telvane-run works in another one
         ClearAbandoned(place);
         std::string name = (place / prefix).string() + "XXXXXX";
         if (!mkdtemp(name.data())) return;

@@ -280,6 +280,17 @@ TEST_F(SessionOfTest, TryingTakesFramesByThePeriodsOfTheWheel)
     EXPECT_EQ(Tried()["problem"], (folder / "run") + ": it ended without a result");
     StandIn("mkdir -p \"$6/latest\"; echo '[]' >\"$6/latest/run.json\"");
     EXPECT_EQ(Tried()["problem"], (folder / "run") + " wrote no JSON");
+
+    const char* const kept = getenv("TMPDIR");
+    const std::string before = kept ? kept : "";
+    StandIn("case $4 in /*) echo found >&2 ;; esac\nexit 4");
+    for (const char* place : {".", "not/there"}) {
+        setenv("TMPDIR", place, 1);
+        EXPECT_EQ(Tried()["problem"], (folder / "run") + ": found")
+            << "wherever temporary files are: " << place;
+    }
+    if (kept) setenv("TMPDIR", before.c_str(), 1);
+    else unsetenv("TMPDIR");
 }
 
 TEST_F(SessionOfTest, AResultThatIsNestedDeeplyIsNone)
