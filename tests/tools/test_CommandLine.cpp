@@ -1,6 +1,8 @@
 // Command lines of the tools, and how tools end. Each is read in a child, which is what ends.
 #include <tools/CommandLine.h>
 
+#include <Kavrix/inner/NotEnoughMemory.h>
+
 #include <tests/support/ChildProcess.h>
 
 #include <gtest/gtest.h>
@@ -55,7 +57,7 @@ template <bool takesRest> int Print(int argc, char** argv)
     line.Word("--word", "W", "a word", word, "Words");
     line.Word("--number", "N", "a number", number);
     line.Words("--words", "W", "words", words);
-    line.Flag("--flag", "a flag", flag);
+    line.Flag("--flag", "a flag", flag, "Words");
     if (takesRest) line.Rest(rest);
     line.Read(argc, argv);
     std::printf("%s %d %d", word ? word->c_str() : "none", flag,
@@ -95,6 +97,7 @@ TEST(CommandLine, TheLastWordCountsAndOfSeveralAllInTheirOrder)
 TEST(CommandLine, BehindTwoDashesEverythingIsTakenAsItIs)
 {
     EXPECT_EQ(Printed({"--flag", "--", "--word", "", "--", "x"}), "none 1 0 | --word  -- x");
+    EXPECT_EQ(Printed({"--", "--flag=1"}), "none 0 0 | --flag=1");
     EXPECT_EQ(Printed({"--"}), "none 0 0 |");
     ExpectRefused(Ran(Print<false>, {"--flag", "--", "x"}), "there is no option '--'");
 }
@@ -111,6 +114,7 @@ TEST(CommandLine, WhatCannotBeReadIsOneLineAndStatusTwo)
              {{"--flag="}, "--flag takes no value"},
              {{"--none"}, "there is no option '--none'"},
              {{"bare"}, "there is no option 'bare'"},
+             {{"--first", "--second"}, "there is no option '--first'"},
              {{"--wor", "a"}, "there is no option '--wor'"},
              {{"--none\x1B[2J"}, "there is no option '--none\\x1B[2J'"}})
         ExpectRefused(Ran(Print<true>, words), problem);
@@ -132,6 +136,12 @@ TEST(CommandLine, HelpAndVersionGoToStandardOutput)
     EXPECT_EQ(help.err, "");
     for (const char* part : {"Does nothing.", "--word W", "a number", "Words:", "The end.", "this text"})
         EXPECT_NE(help.out.find(part), help.out.npos) << part << " in " << help.out;
+    // Options stand under their headings, what they mean beside them.
+    const std::size_t words = help.out.find("\nWords:\n"), end = help.out.find("\n\n", words + 1);
+    const std::string group = help.out.substr(words, end - words);
+    EXPECT_NE(group.find("\n  --word W" + std::string(32 - 10, ' ') + "a word"), group.npos) << group;
+    EXPECT_NE(group.find("\n  --flag" + std::string(32 - 8, ' ') + "a flag"), group.npos) << group;
+    EXPECT_NE(help.out.find("print the version"), help.out.npos);
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.err, "");
     EXPECT_EQ(version.out.rfind("tool ", 0), 0u) << version.out;
@@ -208,11 +218,18 @@ TEST(Tools, WithoutMemoryTheySaySoWithTheirStatus)
         std::thread(EndWithoutMemory).join();
         return 0;
     };
-    for (const Body body : {lacks, whereNothingIsThrown, whileAnotherIsHandled, onAnotherThread}) {
+    const Body ofTheLibrary = [](int, char**) -> int { kavrix::inner::NotEnoughMemory(); };
+    for (const Body body :
+         {lacks, whereNothingIsThrown, whileAnotherIsHandled, onAnotherThread, ofTheLibrary}) {
         const Finished run = Ran(body, {});
         EXPECT_EQ(run.status, 9);
         EXPECT_EQ(run.err, "tool: not enough memory\n");
     }
+    // Another exception is a fault, and no want of memory.
+    static const Body throwsOther = [](int, char**) -> int { throw 5; };
+    const Finished other = Ran([](int argc, char** argv) noexcept { return throwsOther(argc, argv); }, {});
+    EXPECT_EQ(other.status, -1);
+    EXPECT_EQ(other.err, "");
     const Finished done = Ran([](int, char**) { return 3; }, {});
     EXPECT_EQ(done.status, 3);
     EXPECT_EQ(done.err, "");

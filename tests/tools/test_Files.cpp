@@ -283,6 +283,7 @@ TEST(Files, WhatAKilledWriterLeftGoesWithTheNextOne)
     folder.Write(".file2.telvane-abcdef", "left by a writer of another file");
     folder.Write(".fill.telvane-abcdef", "and of one with a name as long");
     folder.Write("file.telvane-abcdef", "another name");
+    ASSERT_EQ(mkfifo((folder / ".file.telvane-abcdeg").c_str(), 0600), 0); // not waited for
     const int busy = open((folder / ".file.telvane-ABC123").c_str(), O_RDWR);
     ASSERT_EQ(flock(busy, LOCK_EX), 0);
     EXPECT_EQ(WriteWhole(folder / "file", "x"), "");

@@ -24,6 +24,9 @@ TEST(Printable, ControlCharactersAreWrittenAsBytes)
         EXPECT_EQ(Printable(turning).substr(0, 2), "\\x") << "what turns the writing round";
     for (const char* neighbour : {"\xE2\x80\x8D", "\xE2\x80\x90", "\xE2\x80\xAF", "\xE2\x81\xAA"})
         EXPECT_EQ(Printable(neighbour), neighbour);
+    for (const char* none : {"\xE2\x80\xA8", "\xE2\x80\xA9", "\xEF\xBF\xBE", "\xEF\xBF\xBF",
+                             "\xF0\x9F\xBF\xBE", "\xF4\x8F\xBF\xBF"})
+        EXPECT_EQ(Printable(none).substr(0, 2), "\\x") << "ends of lines, and no characters";
     EXPECT_EQ(Printable("\x1F \xC2\x80\xC2\x9F"), "\\x1F \\xC2\\x80\\xC2\\x9F");
     EXPECT_EQ(Printable("\xE2\x80\xA8\xE2\x80\xAE"
                         "b\xE2\x81\xA6\xEF\xBB\xBF\xEF\xBF\xBF"),
