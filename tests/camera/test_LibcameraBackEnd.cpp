@@ -508,6 +508,7 @@ TEST(CameraChoice, BoardsOwnCameraComesBeforeOneOnUsb)
     EXPECT_EQ(choose({own, usb, other}), 0u);
     EXPECT_EQ(choose({usb, usb}), 0u);
     EXPECT_EQ(choose({usb}), 0u);
+    EXPECT_EQ(choose({"/base/soc/usb@7e980000/hub@1-1.3:1.0-046d:0825", own}), 1u) << "of an older board";
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -169,6 +170,30 @@ TEST(LossWatch, CameraThatSlowsDownWithoutAWordIsLearnedInTime)
     std::string expected;
     for (int grab = 13; grab < 17; grab++) expected += Lost(1, grab, 67);
     EXPECT_EQ(text, expected);
+}
+
+TEST(LossWatch, OneFrameThatTakesLongAndSaysSoIsNoLoss)
+{
+    EXPECT_EQ(Told(30,
+                   [](int grab, FrameStamp& s) {
+                       if (grab > 12) s.time += 2 * frameTime;
+                       s.duration = grab == 12 ? 3 * frameTime : frameTime;
+                   }),
+              "");
+}
+
+TEST(LossWatch, WhatNumbersTellIsNotLearnedAsTheTimeOfAFrame)
+{
+    // Every second frame is lost at first; later one is missing by its time alone.
+    std::string expected;
+    for (int grab = 2; grab <= 10; grab++) expected += Lost(1, grab, 67);
+    EXPECT_EQ(Told(20,
+                   [](int grab, FrameStamp& s) {
+                       const int gone = std::min(grab, 10) - 1;
+                       s.sequence += static_cast<std::uint32_t>(gone);
+                       s.time += (gone + (grab >= 15)) * frameTime;
+                   }),
+              expected + Lost(1, 15, 67));
 }
 
 TEST(LossWatch, RepeatsAreToldByNumberOrTime)
