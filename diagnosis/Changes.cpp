@@ -4,6 +4,8 @@
 #include <diagnosis/Quantile.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <numbers>
 
 namespace telvane {
 
@@ -126,6 +128,24 @@ Changes ChangesOf(const CubByte& frames)
         changes.darkestNoise = Quantile(quietGreys, 0.5);
     }
     return changes;
+}
+
+double NoiseBetween(const CubByte& frames, int one, int other, const Region& box)
+{
+    std::vector<int> found;
+    for (int y = box.top + 1; y < box.top + box.height - 1; y += 3) {
+        for (int x = box.left + 1; x < box.left + box.width - 1; x += 3) {
+            const auto d = [&](int dx, int dy) {
+                return int{frames(x + dx, y + dy, other)} - int{frames(x + dx, y + dy, one)};
+            };
+            found.push_back(std::abs(d(-1, -1) + d(1, -1) + d(-1, 1) + d(1, 1) -
+                                     2 * (d(0, -1) + d(0, 1) + d(-1, 0) + d(1, 0)) + 4 * d(0, 0)));
+        }
+    }
+    if (found.empty()) return 0;
+    const auto middle = found.begin() + static_cast<std::ptrdiff_t>(found.size() / 2);
+    std::nth_element(found.begin(), middle, found.end());
+    return *middle / (0.6745 * 6 * std::numbers::sqrt2);
 }
 
 } // namespace telvane

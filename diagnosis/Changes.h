@@ -58,6 +58,13 @@ Place MiddleOf(const Changes& changes, const std::vector<Region>& masks);
 
 Changes ChangesOf(const CubByte& frames);
 
+/// Read noise in grey levels, from what the mask 1 -2 1, -2 4 -2, 1 -2 1 leaves of the difference of two
+/// frames: neither light nor rows of their own noise pass it, and edges are few.
+/// J. Immerkaer, "Fast Noise Variance Estimation", Computer Vision and Image Understanding 64 (1996),
+/// pp. 300-302; the median instead of the mean.
+/// \param box  within the frame
+double NoiseBetween(const CubByte& frames, int one, int other, const Region& box);
+
 } // namespace telvane
 
 #endif

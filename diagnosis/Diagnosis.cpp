@@ -27,6 +27,8 @@ const double mostUneven = 0.12;   // of a tooth
 const double noisiest = 4;        // grey levels
 const double worstPush = 1;       // pixels
 const double mostEccentric = 1.5; // pixels between the ring's middle and the rotation's centre
+const char* const check =
+    "Check the arguments, and that the whole wheel and the region around it lie in the picture.";
 
 std::string Plural(int number, const char* one, const char* several)
 {
@@ -90,7 +92,7 @@ private:
             Good();
             return;
         }
-        if (Pushed()) return;
+        if (CameraMoved()) return;
         // Poor frames are the cause only where nothing that the run was told is plainly wrong.
         const bool toldWrong = Trusted() && (RadiiWrong() || (Votes() && SenseWrong()));
         if (!toldWrong && !FramesStill() && FramesPoor()) return;
@@ -127,6 +129,13 @@ private:
     /// furthest.
     double Apart() const
     {
+        if (!findings.shifts.empty()) {
+            double furthest = 0;
+            for (const Place& by : findings.shifts)
+                furthest = std::max(furthest,
+                                    Distance(*diagnosis.found, {fit.centre.x + by.x, fit.centre.y + by.y}));
+            return furthest;
+        }
         Place middle = fit.centre;
         for (const Push& push : pushes)
             if (push.frame <= findings.fittedFrom) middle = {middle.x - push.by.x, middle.y - push.by.y};
@@ -197,17 +206,33 @@ private:
         return largest;
     }
 
-    /// The answer does not hold both before and after it.
-    bool Pushed()
+    /// How far apart two frames are at most that show the same at two places.
+    double Span() const
     {
-        if (LargestPush() < worstPush) return false;
-        std::vector<int> numbers;
-        for (const Push& push : pushes) numbers.push_back(push.frame + 1);
-        const Push& first = pushes[0];
+        double widest = 0;
+        for (const Place& one : findings.shifts)
+            for (const Place& other : findings.shifts) widest = std::max(widest, Distance(one, other));
+        return widest;
+    }
+
+    /// The answer does not hold for all of the frames.
+    bool CameraMoved()
+    {
+        const char* const fix = "Fix the camera to the machine, and run it again.";
+        if (LargestPush() >= worstPush) {
+            std::vector<int> numbers;
+            for (const Push& push : pushes) numbers.push_back(push.frame + 1);
+            return Say(Verdict::badFrames,
+                       "The picture jumped before frame " + ListText(numbers) + ", by " +
+                           DirectionText(pushes[0].by) +
+                           ": the camera was pushed, or the wheel's bearing gave way.",
+                       fix);
+        }
+        if (Span() < worstPush) return false;
         return Say(Verdict::badFrames,
-                   "The picture jumped before frame " + ListText(numbers) + ", by " +
-                       DirectionText(first.by) + ": the camera was pushed, or the wheel's bearing gave way.",
-                   "Fix the camera to the machine, and run it again.");
+                   "The camera moves: what stands still is seen at places up to " + NumberText(Span(), 1) +
+                       " px apart.",
+                   fix);
     }
 
     void Good()
@@ -246,9 +271,31 @@ private:
                    "than a third of a tooth.");
     }
 
-    std::string MaskText() const
+    /// Where the other motion lies; without the side on which the wheel lies, if most is left then.
+    Region Blank() const
     {
         const Region box = InPicture(findings.elsewhere->box);
+        if (!ring.ring) return box;
+        const auto at = [](double v) { return static_cast<int>(std::lround(v)); };
+        const double r = ring.ring->outer + 2;
+        const int left = at(ring.middle.x - r), right = at(ring.middle.x + r), top = at(ring.middle.y - r),
+                  bottom = at(ring.middle.y + r);
+        const int boxRight = box.left + box.width, boxBottom = box.top + box.height;
+        if (left >= boxRight || right <= box.left || top >= boxBottom || bottom <= box.top) return box;
+        Region largest{0, 0, 0, 0};
+        for (const Region& part : {Region{box.left, box.top, left - box.left, box.height},
+                                   Region{right, box.top, boxRight - right, box.height},
+                                   Region{box.left, box.top, box.width, top - box.top},
+                                   Region{box.left, bottom, box.width, boxBottom - bottom}})
+            if (part.width > 0 && part.height > 0 &&
+                part.width * part.height > largest.width * largest.height)
+                largest = part;
+        return 3 * largest.width * largest.height > box.width * box.height ? largest : box;
+    }
+
+    std::string MaskText() const
+    {
+        const Region box = Blank();
         std::string text = "-m";
         for (const int number : {box.left, box.top, box.width, box.height})
             text += ' ' + std::to_string(number);
@@ -273,7 +320,11 @@ private:
                    "Cover what moves there, or blank it with a mask (" + MaskText() + "), and run it again.");
     }
 
-    double RadiusTolerance() const { return std::max(3.0, 0.015 * diagnosis.ring->outer); }
+    /// Of a ring that leaves the picture that is the cause, and not radii that are nearly right.
+    double RadiusTolerance() const
+    {
+        return std::max(3.0, (Trusted() && !RingInside() ? 0.04 : 0.015) * diagnosis.ring->outer);
+    }
     double InnerWrong() const { return Given()->innerR - diagnosis.ring->inner; }
     double OuterWrong() const { return Given()->outerR - diagnosis.ring->outer; }
     bool RadiiWrong() const
@@ -302,12 +353,24 @@ private:
     bool WrongRadii()
     {
         if (!Trusted() || !RadiiWrong()) return false;
-        const bool senseToo = Votes() && SenseWrong();
+        std::string cure = "Give the radii " + RadiiSeen() + " px";
+        if (Votes() && SenseWrong()) cure += std::string(", and the sense ") + SenseText(*diagnosis.sense);
+        if (BestMethod() != Given()->HowSearched())
+            cure += std::string(", and take ") + (Votes() ? "the ring search (-1 as the third radius)"
+                                                          : "flow voting (0 as the third radius)");
+        if (OtherWheel())
+            cure += ", if the wheel around " + PlaceText(fit.centre) +
+                    " is the one; if not, cover it and let the other one turn";
         return Say(Verdict::wrongRadii,
                    "The teeth lie between " + RadiiSeen() + " px from the centre, and " + RadiiTold() + '.',
-                   "Give the radii " + RadiiSeen() + " px" +
-                       (senseToo ? std::string(", and the sense ") + SenseText(*diagnosis.sense) : "") +
-                       ", and run it again.");
+                   cure + ", and run it again.");
+    }
+
+    /// What turns has other teeth and quite another size than the run was told.
+    bool OtherWheel() const
+    {
+        return ring.teeth && Given()->teeth != 0 && Given()->teeth != *ring.teeth &&
+               std::abs(OuterWrong()) > 0.15 * diagnosis.ring->outer;
     }
 
     bool WrongSense()
@@ -353,10 +416,25 @@ private:
         Say(Verdict::disagree,
             "The centre found lies " + NumberText(Apart(), 1) + " px from the centre of the rotation at " +
                 PlaceText(fit.centre) + ": " + DirectionText(way) + '.',
-            Votes() ? "Try the ring search (-1 as the third radius), and check that the camera stands square "
-                      "to the wheel."
-                    : "Try flow voting (0 as the third radius): the ring may not lie round the axis, or not "
-                      "be a circle in the picture.");
+            OtherWay());
+    }
+
+    /// What may lead to an answer where nothing was told wrong.
+    std::string OtherWay() const
+    {
+        const bool change = BestMethod() != Given()->HowSearched();
+        if (!RingInside())
+            return std::string("Move the camera until the whole ring lies in the picture") +
+                   (change ? ", or try flow voting (0 as the third radius)." : ".");
+        if (!change && RingRound()) return check;
+        if (!change)
+            return "The ring does not lie round the axis: let the wheel turn further during the run, by half "
+                   "a "
+                   "turn or more, or take the centre of the rotation instead.";
+        return Votes() ? "Try the ring search (-1 as the third radius), and check that the camera stands "
+                         "square to the wheel."
+                       : "Try flow voting (0 as the third radius): the ring may not lie round the axis, or "
+                         "not be a circle in the picture.";
     }
 
     void NoResult()
@@ -369,9 +447,8 @@ private:
                 "The region around the centre of the rotation at " + PlaceText(fit.centre) +
                     " would reach out of the picture. " + said,
                 "Make the region smaller, move the place of the centre in it, or move the camera.");
-        else
-            Say(Verdict::noResult, said,
-                "Check the arguments, and that the whole wheel and the region around it lie in the picture.");
+        else if (Trusted() && diagnosis.ring && Given()) Say(Verdict::noResult, said, OtherWay());
+        else Say(Verdict::noResult, said, check);
     }
 
     /// As the program tests it: the region ends at least one pixel inside.
@@ -424,6 +501,9 @@ private:
         if (Given() && ring.teeth && Given()->teeth != 0 && Given()->teeth != *ring.teeth)
             Note("The wheel has " + Plural(*ring.teeth, "tooth", "teeth") + "; the run was told " +
                  std::to_string(Given()->teeth) + '.');
+        if (verdict == Verdict::good && ring.teeth && ToothStep() >= tooFastFrom)
+            Note("From frame to frame the wheel goes on by " + NumberText(ToothStep(), 2) +
+                 " of a tooth: at half a tooth, forwards looks like backwards.");
         if (verdict != Verdict::otherMotion && OtherMotionFound())
             Note(ShareText(findings.elsewhere->share) + " of the motion is not the wheel's, around " +
                  PlaceText(findings.elsewhere->where) + '.');
@@ -431,6 +511,9 @@ private:
             if (!pushes.empty())
                 Note("The picture jumped by " + NumberText(LargestPush(), 1) + " px before frame " +
                      std::to_string(pushes[0].frame + 1) + '.');
+            else if (!findings.shifts.empty())
+                Note("The camera moves: what stands still is seen at places up to " + NumberText(Span(), 1) +
+                     " px apart.");
             if (ring.uneven > mostUneven && verdict != Verdict::tooFast)
                 Note("The wheel does not turn evenly: once the teeth go on by " + NumberText(ring.uneven, 2) +
                      " of a tooth more or less than usually.");
@@ -443,8 +526,8 @@ private:
         if (Trusted() && ring.ring && Distance(ring.middle, fit.centre) > mostEccentric)
             Note("The middle of the ring lies " + NumberText(Distance(ring.middle, fit.centre), 1) +
                  " px from the centre that it turns about: it is eccentric, or the camera stands askew.");
-        if (quality.clipped > 0.05)
-            Note(ShareText(quality.clipped) + " of the picture is as bright as can be.");
+        const std::string clipped = ShareText(quality.clipped) + " of the picture is as bright as can be.";
+        if (quality.clipped > 0.05 && clipped != diagnosis.evidence) Note(clipped);
     }
 
     void Propose()
@@ -462,23 +545,37 @@ private:
             proposal.sense = true;
         }
         if (ring.teeth) arguments.teeth = *ring.teeth;
-        const Method best = RingSearchable() ? Method::ring : Method::votes;
+        const Method best = BestMethod();
         if (best != arguments.HowSearched() && diagnosis.verdict != Verdict::good) {
             arguments.offset = best == Method::ring ? -1 : 0;
             proposal.method = true;
         }
         if (diagnosis.verdict == Verdict::otherMotion && arguments.masks.size() < 3)
-            arguments.masks.push_back(InPicture(findings.elsewhere->box));
+            arguments.masks.push_back(Blank());
         diagnosis.proposal = proposal;
     }
 
-    /// The ring search needs the whole ring, round and about the axis.
-    bool RingSearchable() const
+    bool RingRound() const { return Distance(ring.middle, fit.centre) < mostEccentric && ring.oval < 3; }
+    bool RingInside() const
     {
-        const double r = diagnosis.ring->outer + 2;
+        const double r = diagnosis.ring ? diagnosis.ring->outer + 2 : 0;
         const Place& c = fit.centre;
         return c.x - r >= 0 && c.y - r >= 0 && c.x + r <= run.frames.dim1 - 1 &&
-               c.y + r <= run.frames.dim2 - 1 && Distance(ring.middle, c) < mostEccentric && ring.oval < 3;
+               c.y + r <= run.frames.dim2 - 1;
+    }
+
+    /// The ring search needs the whole ring, round and about the axis; or is nearer than votes that failed.
+    Method BestMethod() const
+    {
+        if (!diagnosis.ring || !RingInside()) return Method::votes;
+        if (RingRound()) {
+            const bool failed =
+                !Votes() && diagnosis.found && !RadiiWrong() && !OtherMotionFound() && Apart() > closeEnough;
+            return failed ? Method::votes : Method::ring;
+        }
+        return Votes() && diagnosis.found && 2 * (Distance(ring.middle, fit.centre) + ring.oval) < Apart()
+                   ? Method::ring
+                   : Method::votes;
     }
 
     const RunSeen& run;

@@ -2,17 +2,21 @@
 #include <diagnosis/Findings.h>
 
 #include <diagnosis/Changes.h>
+#include <diagnosis/Steady.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 
 namespace telvane {
 
 namespace {
 
-const double surest = 0.7;     // standard deviation of the rotation's centre that a verdict may rest on
-const double otherFrom = 0.15; // share of the motion that can mislead
+const double surest = 0.7;       // standard deviation of the rotation's centre that a verdict may rest on
+const double otherFrom = 0.15;   // share of the motion that can mislead
+const double leastShift = 0.04;  // pixels, root mean square, by which a camera shakes
+const double shiftSigma = 0.015; // deviation to which that is known between two frames, pixels
 
 /// Of a tooth, from frame to frame; 0 where the teeth are not known.
 double ToothStepOf(const RotationFit& rotation, const RingFound& ring)
@@ -35,6 +39,7 @@ private:
     int Count() const { return run.frames.dim3; }
     const RunArguments* Given() const { return run.arguments ? &*run.arguments : nullptr; }
     bool Trusted() const { return findings.Trusted(); }
+    const CubByte& Frames() const { return steady ? *steady : run.frames; }
 
     void Measure()
     {
@@ -49,22 +54,28 @@ private:
 
         changes = ChangesOf(run.frames);
         quality = QualityOf(run.frames, changes);
-        const bool given = IsFlow(run.u) && IsFlow(run.v);
-        MatShort madeU, madeV;
-        if (!given) FlowOf(run.frames, times, madeU, madeV);
-        const MatShort u = given ? run.u : madeU, v = given ? run.v : madeV;
-        cells = MotionCells(u, v, masks);
-        motion = Summarise(cells);
+        LookAtFlow();
         if (quality.moving <= 0) return;
 
         LocateRing();
+        if (Steady()) {
+            LookAtFlow();
+            if (quality.moving <= 0) return;
+            LocateRing();
+        }
         FindRotation(masks);
         straight = Straight(cells);
         if (!Trusted() && !ring.ring && straight.share >= straightFrom) {
             // What goes straight on hides a wheel that moves more weakly.
-            masks.push_back(straight.box);
-            motion = Summarise(MotionCells(u, v, masks));
+            motion = Summarise(Otherwise(cells, straight));
             LocateRing();
+            if (!ring.ring) {
+                masks.push_back(straight.box);
+                const std::vector<MotionCell> all = cells;
+                LookAtFlow();
+                cells = all;
+                LocateRing();
+            }
             FindRotation(masks);
         }
         if (Trusted()) LookAboutAxis();
@@ -82,15 +93,62 @@ private:
         }
     }
 
+    void LookAtFlow()
+    {
+        MatShort u, v;
+        const bool given = !steady && IsFlow(run.u) && IsFlow(run.v);
+        if (!given) FlowOf(Frames(), times, u, v);
+        cells = MotionCells(given ? run.u : u, given ? run.v : v, masks);
+        motion = Summarise(cells);
+    }
+
+    /// Takes off what the camera moved, where the wheel shares it. \return whether it moved
+    bool Steady()
+    {
+        const double around = ring.ring ? 1.1 * ring.ring->outer + 12 : 0;
+        const double noise = NoiseBetween(run.frames, 0, 1, {0, 0, run.frames.dim1, run.frames.dim2});
+        const std::vector<Place> moved = ShiftsOf(changes, noise, masks, ring.middle, around);
+        if (moved.empty()) return false;
+        const auto n = static_cast<double>(moved.size());
+        Place middle, wheel;
+        double seen = 0;
+        for (const Place& shift : moved) middle = {middle.x + shift.x / n, middle.y + shift.y / n};
+        for (const std::optional<Place>& place : places)
+            if (place) wheel = {wheel.x + place->x, wheel.y + place->y}, seen++;
+        double squares = 0, shared = 0, both = 0;
+        for (std::size_t t = 0; t < moved.size(); t++) {
+            const double dx = moved[t].x - middle.x, dy = moved[t].y - middle.y;
+            squares += dx * dx + dy * dy;
+            if (t >= places.size() || !places[t]) continue;
+            both += dx * dx + dy * dy;
+            shared += dx * (places[t]->x - wheel.x / seen) + dy * (places[t]->y - wheel.y / seen);
+        }
+        if (std::sqrt(squares / n) < leastShift) return false;
+        // The ring's middle is found to some tenths of a pixel in each frame.
+        const double clearly = 1;
+        if (both > clearly && std::abs(shared / both - 1) > 0.5) return false;
+        findings.shifts = moved;
+        steady.emplace(Steadied(run.frames, moved));
+        changes = ChangesOf(*steady);
+        quality = QualityOf(*steady, changes);
+        return true;
+    }
+
     /// Teeth lie evenly about the axis where the camera stands askew, and about the ring's middle where that
     /// is not the axis: they are counted where they are clearer.
     void LookAboutAxis()
     {
         if (!ring.ring) {
-            LocateRing(fit.centre);
+            Consider(fit.centre);
+            if (ring.ring) FindPushes();
         } else if (Distance(ring.middle, fit.centre) > Nearby(ring)) {
-            RingFound about = FindRing(run.frames, times, changes, fit.centre, masks);
+            RingFound about = FindRing(Frames(), times, changes, fit.centre, masks);
             if (!about.teeth || !(about.clear > ring.clear)) return;
+            const double furthest = 16; // pixels that a ring may lie beside its axis
+            if (about.ring && Distance(ring.middle, fit.centre) > furthest) {
+                ring = about;
+                return;
+            }
             about.ring = ring.ring;
             about.middle = ring.middle;
             about.oval = ring.oval;
@@ -122,29 +180,60 @@ private:
         elsewhere = Elsewhere(cells, Trusted() ? fit.centre : ring.middle, *ring.ring, *sense);
     }
 
-    /// About the flow's centre, or else about the one found, or else about the middle of what changes.
+    /// Of the rings about several centres the one that is like what the run was told, or else the clearest.
     void LocateRing()
     {
-        std::vector<Place> centres;
-        if (motion.turns) centres.push_back(motion.centre);
-        if (found && NearPicture(*found)) centres.push_back(*found);
-        centres.push_back(MiddleOf(changes, masks));
-        for (const Place& centre : centres)
-            if (LocateRing(centre)) return;
         ring = {};
+        SearchRing();
+        if (ring.ring) FindPushes();
     }
 
-    /// About a centre, and then about the ring's own.
-    bool LocateRing(const Place& centre)
+    void SearchRing()
     {
-        ring = FindRing(run.frames, times, changes, centre, masks);
-        if (!ring.ring) return false;
-        if (Distance(ring.middle, centre) > Nearby(ring)) {
-            const RingFound again = FindRing(run.frames, times, changes, ring.middle, masks);
-            if (again.ring) ring = again;
+        if (motion.turns && Consider(motion.centre)) return;
+        if (found && NearPicture(*found) && Consider(*found)) return;
+        const std::optional<Place> outline = OutlineMiddle(changes, masks);
+        if (outline && Consider(*outline)) return;
+        if (Consider(MiddleOf(changes, masks)) || !ring.ring) return;
+        // Another wheel may turn as well.
+        std::vector<MotionCell> others;
+        for (const MotionCell& cell : cells)
+            if (Distance(cell.at, ring.middle) > 1.1 * ring.ring->outer) others.push_back(cell);
+        const MotionSummary other = Summarise(others);
+        if (other.turns) Consider(other.centre);
+    }
+
+    /// Takes the ring about a centre where it is better than the one known. \return whether none can be
+    /// better
+    bool Consider(const Place& centre)
+    {
+        RingFound seen = FindRing(Frames(), times, changes, centre, masks);
+        if (!seen.ring) return false;
+        if (Distance(seen.middle, centre) > Nearby(seen)) {
+            const RingFound again = FindRing(Frames(), times, changes, seen.middle, masks);
+            if (again.ring) seen = again;
         }
-        pushes = PushesOf(RingPlaces(run.frames, ring.middle, *ring.ring, *ring.teeth, masks));
-        return true;
+        if (!ring.ring || Told(seen) > Told(ring) || (Told(seen) == Told(ring) && seen.clear > ring.clear))
+            ring = seen;
+        return Told(ring) == 2;
+    }
+
+    /// How much of a ring is as the run was told: radii and teeth, 2; one of them, 1.
+    int Told(const RingFound& seen) const
+    {
+        if (!Given()) return 2;
+        const double apart = std::max(std::abs(seen.ring->inner - Given()->innerR),
+                                      std::abs(seen.ring->outer - Given()->outerR));
+        return (apart < 0.08 * seen.ring->outer) +
+               (Given()->teeth == 0 ? seen.clear > 0.5 : Given()->teeth == *seen.teeth);
+    }
+
+    void FindPushes()
+    {
+        places = findings.shifts.empty()
+                     ? RingPlaces(Frames(), ring.middle, *ring.ring, *ring.teeth, masks)
+                     : std::vector<std::optional<Place>>(findings.shifts.begin(), findings.shifts.end());
+        pushes = PushesOf(places);
     }
 
     bool IsFlow(const MatShort& sums) const
@@ -173,7 +262,7 @@ private:
 
         // The longest part between pushes: across one the wheel seems to turn about another place.
         int from = 0, to = Count() - 1, begin = 0;
-        if (!pushes.empty()) {
+        if (!pushes.empty() && findings.shifts.empty()) {
             to = -1;
             for (std::size_t i = 0; i <= pushes.size(); i++) {
                 const int end = i < pushes.size() ? pushes[i].frame - 1 : Count() - 1;
@@ -195,12 +284,18 @@ private:
 
     void Fit(int from, int to, const RotationStart& start, const std::vector<Region>& leftOut)
     {
-        fit = FitRotation(run.frames(RNG::All(), RNG::All(), RNG(from, to)),
+        fit = FitRotation(Frames()(RNG::All(), RNG::All(), RNG(from, to)),
                           {times.begin() + from, times.begin() + to + 1}, start, leftOut);
+        const double angle = std::abs(fit.degreesPerFrame) * fit.gap * std::numbers::pi / 180;
+        if (!steady || !(angle > 0)) return;
+        fit.sigma = {std::hypot(fit.sigma.x, shiftSigma / angle),
+                     std::hypot(fit.sigma.y, shiftSigma / angle)};
     }
 
     const RunSeen& run;
     const std::optional<Place> found;
+    std::optional<CubByte> steady;            ///< the frames, where the camera moved
+    std::vector<std::optional<Place>> places; ///< of the same thing in each frame
     std::vector<Region> masks;
     Changes changes;
     std::vector<MotionCell> cells;

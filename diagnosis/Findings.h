@@ -28,6 +28,9 @@ struct Findings {
     std::vector<Push> pushes;
     RotationFit fit;
     int fittedFrom = 0; ///< the first of the frames that the fit saw
+    /// By which the camera moved the picture in each frame against the first, where it did and the still part
+    /// of the picture tells; all else is then of frames without that.
+    std::vector<Place> shifts;
     std::optional<Sense> sense;
     std::optional<MotionElsewhere> elsewhere; ///< where a ring and a sense are known
 

@@ -4,13 +4,13 @@
 #include <Kavrix/KXint.h>
 #include <Kavrix/OptFlow.h>
 #include <diagnosis/Changes.h>
+#include <diagnosis/Dice.h>
 #include <diagnosis/Quantile.h>
 
 #include <Eigen/Dense>
 
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <numbers>
 
 namespace telvane {
@@ -88,19 +88,6 @@ Region BoxOf(const std::vector<double>& columns, const std::vector<double>& rows
             static_cast<int>(Quantile(columns, 1 - few) + room - left) + 1,
             static_cast<int>(Quantile(rows, 1 - few) + room - top) + 1};
 }
-
-/// Numbers that are the same on every machine.
-class Dice {
-public:
-    std::size_t Below(std::size_t n)
-    {
-        state = state * 6364136223846793005U + 1442695040888963407U;
-        return static_cast<std::size_t>(state >> 33) % n;
-    }
-
-private:
-    std::uint64_t state = 1;
-};
 
 } // namespace
 
@@ -279,7 +266,18 @@ StraightMotion Straight(const std::vector<MotionCell>& cells)
         rows.push_back(cell.at.y);
     }
     if (!(all > 0)) return {};
-    return {std::hypot(sumX, sumY) / all, {where.x / all, where.y / all}, BoxOf(columns, rows)};
+    return {std::hypot(sumX, sumY) / all, {where.x / all, where.y / all}, BoxOf(columns, rows), {sumX, sumY}};
+}
+
+std::vector<MotionCell> Otherwise(const std::vector<MotionCell>& cells, const StraightMotion& straight)
+{
+    std::vector<MotionCell> others;
+    const double length = std::hypot(straight.way.x, straight.way.y);
+    for (const MotionCell& cell : cells)
+        if (cell.x * straight.way.x + cell.y * straight.way.y <
+            std::numbers::sqrt3 / 2 * length * cell.strength)
+            others.push_back(cell);
+    return others;
 }
 
 } // namespace telvane

@@ -59,8 +59,12 @@ struct StraightMotion {
     double share = 0; ///< of the motion that is left when all of it is added up: 1 where all goes one way
     Place where;      ///< the middle of the motion
     Region box{0, 0, 0, 0}; ///< where nearly all of it lies, with some room
+    Place way{};            ///< that it goes, of any length
 };
 StraightMotion Straight(const std::vector<MotionCell>& cells);
+
+/// What goes another way, by 30 degrees or more.
+std::vector<MotionCell> Otherwise(const std::vector<MotionCell>& cells, const StraightMotion& straight);
 
 } // namespace telvane
 

@@ -2,6 +2,8 @@
 // values around the ring; then the radii, from how strong the harmonic of the teeth is at each radius.
 #include <diagnosis/Ring.h>
 
+#include <diagnosis/Dice.h>
+#include <diagnosis/Index.h>
 #include <diagnosis/Quantile.h>
 
 #include <Eigen/Dense>
@@ -16,8 +18,6 @@ namespace {
 
 using Complex = std::complex<double>;
 const double turn = 2 * std::numbers::pi;
-
-std::size_t Index(int i) { return static_cast<std::size_t>(i); }
 
 /// Grey values between pixels.
 class Sampler {
@@ -235,7 +235,78 @@ Rims FindRims(const CubByte& frames, const Place& centre, int teeth, const Ring&
     return {tipsOnly ? std::nullopt : FitRim(inner, middles), FitRim(outer, middles)};
 }
 
+/// The place furthest from a middle that changes, of each sector, but for what is weak or single.
+std::vector<Place> OutlineOf(const Changes& changes, const Place& middle, const std::vector<Region>& masks)
+{
+    std::vector<double> strong;
+    for (std::size_t i = 0; i < changes.mean.size(); i++)
+        if (const double excess = changes.Excess(i); excess > 0) strong.push_back(excess);
+    const double least = 0.1 * Quantile(strong, 0.8);
+    const auto changesAt = [&](double x, double y) {
+        const int column = static_cast<int>(x / Changes::cell), row = static_cast<int>(y / Changes::cell);
+        return column >= 0 && row >= 0 && column < changes.width && row < changes.height &&
+               changes.Excess(changes.At(column, row)) > least && !Masked(masks, x, y, 2);
+    };
+    std::vector<Place> outline;
+    const int sectors = 48, rays = 15 * sectors, most = Changes::cell * (changes.width + changes.height);
+    const std::vector<Complex> ways = Directions(rays);
+    for (int first = 0; first < rays; first += rays / sectors) {
+        int furthest = 0, along = first;
+        for (int i = first; i < first + rays / sectors; i++) {
+            int run = 0;
+            for (int r = most; r > furthest; r -= Changes::cell) {
+                const double x = middle.x + r * ways[Index(i)].real(),
+                             y = middle.y + r * ways[Index(i)].imag();
+                run = x >= 0 && y >= 0 && changesAt(x, y) ? run + 1 : 0;
+                if (run == 2) furthest = r + Changes::cell, along = i;
+            }
+        }
+        if (furthest > 0)
+            outline.push_back({middle.x + furthest * ways[Index(along)].real(),
+                               middle.y + furthest * ways[Index(along)].imag()});
+    }
+    return outline;
+}
+
+/// A circle, and how many places lie on it.
+struct Circle {
+    Place middle;
+    double radius = 0;
+    int on = 0;
+};
+
+Circle CircleThrough(const Place& a, const Place& b, const Place& c)
+{
+    Eigen::Matrix2d sides;
+    sides << b.x - a.x, b.y - a.y, c.x - a.x, c.y - a.y;
+    if (!(std::abs(sides.determinant()) > 1)) return {};
+    const Eigen::Vector2d way = sides.inverse() * (0.5 * sides.cwiseAbs2().rowwise().sum());
+    return {{a.x + way.x(), a.y + way.y()}, way.norm(), 0};
+}
+
 } // namespace
+
+std::optional<Place> OutlineMiddle(const Changes& changes, const std::vector<Region>& masks)
+{
+    const std::vector<Place> outline = OutlineOf(changes, MiddleOf(changes, masks), masks);
+    const std::size_t least = 8;
+    if (outline.size() < least) return {};
+    Dice dice;
+    Circle best;
+    const int samples = 1500;
+    for (int i = 0; i < samples; i++) {
+        const auto any = [&] { return outline[dice.Below(outline.size())]; };
+        const Place a = any(), b = any(), c = any();
+        Circle circle = CircleThrough(a, b, c);
+        if (circle.radius < 16 || circle.radius > Changes::cell * changes.width) continue;
+        const double near = 3; // pixels
+        for (const Place& place : outline)
+            circle.on += std::abs(Distance(place, circle.middle) - circle.radius) < near;
+        if (circle.on > best.on) best = circle;
+    }
+    if (best.on < static_cast<int>(std::max(least, outline.size() / 3))) return {};
+    return best.middle;
+}
 
 std::vector<double> RadialProfile(const Changes& changes, const Place& centre,
                                   const std::vector<Region>& masks)

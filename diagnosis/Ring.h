@@ -21,6 +21,9 @@ std::vector<double> RadialProfile(const Changes& changes, const Place& centre,
                                   const std::vector<Region>& masks);
 inline constexpr int profileStep = 2;
 
+/// The middle of the circle that what changes ends at on most sides, whatever else moves on the others.
+std::optional<Place> OutlineMiddle(const Changes& changes, const std::vector<Region>& masks);
+
 /// The outermost ring that changes.
 std::optional<Ring> RoughRing(const std::vector<double>& profile);
 

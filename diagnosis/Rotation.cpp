@@ -5,6 +5,7 @@
 // the widest are fitted once more at full resolution, the leaning of the axis included.
 #include <diagnosis/Rotation.h>
 
+#include <diagnosis/Changes.h>
 #include <diagnosis/PairFit.h>
 #include <diagnosis/Scaled.h>
 
@@ -43,28 +44,6 @@ Eigen::Vector2d MedianOf(const std::vector<Eigen::Vector2d>& places)
         y.push_back(p.y());
     }
     return {MedianOf(x), MedianOf(y)};
-}
-
-/// Read noise in grey levels, from what the mask 1 -2 1, -2 4 -2, 1 -2 1 leaves of the difference of two
-/// frames: neither light nor rows of their own noise pass it, and edges are few.
-/// J. Immerkaer, "Fast Noise Variance Estimation", Computer Vision and Image Understanding 64 (1996),
-/// pp. 300-302; the median instead of the mean.
-double NoiseBetween(const CubByte& frames, int one, int other, const Region& box)
-{
-    std::vector<int> found;
-    for (int y = box.top + 1; y < box.top + box.height - 1; y += 3) {
-        for (int x = box.left + 1; x < box.left + box.width - 1; x += 3) {
-            const auto d = [&](int dx, int dy) {
-                return int{frames(x + dx, y + dy, other)} - int{frames(x + dx, y + dy, one)};
-            };
-            found.push_back(std::abs(d(-1, -1) + d(1, -1) + d(-1, 1) + d(1, 1) -
-                                     2 * (d(0, -1) + d(0, 1) + d(-1, 0) + d(1, 0)) + 4 * d(0, 0)));
-        }
-    }
-    if (found.empty()) return 0;
-    const auto middle = found.begin() + static_cast<std::ptrdiff_t>(found.size() / 2);
-    std::nth_element(found.begin(), middle, found.end());
-    return *middle / (0.6745 * 6 * std::numbers::sqrt2);
 }
 
 /// By which the deviation of noise shrinks in `Scale`.

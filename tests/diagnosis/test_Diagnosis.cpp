@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 using namespace telvane;
@@ -261,6 +262,42 @@ TEST(Diagnosis, AnotherThingThatDoesNotSpoilTheAnswerIsARemark)
     const Diagnosis diagnosis = Judged(WithDisc(2), Method::ring);
     EXPECT_EQ(diagnosis.verdict, Verdict::good) << diagnosis.evidence;
     EXPECT_TRUE(Remarks(diagnosis, "is not the wheel's"));
+}
+
+TEST(Diagnosis, OfTwoWheelsTheOneThatTheRunWasToldIsJudged)
+{
+    WheelScene meant = Scene(), other = Scene();
+    meant.centreX = 160.4;
+    meant.innerR = 100;
+    meant.outerR = 120;
+    meant.teeth = 30;
+    meant.degreesPerFrame = 0.3;
+    other.centreX = 480.2;
+    other.innerR = 110;
+    other.outerR = 150;
+    other.teeth = 14;
+    other.degreesPerFrame = -2;
+    CubByte frames = DrawnFrames(meant, count), others = DrawnFrames(other, count);
+    frames(RNG(320, 639), RNG::All(), RNG::All()) = others(RNG(320, 639), RNG::All(), RNG::All());
+    const RunArguments told = Fitting(meant, Method::ring);
+    RunSeen run = DetectedRun(frames, told);
+    // The answer lies on the one wheel or on the other.
+    for (const bool right : {true, false}) {
+        const WheelScene& at = right ? meant : other;
+        run.outcome.result = 0;
+        run.outcome.region =
+            Region{static_cast<int>(std::lround(at.centreX)) - told.centreX,
+                   static_cast<int>(std::lround(at.centreY)) - told.centreY, told.width, told.height};
+        const Diagnosis diagnosis = Diagnose(run);
+        EXPECT_EQ(diagnosis.verdict, right ? Verdict::good : Verdict::otherMotion) << diagnosis.evidence;
+        EXPECT_EQ(diagnosis.teeth, 30);
+        ASSERT_TRUE(diagnosis.centre);
+        EXPECT_NEAR(diagnosis.centre->x, meant.centreX, 0.3);
+        if (right) continue;
+        ASSERT_TRUE(diagnosis.proposal);
+        ASSERT_EQ(diagnosis.proposal->arguments.masks.size(), 1U);
+        EXPECT_GT(diagnosis.proposal->arguments.masks[0].left, 281) << "the wheel itself is not blanked";
+    }
 }
 
 TEST(Diagnosis, RadiiThatSpoilTheAnswerAreWrong)

@@ -70,6 +70,27 @@ TEST(Ring, WhatIsBlankedIsLeftOut)
     EXPECT_LT(found.seen, 0.8);
 }
 
+TEST(Ring, TheOutlineTellsTheMiddleThoughAThirdIsCovered)
+{
+    const WheelScene scene = Scene();
+    WheelScene still = scene;
+    still.degreesPerFrame = 0;
+    const CubByte cover = DrawnFrames(still, 3);
+    CubByte frames = DrawnFrames(scene, 3);
+    frames(RNG(0, 239), RNG::All(), RNG::All()) = cover(RNG(0, 239), RNG::All(), RNG::All());
+    const std::optional<Place> middle = OutlineMiddle(ChangesOf(frames), {});
+    ASSERT_TRUE(middle);
+    EXPECT_NEAR(middle->x, scene.centreX, 3);
+    EXPECT_NEAR(middle->y, scene.centreY, 3);
+}
+
+TEST(Ring, WithoutACircleThereIsNoOutline)
+{
+    WheelScene scene = Scene();
+    scene.degreesPerFrame = 0;
+    EXPECT_FALSE(OutlineMiddle(ChangesOf(DrawnFrames(scene, 3)), {}));
+}
+
 TEST(Ring, TheStepOfTheTeethIsMeasured)
 {
     for (const double step : {0.1, -0.1, 0.3, 0.45}) {

@@ -171,7 +171,7 @@ TEST(Verdicts, DisagreementHasADistanceADirectionAndAnotherMethodToTry)
                   "Try flow voting (0 as the third radius): the ring may not lie round the axis, or not be a "
                   "circle in the picture.");
     Case votes(Method::votes);
-    votes.found.fit.centre = {323, 240};
+    votes.found.fit.centre = votes.found.ring.middle = {323, 240};
     ExpectVerdict(votes, Verdict::disagree,
                   "The centre found lies 3.0 px from the centre of the rotation at (323.0, 240.0): 3.0 px to "
                   "the left.",
@@ -461,7 +461,8 @@ TEST(Verdicts, WrongRadiiBeyondATolerance)
               Given{inner, outer - tolerance, Verdict::disagree},
               Given{inner, outer - tolerance - 1, Verdict::wrongRadii}}) {
             Case c(Method::ring, 1280, 960);
-            c.Apart(far).found.ring.ring = Ring{130 * size, 160 * size};
+            c.found.fit.centre = c.found.ring.middle = {640, 480};
+            c.found.ring.ring = Ring{130 * size, 160 * size};
             c.Told().innerR = atInner;
             c.Told().outerR = atOuter;
             EXPECT_EQ(VerdictOf(c), verdict) << atInner << " and " << atOuter;
@@ -479,16 +480,107 @@ TEST(Verdicts, WrongRadiiNameTheRightOnes)
         const std::string evidence =
             "The teeth lie between 130 and 160 px from the centre, and the run was told the radii 95 and 115 "
             "px.";
-        ExpectVerdict(c, Verdict::wrongRadii, evidence, "Give the radii 130 and 160 px, and run it again.");
+        const std::string radii = "Give the radii 130 and 160 px", again = ", and run it again.",
+                          take = ", and take the ring search (-1 as the third radius)";
+        const bool votes = method == Method::votes;
+        ExpectVerdict(c, Verdict::wrongRadii, evidence, radii + (votes ? take : "") + again);
         EXPECT_EQ(c.Judged().remarks, Strings());
         c.Told().turn = -1;
         ExpectVerdict(c, Verdict::wrongRadii, evidence,
-                      method == Method::votes
-                          ? "Give the radii 130 and 160 px, and the sense clockwise, and run it again."
-                          : "Give the radii 130 and 160 px, and run it again.");
+                      radii + (votes ? ", and the sense clockwise" + take : "") + again);
+        c.Told().turn = 1;
+        c.found.ring.oval = 12;
+        ExpectVerdict(c, Verdict::wrongRadii, evidence,
+                      radii + (votes ? "" : ", and take flow voting (0 as the third radius)") + again);
         c.found.fit.holds = false;
         EXPECT_EQ(VerdictOf(c), Verdict::unclear) << "about which centre?";
     }
+}
+
+TEST(Verdicts, AWheelOfOtherTeethAndAnotherSizeMayBeTheWrongOne)
+{
+    Case c;
+    c.Apart(far);
+    c.Told().innerR = 95;
+    c.Told().outerR = 115;
+    c.Told().teeth = 31;
+    const std::string doubt = ", if the wheel around (340.0, 240.0) is the one; if not, cover it and let the "
+                              "other one turn";
+    EXPECT_EQ(c.Judged().cure, "Give the radii 130 and 160 px" + doubt + ", and run it again.");
+    c.Told().outerR = 137;
+    EXPECT_EQ(c.Judged().cure, "Give the radii 130 and 160 px, and run it again.");
+    c.Told().outerR = 115;
+    for (const int teeth : {0, 24}) {
+        c.Told().teeth = teeth;
+        EXPECT_EQ(c.Judged().cure, "Give the radii 130 and 160 px, and run it again.") << teeth;
+    }
+}
+
+TEST(Verdicts, ARingThatLeavesThePictureIsTheCauseAndNotRadiiThatAreNearlyRight)
+{
+    for (const Method method : {Method::ring, Method::votes}) {
+        Case c(method);
+        c.found.fit.centre = c.found.ring.middle = {150, 240};
+        c.Told().outerR = 165;
+        EXPECT_EQ(VerdictOf(c), Verdict::disagree);
+        EXPECT_EQ(c.Judged().cure,
+                  std::string("Move the camera until the whole ring lies in the picture") +
+                      (method == Method::ring ? ", or try flow voting (0 as the third radius)." : "."));
+        c.Told().outerR = 168;
+        EXPECT_EQ(VerdictOf(c), Verdict::wrongRadii);
+    }
+}
+
+TEST(Verdicts, TheCureAndTheProposalNameTheSameMethod)
+{
+    // Votes that failed worse than an eccentric ring lies beside its axis.
+    Case c(Method::votes);
+    c.Apart(far).found.ring.middle.x += 3;
+    EXPECT_EQ(VerdictOf(c), Verdict::disagree);
+    EXPECT_EQ(c.Judged().cure.rfind("Try the ring search", 0), 0u) << c.Judged().cure;
+    EXPECT_EQ(c.Judged().proposal->arguments.HowSearched(), Method::ring);
+    c.found.ring.middle.x += 8;
+    EXPECT_EQ(c.Judged().cure.rfind("The ring does not lie round the axis", 0), 0u) << c.Judged().cure;
+    EXPECT_EQ(c.Judged().proposal->arguments.HowSearched(), Method::votes);
+    // A ring search that failed though nothing is wrong with the ring.
+    Case ring;
+    ring.Apart(far);
+    EXPECT_EQ(ring.Judged().cure.rfind("Try flow voting", 0), 0u) << ring.Judged().cure;
+    EXPECT_EQ(ring.Judged().proposal->arguments.HowSearched(), Method::votes);
+}
+
+TEST(Verdicts, TheProposedMaskLeavesTheWheel)
+{
+    // The wheel reaches from 158 to 482.
+    Case c;
+    c.found.fit.centre = {320, 240};
+    c.run.outcome.region->left = 0;
+    c.Share(0.4, {560, 240}).found.elsewhere->box = {200, 100, 430, 300};
+    EXPECT_NE(c.Judged().cure.find("-m 482 100 148 300)"), std::string::npos) << c.Judged().cure;
+    EXPECT_EQ(c.Judged().proposal->arguments.masks[0].left, 482);
+    // What moves in front of the wheel is there.
+    c.found.elsewhere->box = {400, 100, 100, 100};
+    EXPECT_NE(c.Judged().cure.find("-m 400 100 100 100)"), std::string::npos) << c.Judged().cure;
+}
+
+TEST(Verdicts, ACameraThatMovesSpoilsAnAnswerThatDoesNotHoldForAllFrames)
+{
+    Case c;
+    c.found.shifts = {{0, 0}, {-1, 0}, {0.5, 0}, {-0.5, 0.2}, {0, 0}, {0.1, -0.1}};
+    EXPECT_EQ(VerdictOf(c.Apart(0)), Verdict::good);
+    EXPECT_NE(c.Judged().evidence.find("lies 1.0 px"), std::string::npos) << c.Judged().evidence;
+    const std::string moves = "The camera moves: what stands still is seen at places up to 1.5 px apart.";
+    EXPECT_EQ(c.Judged().remarks, Strings{moves});
+    ExpectVerdict(c.Apart(-1.5), Verdict::badFrames, moves,
+                  "Fix the camera to the machine, and run it again.");
+    EXPECT_EQ(c.Judged().remarks, Strings());
+    // By less than a pixel it does not explain it.
+    c.found.shifts = {{0, 0}, {-0.5, 0}, {0.49, 0}};
+    EXPECT_EQ(VerdictOf(c.Apart(far)), Verdict::disagree);
+    // At a push it moves once.
+    c.found.shifts[1] = {-1, 0};
+    c.found.pushes = {{1, {-1, 0}}};
+    EXPECT_EQ(c.Judged().evidence.rfind("The picture jumped before frame 2", 0), 0u) << c.Judged().evidence;
 }
 
 TEST(Verdicts, TheWrongSenseMatters)
@@ -627,7 +719,9 @@ TEST(Verdicts, ARegionThatWouldLeaveThePictureIsTheCauseOfARefusal)
                                        {Place{320, 89.4}, false},
                                        {Place{320, 389.4}, true},
                                        {Place{320, 389.6}, false}})
-        EXPECT_EQ(refused(centre).Judged().cure.rfind("Check", 0) == 0, fits) << centre.x << ' ' << centre.y;
+        EXPECT_EQ(refused(centre).Judged().cure.rfind("Make the region smaller", 0) != 0, fits)
+            << centre.x << ' ' << centre.y;
+    EXPECT_EQ(refused({110, 240}).Judged().cure.rfind("Move the camera until the whole ring", 0), 0u);
     Case unknown = refused({99, 240});
     unknown.found.fit.holds = false;
     EXPECT_EQ(unknown.Judged().cure.rfind("Check", 0), 0u);
@@ -806,10 +900,22 @@ TEST(Verdicts, TheMethodIsProposedByWhatTheRingSearchNeeds)
     EXPECT_EQ(proposed(at(320, 161.9)), Method::votes);
     EXPECT_EQ(proposed(at(320, 317)), Method::ring);
     EXPECT_EQ(proposed(at(320, 317.1)), Method::votes);
-    EXPECT_EQ(proposed([](Case& c) { c.found.ring.middle.x += 1.49; }), Method::ring);
-    EXPECT_EQ(proposed([](Case& c) { c.found.ring.middle.x += 1.51; }), Method::votes) << "eccentric";
-    EXPECT_EQ(proposed([](Case& c) { c.found.ring.oval = 2.99; }), Method::ring);
-    EXPECT_EQ(proposed([](Case& c) { c.found.ring.oval = 3; }), Method::votes) << "not round";
+    const auto proposedTo = [](Method method, double beside, double oval) {
+        Case c(method);
+        c.Apart(7).Told().innerR = 95;
+        c.found.ring.middle.x += beside;
+        c.found.ring.oval = oval;
+        return c.Judged().proposal->arguments.HowSearched();
+    };
+    for (const Method method : {Method::ring, Method::votes})
+        for (const auto& [beside, oval] : {std::pair{1.49, 0.0}, {0.0, 2.99}})
+            EXPECT_EQ(proposedTo(method, beside, oval), Method::ring) << beside << ' ' << oval;
+    EXPECT_EQ(proposedTo(Method::ring, 1.51, 0), Method::votes) << "eccentric";
+    EXPECT_EQ(proposedTo(Method::ring, 0, 3), Method::votes) << "not round";
+    // Of votes that failed by 7 pixels, where the ring search errs by less than half of that.
+    EXPECT_EQ(proposedTo(Method::votes, 3.49, 0), Method::ring);
+    EXPECT_EQ(proposedTo(Method::votes, 3.51, 0), Method::votes);
+    EXPECT_EQ(proposedTo(Method::votes, 2, 1.51), Method::votes);
 
     // Where the run is good its own method stays.
     Case c(Method::votes);
@@ -823,6 +929,7 @@ TEST(Verdicts, TheMethodIsProposedByWhatTheRingSearchNeeds)
     EXPECT_EQ(c.Judged().proposal->arguments.offset, 0);
     EXPECT_TRUE(c.Judged().proposal->method);
     c.found.ring.oval = 0;
+    c.Told().innerR = 95;
     EXPECT_EQ(c.Judged().proposal->arguments.offset, -7) << "any number below 0 asks for it";
     EXPECT_FALSE(c.Judged().proposal->method);
 }
