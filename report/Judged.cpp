@@ -44,7 +44,7 @@ bool Known(const RunOutcome& outcome) { return !outcome.failure.empty() || outco
 Judged Judge(const RunFiles& files, const std::optional<RunArguments>& arguments, const RunOutcome& outcome,
              const std::vector<int>& lost, bool framesNeeded)
 {
-    Judged run{files, arguments, outcome, false, {}, {}, false, {}};
+    Judged run{files, arguments, outcome, false, {}, {}, false, {}, ""};
     const auto bad = outcome.failure.empty() ? BadFrames(files, framesNeeded) : std::optional<Diagnosis>();
     RunSeen seen;
     if (!bad && files.frames.size() > 1) seen.frames = Joined(files.frames);

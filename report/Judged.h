@@ -8,6 +8,7 @@
 #include <diagnosis/Diagnosis.h>
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace telvane {
@@ -20,6 +21,7 @@ struct Judged {
     MatShort u, v;         ///< the flow that is shown
     bool flowMade = false; ///< it was made from the frames
     Diagnosis diagnosis;
+    std::string toTry; ///< the command line with what is proposed; empty: Telvane's own
 };
 
 /// Whether anything is known of what the program said.

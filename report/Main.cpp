@@ -138,6 +138,7 @@ void TakeRunDocument(ReportOptions& options)
     options.arguments = document.request.arguments;
     options.outcome = document.outcome;
     options.lost = MissingFrames(document.err, document.request.arguments);
+    options.command = [asked = document.request](const RunArguments& a) { return RunLine(asked, a); };
 }
 
 int Run(int argc, char** argv)

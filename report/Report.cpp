@@ -15,7 +15,9 @@ Report MakeReport(const ReportOptions& options)
     Problems problems;
     const RunFiles files = LoadRun(folder, options.count, options.arguments, problems);
     const bool framesNeeded = options.count > 0 || (options.arguments && options.arguments->files);
-    const Judged run = Judge(files, options.arguments, options.outcome, options.lost, framesNeeded);
+    Judged run = Judge(files, options.arguments, options.outcome, options.lost, framesNeeded);
+    if (options.command && run.diagnosis.proposal)
+        run.toTry = options.command(run.diagnosis.proposal->arguments);
 
     Report report;
     report.diagnosis = run.diagnosis;

@@ -4,6 +4,7 @@
 
 #include <diagnosis/Diagnosis.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +21,9 @@ struct ReportOptions {
     RunOutcome
         outcome; ///< what the program said; without any of it, it is computed from frames and arguments
     std::vector<int> lost; ///< see RunSeen::lost
-    bool page = true;      ///< whether the page is wanted
+    /// The command line to try for such arguments, where the run was not asked for by Telvane's own.
+    std::function<std::string(const RunArguments&)> command;
+    bool page = true; ///< whether the page is wanted
 };
 
 struct Report {

@@ -202,7 +202,7 @@ void AddProposal(Page& page, const Judged& run)
     const std::string line = d.proposal->arguments.CommandLine();
     if (run.arguments && run.arguments->CommandLine() == line) return;
     page.Section("Command line to try");
-    page.Command(line);
+    page.Command(run.toTry.empty() ? line : run.toTry);
     std::string changed;
     for (const auto& [differs, name] : {std::pair{d.proposal->ring, "the radii"},
                                         {d.proposal->sense, "the sense of rotation"},

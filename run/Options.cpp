@@ -445,6 +445,45 @@ nlohmann::ordered_json ToJson(const RunOption& option, const Request& request)
     return value->entries[0][0];
 }
 
+std::string OptionWords(const RunOption& option, const nlohmann::ordered_json& value)
+{
+    const auto bare = [](const nlohmann::ordered_json& one) {
+        if (one.is_string()) return one.get<std::string>();
+        if (!one.is_array()) return one.dump();
+        std::string text;
+        for (const auto& number : one) {
+            if (!text.empty()) text += ',';
+            text += number.dump();
+        }
+        return text;
+    };
+    std::string words;
+    const auto add = [&](const nlohmann::ordered_json& one) {
+        words.append(" ").append(option.Dashed()).append(" ").append(ShellWord(bare(one)));
+    };
+    if (option.most > 1) std::for_each(value.begin(), value.end(), add);
+    else add(value);
+    return words;
+}
+
+std::string RunLine(const Request& request, const RunArguments& arguments)
+{
+    Request wanted = request, plain;
+    wanted.arguments = arguments;
+    wanted.method = arguments.HowSearched();
+    wanted.offset = std::max(arguments.offset, 0);
+    plain.arguments.centreX = arguments.width / 2;
+    plain.arguments.centreY = arguments.height / 2;
+    if (!request.frames.empty()) plain.arguments.count = 0; // as many as there are
+    std::string line = "telvane-run";
+    for (const RunOption& option : OptionTable()) {
+        const auto value = ToJson(option, wanted);
+        if (option.group != running && !value.is_null() && value != ToJson(option, plain))
+            line += OptionWords(option, value);
+    }
+    return line;
+}
+
 std::string Complete(Request& r)
 {
     const auto where = [&r](const char* name) {

@@ -84,6 +84,13 @@ std::string ReadJson(const RunOption& option, const nlohmann::ordered_json& json
 /// The same the other way round; null where nothing is known.
 nlohmann::ordered_json ToJson(const RunOption& option, const Request& request);
 
+/// An option as a shell takes it, " --region 560,560"; where it may come several times, each of them.
+std::string OptionWords(const RunOption& option, const nlohmann::ordered_json& value);
+
+/// The command line of telvane-run for a run like this one with other arguments: what differs from the
+/// defaults, without what only says how it runs.
+std::string RunLine(const Request& request, const RunArguments& arguments);
+
 /// Sees to what depends on several options: what must be given, what goes together, what follows.
 /// \return nothing, or what is wrong and where: "--offset: ..."
 std::string Complete(Request& request);

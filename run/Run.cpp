@@ -195,6 +195,7 @@ void Making::Judge()
     options.arguments = Asked().arguments;
     options.outcome = document.outcome;
     options.lost = MissingFrames(document.err, Asked().arguments);
+    options.command = [this](const RunArguments& arguments) { return RunLine(Asked(), arguments); };
     report = MakeReport(options);
     document.timings.report = Since(start);
 }

@@ -48,19 +48,6 @@ std::vector<std::pair<std::string, Json>> Given(const Wheel& wheel, bool all)
     return given;
 }
 
-/// "216" or "560,560", and texts without quotes
-std::string Bare(const Json& value)
-{
-    if (value.is_string()) return value.get<std::string>();
-    if (!value.is_array()) return value.dump();
-    std::string text;
-    for (const Json& number : value) {
-        if (!text.empty()) text += ',';
-        text += number.dump();
-    }
-    return text;
-}
-
 /// A value in TOML: as in JSON, but that DEL is a control character there, too.
 std::string TomlValue(const Json& value)
 {
@@ -139,11 +126,7 @@ std::string TomlText(const Wheel& wheel)
 std::string RunLine(const Wheel& wheel)
 {
     std::string line = "telvane-run";
-    for (const auto& [name, value] : Given(wheel, false)) {
-        if (name == "mask")
-            for (const Json& mask : value) line += " --mask " + Bare(mask);
-        else line += " --" + name + " " + ShellWord(Bare(value));
-    }
+    for (const auto& [name, value] : Given(wheel, false)) line += OptionWords(*OptionNamed(name), value);
     return line;
 }
 

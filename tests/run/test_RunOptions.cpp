@@ -387,4 +387,24 @@ TEST(ConfigFile, AFileThatCannotBeReadIsNamed)
     EXPECT_EQ(request.arguments.outerR, 250);
 }
 
+TEST(RunOptions, TheLineOfARunHoldsWhatDiffersFromTheDefaults)
+{
+    Request request = Asked({"inner=10", "outer=20", "region=31,40", "keep=3", "timeout=5", "config=a.toml"});
+    ASSERT_EQ(Complete(request), "");
+    const std::string shortest = "telvane-run --inner 10 --outer 20 --region 31,40";
+    EXPECT_EQ(RunLine(request, request.arguments), shortest);
+    request.frames = "my frames";
+    EXPECT_EQ(RunLine(request, request.arguments), shortest + " --count 15 --frames 'my frames'");
+    request.frames.clear();
+    RunArguments other = request.arguments;
+    other.offset = 7;
+    other.turn = -1;
+    other.centreX = 3;
+    other.masks = {{1, -2, 3, 4}, {5, 6, 7, 8}};
+    other.background = -50;
+    EXPECT_EQ(RunLine(request, other), "telvane-run --inner 10 --outer 20 --sense ccw --region 31,40 "
+                                       "--centre-in-region 3,20 --background 50 "
+                                       "--mask 1,-2,3,4 --mask 5,6,7,8 --method votes --offset 7");
+}
+
 } // namespace

@@ -322,11 +322,19 @@ TEST(RunProgram, TheReportOfItsFolderKnowsWhatWasAskedFor)
     RunWheel(folder, {"--frames", Recorded(), "--method", "votes", "--sense", "ccw"});
     const Json written = Document(folder);
     EXPECT_EQ(written["verdict"], "wrong-sense");
+    const std::string line =
+        "telvane-run --inner 216 --outer 250 --teeth 40 --sense cw --region 560,560 --count 5 "
+        "--frames " +
+        Recorded();
+    EXPECT_NE(folder.Read("runs/latest/report.html").find(line + "<"), std::string::npos) << "to try";
     const auto report = [&folder] { return RunIn(folder, REPORT_PATH, {"--in", "runs/latest", "--json"}); };
     const Finished again = report();
     EXPECT_EQ(again.err, "");
     const Json judged = Json::parse(again.out);
     for (const auto& [key, value] : judged.items()) EXPECT_EQ(written[key], value) << key;
+
+    RunIn(folder, REPORT_PATH, {"--in", "runs/latest", "--out", "again.html"});
+    EXPECT_NE(folder.Read("again.html").find(line + "<"), std::string::npos);
 
     std::string other = folder.Read("runs/latest/run.json");
     other.replace(other.find("telvane-run/1"), 13, "telvane-run/2");
