@@ -136,6 +136,20 @@ bool IsWheel(const plain_options::Json& json)
     return true;
 }
 
+/// Whatever is asked for, a refusal reads the same: it holds nothing of the path and of what stands behind
+/// it.
+void RequireSameElsewhere(const HttpRequest& request, const Answer& refusal)
+{
+    HttpRequest elsewhere = request;
+    if (request.path != "/") elsewhere.path = "/elsewhere"; // who may ask for the page is told how
+    for (auto& argument : elsewhere.arguments) argument = {"some", "thing"};
+    const std::optional<Answer> there = Refusal(elsewhere, LengthOf(request), rights);
+    Require(there && there->status == refusal.status && there->body == refusal.body &&
+                there->type == refusal.type && there->policy == refusal.policy &&
+                there->headers == refusal.headers,
+            "no refusal holds what was asked for");
+}
+
 /// What is served, by method and path.
 void RequireServed(const HttpRequest& request, const Answer& answer)
 {
@@ -196,9 +210,11 @@ void Fuzz(FuzzedDataProvider& input)
         RequireServed(request, answer);
     }
     Require(answer.status != 413 || LengthOf(request) > 65536, "bodies of up to 64 KB are looked at");
-    if (refused && !handsOut)
+    if (refused && !handsOut) {
         Require(answer.status == 400 || answer.status == 403 || answer.status == 413,
                 "who may not ask is told so");
+        RequireSameElsewhere(request, answer);
+    }
     if (refused) {
         Require(answer.body.find(rights.token) == answer.body.npos &&
                     answer.body.find(rights.cookie) == answer.body.npos,
@@ -208,11 +224,13 @@ void Fuzz(FuzzedDataProvider& input)
         // by themselves changes nothing, but that the page has another nonce each time.
         HttpRequest bare = request;
         bare.headers.clear();
+        bare.arguments.clear();
+        if (answer.status == 404 && request.path != "/report") bare.path += "-elsewhere";
         const Answer again = Reply(bare, session);
         const bool same =
             request.path == "/" ? again.body.size() == answer.body.size() : again.body == answer.body;
         Require(same && again.status == answer.status && again.headers == answer.headers,
-                "nothing of a header gets into an answer");
+                "nothing of a header gets into an answer, nor of a path that is not there");
     }
     Require(!answer.stream || answer.body.empty(), "a stream has no body");
     Require(answer.policy.rfind("default-src 'none'", 0) == 0, "every answer has a policy");
