@@ -15,8 +15,8 @@ namespace plain_options {
 
 using Json = nlohmann::ordered_json;
 
-/// Whether anything of a JSON text lies in more than `most` lists and objects.
-inline bool IsDeep(const std::string& text, int most)
+/// Whether a JSON text has no byte 0, and nothing of it lies in more than `most` lists and objects.
+inline bool IsPlain(const std::string& text, int most)
 {
     int level = 0;
     bool quoted = false, deep = false;
@@ -27,13 +27,15 @@ inline bool IsDeep(const std::string& text, int most)
             else if (c == '"') quoted = false;
         } else if (c == ']' || c == '}') {
             level--;
+        } else if (c == '\0') {
+            return false;
         } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
             deep = deep || level > most;
             quoted = c == '"';
             if (c == '[' || c == '{') level++;
         }
     }
-    return deep;
+    return !deep;
 }
 
 inline bool IsWhole(const Json& number, double lowest, double highest)

@@ -45,7 +45,7 @@ void Fuzz(FuzzedDataProvider& input)
     RunDocument document;
     const std::string problem = ReadRunDocument(text, document);
     const Json json = Json::parse(text, nullptr, false);
-    const bool isJson = !json.is_discarded() && !plain_options::IsDeep(text, 32);
+    const bool isJson = !json.is_discarded() && plain_options::IsPlain(text, 32);
     Require(isJson != (problem == "not a JSON document"), "JSON of up to 32 levels is read");
     Require(problem.empty() == (isJson && IsRun(json)), "just the documents of runs are read");
     if (!problem.empty()) {

@@ -162,7 +162,7 @@ void RequireServed(const HttpRequest& request, const Answer& answer)
     Require(request.method != "HEAD" || !answer.stream, "a head has no stream");
     if (request.path != "/wheel" || request.method != "POST") return;
     const auto json = plain_options::Json::parse(request.body, nullptr, false);
-    const bool isJson = !json.is_discarded() && !plain_options::IsDeep(request.body, 8);
+    const bool isJson = !json.is_discarded() && plain_options::IsPlain(request.body, 8);
     Require(isJson != (answer.body == DocumentText({{"problem", "this is no JSON of a wheel"}})),
             "JSON of up to eight levels is read");
     Require(answer.status == (isJson && IsWheel(json) ? 200 : 400), "just what is a wheel is taken");

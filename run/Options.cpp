@@ -516,6 +516,8 @@ std::string Complete(Request& r)
 nlohmann::ordered_json ParseJson(const std::string& text, int deepest)
 {
     using Json = nlohmann::ordered_json;
+    // The parser takes a zero for the end of the text, whatever comes behind it.
+    if (text.find('\0') != text.npos) return Json(Json::value_t::discarded);
     bool deep = false;
     const auto within = [&deep, deepest](int depth, Json::parse_event_t, const Json&) {
         deep = deep || depth > deepest;

@@ -147,6 +147,8 @@ TEST(RunDocument, WhatIsNoneIsRefused)
     const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
     EXPECT_EQ(ReadRunDocument("{\"schema\":\"telvane-run/1\",\"arguments\":{\"inner\":" + deep + "}}", read),
               "not a JSON document");
+    EXPECT_EQ(ReadRunDocument(whole.dump() + '\0', read), "not a JSON document") << "a zero ends no text";
+    EXPECT_EQ(ReadRunDocument(whole.dump() + '\0' + "more", read), "not a JSON document");
     json.erase("arguments");
     EXPECT_EQ(ReadRunDocument(json.dump(), read), "its arguments: --inner must be given");
 }
