@@ -413,6 +413,7 @@ private:
     void Disagree()
     {
         const Place way{diagnosis.found->x - fit.centre.x, diagnosis.found->y - fit.centre.y};
+        diagnosis.verdict = Verdict::disagree; // the other way depends on it
         Say(Verdict::disagree,
             "The centre found lies " + NumberText(Apart(), 1) + " px from the centre of the rotation at " +
                 PlaceText(fit.centre) + ": " + DirectionText(way) + '.',
@@ -428,9 +429,9 @@ private:
                    (change ? ", or try flow voting (0 as the third radius)." : ".");
         if (!change && RingRound()) return check;
         if (!change)
-            return "The ring does not lie round the axis: let the wheel turn further during the run, by half "
-                   "a "
-                   "turn or more, or take the centre of the rotation instead.";
+            return "The ring does not lie round the axis: stand the camera square to the wheel, let the "
+                   "wheel turn further during the run, by half a turn or more, or take the centre of the "
+                   "rotation.";
         return Votes() ? "Try the ring search (-1 as the third radius), and check that the camera stands "
                          "square to the wheel."
                        : "Try flow voting (0 as the third radius): the ring may not lie round the axis, or "
@@ -569,8 +570,7 @@ private:
     {
         if (!diagnosis.ring || !RingInside()) return Method::votes;
         if (RingRound()) {
-            const bool failed =
-                !Votes() && diagnosis.found && !RadiiWrong() && !OtherMotionFound() && Apart() > closeEnough;
+            const bool failed = diagnosis.verdict == Verdict::disagree && !Votes();
             return failed ? Method::votes : Method::ring;
         }
         return Votes() && diagnosis.found && 2 * (Distance(ring.middle, fit.centre) + ring.oval) < Apart()

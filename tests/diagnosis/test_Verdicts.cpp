@@ -547,6 +547,10 @@ TEST(Verdicts, TheCureAndTheProposalNameTheSameMethod)
     ring.Apart(far);
     EXPECT_EQ(ring.Judged().cure.rfind("Try flow voting", 0), 0u) << ring.Judged().cure;
     EXPECT_EQ(ring.Judged().proposal->arguments.HowSearched(), Method::votes);
+    // Where the camera was the cause it stays.
+    ring.found.shifts = {{0, 0}, {3, 0}};
+    EXPECT_EQ(VerdictOf(ring), Verdict::badFrames);
+    EXPECT_EQ(ring.Judged().proposal->arguments.HowSearched(), Method::ring);
 }
 
 TEST(Verdicts, TheProposedMaskLeavesTheWheel)
