@@ -6,8 +6,11 @@
 
 #include <Eigen/Dense>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <numbers>
 #include <optional>
 
 namespace telvane {
@@ -152,8 +155,9 @@ private:
                 const float up = upper[x] + a * (upper[x + 1] - upper[x]);
                 const float down = lower[x] + a * (lower[x + 1] - lower[x]);
                 const float rest = up + b * (down - up) - then[x];
-                sumX += rest * slope[2 * x];
-                sumY += rest * slope[2 * x + 1];
+                sumX += rest * slope[0];
+                sumY += rest * slope[1];
+                slope += 2;
             }
             pull += Eigen::Vector2d(static_cast<double>(sumX), static_cast<double>(sumY));
         }
@@ -240,7 +244,7 @@ CubByte Steadied(const CubByte& frames, const std::vector<Place>& shifts)
                 const int column = std::clamp(x + left - 1, 0, w - 1);
                 float sum = 0;
                 for (int j = 0; j < 4; j++)
-                    sum += cy[Index(j)] * frames(column, std::clamp(y + top - 1 + j, 0, h - 1), t);
+                    sum += cy[Index(j)] * float(frames(column, std::clamp(y + top - 1 + j, 0, h - 1), t));
                 across[Index(x)] = sum;
             }
             for (int x = 0; x < w; x++) {
