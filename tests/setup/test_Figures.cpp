@@ -152,6 +152,23 @@ TEST(Figures, TwoRingsThatDoNotLookAlikeHaveNoSpeed)
     EXPECT_FALSE(SpeedOf(Frame(scene, 0), Frame(other, 0), CirclesOf(scene)));
 }
 
+TEST(Figures, HalfOfTheRingMustLookAlike)
+{
+    WheelScene scene, other;
+    other.teeth = 31;
+    const MatByte first = Frame(scene, 0), moved = Frame(scene, 1), another = Frame(other, 1);
+    for (const auto& [share, seen] : {std::pair{0.7, true}, {0.3, false}}) {
+        MatByte second(scene.width, scene.height);
+        for (int y = 0; y < scene.height; y++)
+            for (int x = 0; x < scene.width; x++) {
+                const double turns =
+                    std::atan2(y - scene.centreY, x - scene.centreX) / (2 * std::numbers::pi) + 0.5;
+                second(x, y) = turns < share ? moved(x, y) : another(x, y);
+            }
+        EXPECT_EQ(SpeedOf(first, second, CirclesOf(scene)).has_value(), seen) << share;
+    }
+}
+
 TEST(Figures, NearHalfAToothTheSpeedIsNotTold)
 {
     for (const double degrees : {3.9, 4.5, 5.0, -4.3}) {
@@ -270,6 +287,15 @@ TEST(MotionPicture, TheColourIsThatOfTheReportForTheDirection)
     EXPECT_GT(down[0], down[2] + 20);
     EXPECT_GT(up[2], up[0] + 20);
     EXPECT_GT(up[0], up[1] + 20);
+}
+
+TEST(MotionPicture, TheNewerPictureIsBelowTheColours)
+{
+    MatByte first(64, 48), second(64, 48);
+    first.Fill(UBYTE(60));
+    second.Fill(UBYTE(100));
+    const std::string jpeg = MotionJpeg(first, second);
+    EXPECT_NEAR(decoded::Decode({jpeg.begin(), jpeg.end()}).rows[12][48], 50, 2);
 }
 
 TEST(MotionPicture, WhatIsStillIsGreyAndHalfAsBrightAndSlowMotionShows)

@@ -247,6 +247,7 @@ TEST_F(SessionOfTest, MeasuringTakes15FramesWhateverARunTakes)
         ASSERT_TRUE(Wait([] { return waiting.load(); }));
         const int before = session.State()["measured"];
         EXPECT_EQ(session.Measure(), "");
+        EXPECT_EQ(session.State()["job"], "measure");
         goodGrabs = grabs;
         stuck = false;
         ASSERT_TRUE(Wait([&] { return session.State()["measured"] == before + 1; }));
@@ -311,9 +312,39 @@ TEST_F(SessionOfTest, AResultThatIsNestedDeeplyIsNone)
     }
 }
 
+TEST_F(SessionOfTest, OneSequenceIsTakenAtATimeAndTheStateNamesIt)
+{
+    EXPECT_EQ(session.SetWheel(wheelJson), "");
+    film.Start();
+    ASSERT_TRUE(WaitForCamera("films"));
+    StandIn("exit 0");
+    stuck = true;
+    ASSERT_TRUE(Wait([] { return waiting.load(); }));
+    EXPECT_EQ(Ask("POST", "/try").status, 200u);
+    EXPECT_EQ(session.State()["job"], "try");
+    for (const char* path : {"/try", "/measure"})
+        EXPECT_EQ(Ask("POST", path).body,
+                  Json({{"problem", "A sequence is being taken already."}}).dump(2) + "\n");
+    stuck = false;
+    ASSERT_TRUE(Wait([&] { return session.State()["tried"] == 1; }));
+    EXPECT_TRUE(session.State()["job"].is_null());
+}
+
+TEST_F(SessionOfTest, WithoutAConfigurationFileNothingIsKept)
+{
+    Session without(film, {}, "", "");
+    EXPECT_EQ(without.SetWheel(wheelJson), "");
+    EXPECT_EQ(without.Keep(), "There is no --config to write.");
+}
+
 TEST_F(SessionOfTest, EachPathHasItsAnswer)
 {
     EXPECT_EQ(session.SetWheel(wheelJson), "");
+    // The page may load its own script and style, and ask this program alone.
+    std::string policy = Ask("GET", "/").policy;
+    for (std::size_t at; (at = policy.find("nonce-")) != policy.npos;) policy.replace(at, 6 + 32, "own");
+    EXPECT_EQ(policy, "default-src 'none'; script-src 'own'; style-src 'own'; img-src 'self'; connect-src "
+                      "'self'");
     const auto get = [&](const std::string& path) { return Ask("GET", path); };
     EXPECT_EQ(get("/favicon.ico").status, 204u);
     ASSERT_TRUE(get("/live").stream.has_value());
@@ -443,6 +474,8 @@ TEST(SetupArguments, TheWheelOfTheFileLiesInTheMiddle)
     EXPECT_EQ(Asked({"--config", file}).config, file) << "it is there once it is kept";
     folder.Write("wheel.toml", "teeth = 40\n");
     EXPECT_FALSE(Asked({"--config", file}).wheel.centre) << "no circles, no centre";
+    folder.Write("wheel.toml", "inner = 216\n");
+    EXPECT_FALSE(Asked({"--config", file}).wheel.centre) << "nor without the outer one";
     folder.Write("wheel.toml", "inner = 216\nouter = 250\nteeth = 40\n");
     const SetupRequest request = Asked({"--config", file});
     EXPECT_EQ(request.config, file);
@@ -544,6 +577,16 @@ TEST_F(ServerOfTest, ViewersAreKeptWhileASequenceIsMeasured)
     const std::size_t waits = has("X-Wait: 1\r\n");
     ASSERT_NE(waits, std::string::npos);
     EXPECT_NE(has("X-Picture: ", waits), std::string::npos);
+}
+
+TEST_F(ServerOfTest, AStreamWithoutPicturesEndsAfterThreeSeconds)
+{
+    Connection viewer(listening.port); // nothing films
+    viewer.Send("GET /live HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const auto begin = Clock::now();
+    viewer.ReceiveAll(20s);
+    EXPECT_FALSE(viewer.IsOpen());
+    EXPECT_GE(Clock::now() - begin, 2900ms);
 }
 
 TEST(Listening, IsForThisMachineAloneUnlessItIsSaid) { EXPECT_EQ(Listening().Text(), "127.0.0.1:8080"); }

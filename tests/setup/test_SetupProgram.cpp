@@ -7,6 +7,9 @@
 #include <atomic>
 #include <thread>
 
+#include <ifaddrs.h>
+#include <net/if.h>
+
 using nlohmann::json;
 
 namespace {
@@ -88,6 +91,8 @@ TEST_F(SetupPage, TheLinkIsTradedForACookieThatOpensThePage)
     EXPECT_EQ(traded.status, 303);
     EXPECT_EQ(traded.Header("Location"), "/");
     const std::string cookie = traded.Header("Set-Cookie");
+    EXPECT_EQ(cookie.rfind("telvane-" + std::to_string(program->port) + "=", 0), 0u)
+        << cookie << ": a browser sends it to every port";
     EXPECT_NE(cookie.find("; HttpOnly"), std::string::npos) << cookie;
     EXPECT_NE(cookie.find("; SameSite=Strict"), std::string::npos) << cookie;
     EXPECT_EQ(program->link.size() - program->link.rfind('=') - 1, 32u);
@@ -246,7 +251,9 @@ TEST_F(SetupPage, BodiesAndHeadersHaveLimits)
     const std::size_t room = 32768 - (std::string("GET/stateHostCookieX").size() + program->Host().size() +
                                       program->cookie.size() + 3 * 4);
     EXPECT_EQ(program->Say(start + "X: " + std::string(room, 'x') + "\r\n\r\n").status, 200);
-    EXPECT_EQ(program->Say(start + "X: " + std::string(room + 1, 'x') + "\r\n\r\n").status, 431);
+    const HttpReply tooLong = program->Say(start + "X: " + std::string(room + 1, 'x') + "\r\n\r\n");
+    EXPECT_EQ(tooLong.status, 431);
+    EXPECT_EQ(tooLong.body, "The request's headers are too long.\n");
     Connection flood(program->port);
     flood.Send(start);
     for (int i = 0; i < 1024 && flood.Send("X-" + std::to_string(i) + ": " + std::string(1000, 'x') + "\r\n");
@@ -475,6 +482,7 @@ TEST_F(SetupPage, MeasuringFindsTheSimulatedWheelWithoutBeingToldAnything)
     EXPECT_EQ(program->Post("/measure", "{}").status, 409) << "one at a time";
     ASSERT_TRUE(program->WaitFor([before] { return program->State()["measured"] == before + 1; }));
     const json found = program->Get("/measured").Json()["diagnosis"];
+    EXPECT_TRUE(program->Get("/measured").Json()["proposal"].is_null()) << "nothing is known of a run";
     EXPECT_EQ(found["teeth"], 40);
     EXPECT_EQ(found["sense"], "cw");
     EXPECT_NEAR(found["ring"][0], 216, 3);
@@ -583,6 +591,25 @@ TEST(SetupProgramRuns, OnAllAddressesTheLinksAreThoseOfThisMachine)
               0u)
         << child.out;
     EXPECT_NE(child.out.find("\n  http://localhost:"), child.out.npos) << child.out;
+    ifaddrs* all = nullptr;
+    ASSERT_EQ(getifaddrs(&all), 0);
+    for (const ifaddrs* one = all; one; one = one->ifa_next) {
+        if (!one->ifa_addr || one->ifa_addr->sa_family != AF_INET || (one->ifa_flags & IFF_LOOPBACK) != 0)
+            continue;
+        char text[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in*>(one->ifa_addr)->sin_addr, text, sizeof text);
+        EXPECT_NE(child.out.find("\n  http://" + std::string(text) + ":"), child.out.npos) << child.out;
+    }
+    freeifaddrs(all);
+}
+
+TEST(SetupProgramRuns, HelpTellsLimitsAndDefaults)
+{
+    const TemporaryFolder folder;
+    const Finished help = ::Run({SETUP_PATH, "--help"}, folder.Path());
+    EXPECT_EQ(help.status, 0);
+    for (const char* part : {"0.01 to 10000 (60)", "--listen ADDRESS[:PORT]", "written by Keep"})
+        EXPECT_NE(help.out.find(part), help.out.npos) << part << " in " << help.out;
 }
 
 TEST(SetupProgramRuns, RequestsThatAreRefusedDoNotKeepItAlive)
