@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <string>
 #include <vector>
+
+#include <sys/resource.h>
 
 using namespace telvane;
 
@@ -46,6 +49,27 @@ TEST(Failure, EveryEndingHasItsWords)
              {After(notStarted, ENOMEM),
               "not enough memory: Telvane cannot be started: Cannot allocate memory"}})
         EXPECT_EQ(FailureOf(ended, false), words);
+}
+
+TEST(Failure, WithALimitOfMemoryItIsWhatWasMissing)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const auto lacks = [](Ending ending, int code, bool files) {
+        return FailureOf(After(ending, code, "x\n"), files).rfind("not enough memory: ", 0) == 0;
+    };
+    for (const bool limited : {false, true}) {
+        rlimit limit = before;
+        if (limited) limit.rlim_cur = std::min<rlim_t>(before.rlim_max, rlim_t{1} << 46); // far away
+        else if (before.rlim_cur != RLIM_INFINITY) continue;
+        ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+        EXPECT_EQ(lacks(Ending::exited, 1, true), limited) << "the one for files says nothing of its own";
+        EXPECT_FALSE(lacks(Ending::exited, 1, false));
+        EXPECT_EQ(lacks(Ending::exited, 127, false), limited) << "the loader";
+        EXPECT_EQ(lacks(Ending::killed, SIGSEGV, false), limited);
+        EXPECT_TRUE(lacks(Ending::killed, SIGKILL, false));
+        ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+    }
 }
 
 TEST(Failure, AFileThatIsNotWholeIsNamed)

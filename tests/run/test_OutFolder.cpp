@@ -105,7 +105,7 @@ TEST(OutFolder, WhatItDidNotMakeStays)
 {
     TemporaryFolder folder, elsewhere;
     const Words foreign = {Numbered(1),           Numbered(2), "20261121T230904Z-03", "20261121T230904-4",
-                           "20261121T230904Z-5x", "runs",      "20261121T230904Z-0"};
+                           "20261121T230904Z-5x", "runs",      "20261121T230904Z-0",  Numbered(2147483647)};
     const Words hidden = {".notes.partial", "." + Numbered(1) + "_partial", Numbered(1) + ".partial"};
     for (const std::string& name : foreign) fs::create_directory(folder / name);
     folder.Write(Numbered(2) + "/run.json", "{\"schema\": \"something/1\"}");

@@ -153,6 +153,16 @@ TEST(RunDocument, WhatIsNoneIsRefused)
     EXPECT_EQ(ReadRunDocument(json.dump(), read), "its arguments: --inner must be given");
 }
 
+TEST(RunDocument, TheLastLineIsThatBeforeAnyEndsOfLines)
+{
+    for (const auto& [text, line] : {std::pair{"", ""},
+                                     {"one", "one"},
+                                     {"one\ntwo\n", "two"},
+                                     {"one\ntwo\r\n\r\n", "two"},
+                                     {"\n\n", ""}})
+        EXPECT_EQ(LastLineOf(text), line);
+}
+
 TEST(RunDocument, AFolderHoldsARunWhereItHasSuchADocument)
 {
     TemporaryFolder folder;

@@ -351,12 +351,16 @@ TEST(ConfigFile, ValuesOfAnotherKindAreRefusedWithTheirPlace)
     for (const char* text :
          {"out = \"a\\u0000b\"\n", "inner = 1979-05-27\n", "inner = {a = 1}\n", "inner = true\n"})
         EXPECT_EQ(ConfigProblem(text).rfind("wheel.toml:1:", 0), 0u) << text;
+    for (const char* kind : {"1979-05-27", "07:32:00", "1979-05-27T07:32:00Z", "{a = 1}"})
+        EXPECT_EQ(ConfigProblem("inner = " + std::string(kind) + "\n"),
+                  "wheel.toml:1:9: inner: a table, a date or a time is not a whole number of 0 or more");
 }
 
 TEST(ConfigFile, MasksAreAListOfFourNumbersEach)
 {
     Request request;
     EXPECT_EQ(Config(needed + "mask = []\n", request), "");
+    EXPECT_EQ(ConfigProblem(needed + "mask = [[1,2,3,4], [1,2,3,4], [1,2,3,4]]\n"), "");
     for (const char* bad : {"mask = [1, 2, 3, 4]", "mask = [[1, 2, 3]]", "mask = [[1, 2, 3, 0]]", "mask = 5",
                             "mask = [[1, 2, 3, \"4\"]]", "mask = [[[1, 2, 3, 4]]]",
                             "mask = [[1,2,3,4], [1,2,3,4], [1,2,3,4], [1,2,3,4]]"})

@@ -62,6 +62,16 @@ TEST(TakenFrames, AreFilesOfTheRunsOwnAlsoWhereTheyWereLinks)
     }
 }
 
+TEST(TakenFrames, AreCopiedWhereNoLinkCanBeMade)
+{
+    TemporaryFolder folder;
+    for (const char* name : {"there", "run"}) fs::create_directory(folder / name);
+    folder.Write("there/img1.bmp", Frame(9));
+    folder.Write("run/img1.bmp", "in the way of a link, as another disk is");
+    EXPECT_EQ(TakeFrames(RunFolder(folder / "there", ""), 1, folder / "run"), "");
+    EXPECT_TRUE(folder.Read("run/img1.bmp") == Frame(9));
+}
+
 TEST(TakenFrames, AJpegFrameThatIsNoneIsNamedWithWhatConvertsIt)
 {
     TemporaryFolder folder;
