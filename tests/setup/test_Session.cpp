@@ -50,15 +50,29 @@ const WheelScene& FastWheel()
     return scene;
 }
 
-std::uint8_t Grey(Shows what, int grabs, std::size_t pixel)
+/// A picture of the camera's, three bytes a pixel.
+template <class Greys> std::vector<unsigned char> Pictured(Greys grey)
 {
-    static const BytePicture wheel[] = {WheelFrame(FastWheel(), 0), WheelFrame(FastWheel(), 1)};
+    std::vector<unsigned char> bytes(std::size_t{1280} * 960 * 3);
+    for (std::size_t i = 0; i < bytes.size(); i++) bytes[i] = grey(i / 3);
+    return bytes;
+}
+
+void Show(Shows what, int grabs, std::vector<unsigned char>& buffer)
+{
+    static const auto shares = Pictured([](std::size_t i) -> unsigned char {
+        return i % 10 == 0 ? 255 : i % 10 < 4 ? 0 : 100;
+    });
+    static const auto wheel = [](int frame) {
+        const BytePicture drawn = WheelFrame(FastWheel(), frame);
+        return Pictured([&](std::size_t i) { return drawn.a[i]; });
+    };
+    static const std::vector<unsigned char> wheels[] = {wheel(0), wheel(1)};
     switch (what) {
-    case Shows::counts: return static_cast<std::uint8_t>(grabs);
-    case Shows::shares: return pixel % 10 == 0 ? 255 : pixel % 10 < 4 ? 0 : 100;
-    case Shows::halfTooth: break;
+    case Shows::counts: std::fill(buffer.begin(), buffer.end(), static_cast<unsigned char>(grabs)); break;
+    case Shows::shares: buffer = shares; break;
+    case Shows::halfTooth: buffer = wheels[grabs % 2]; break;
     }
-    return wheel[grabs % 2].a[pixel];
 }
 
 } // namespace
@@ -81,9 +95,7 @@ bool RaspiCam::grab()
     if (goodGrabs-- <= 0) return false;
     if (loses) camera::lossesSoFar++;
     grabs++;
-    const Shows what = shows;
-    for (std::size_t i = 0; i < buffer.size() / 3; i++)
-        std::fill_n(buffer.begin() + static_cast<std::ptrdiff_t>(3 * i), 3, Grey(what, grabs, i));
+    Show(shows, grabs, buffer);
     return true;
 }
 
@@ -184,6 +196,7 @@ TEST_F(SessionOfTest, ACameraThatLosesPicturesIsNotCalledSilent)
               "The camera sends pictures, but some are missing. Opening it again.");
     const std::string cure = "Pictures were missing each time that the frames were taken: see to this "
                              "computer's load, and to the camera's cable and power supply.";
+    ASSERT_TRUE(Wait([&] { return session.State()["measured"] == 1; }));
     EXPECT_EQ(session.Measured()["problem"], cure);
     ASSERT_TRUE(WaitForCamera("films"));
     EXPECT_EQ(Tried()["problem"], cure);
