@@ -25,8 +25,8 @@ scripts/install-packages.sh "${packages[@]}"
 
 case $preset in
 shared | tsan) minutes=2 ;;
-asan*) minutes=7 ;;
-*) minutes=4 ;;
+asan*) minutes=8 ;;
+*) minutes=6 ;;
 esac
 echo "Building into build/$preset and testing: $minutes minutes on two cores when nothing is built yet ..."
 jobs=$(jobs_at_once)
